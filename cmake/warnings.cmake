@@ -1,0 +1,5 @@
+# Warnings are errors in our own code. Link kx3_warnings privately into every target of ours.
+add_library(kx3_warnings INTERFACE)
+target_compile_options(kx3_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
+  -Wnon-virtual-dtor -Woverloaded-virtual -Wnull-dereference -Wcast-align -Wformat=2)

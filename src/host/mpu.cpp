@@ -1,0 +1,53 @@
+#include "host/mpu.h"
+
+#include "base/checked.h"
+#include "host/apartment.h"
+#include "host/buffer_init.h"
+#include "notes/notes.h"
+
+namespace kx3 {
+
+namespace {
+
+// Model types below the first are no business of this plug-in.
+constexpr Integer firstModelType = 40;
+constexpr Integer firstModelType32f = 74;
+// `selmode`(0): these bits tell a device of module arm_prg from one of the session window.
+constexpr Byte armSelectionMask = 0x41;
+constexpr Byte armSelection = 0x40;
+
+} // namespace
+
+clsMPU::~clsMPU() { apartment_.blocks().UnmapSharedBlocks(); }
+
+void clsMPU::bufcommpu6(const Integer &num) {
+    sharemap &blocks = apartment_.blocks();
+    Ui &ui = apartment_.context().ui;
+    blocks.MapSharedBlocks(num, ui);
+    const Checked size = Checked(blocks.buflength(0)) + deviceBufferExtra;
+    blocks.MapDeviceBuffer(size.value(), ui);
+    buflg = blocks.buflength(0);
+}
+
+void clsMPU::freesharebuffermpu6() noexcept { apartment_.blocks().UnmapDeviceBuffer(); }
+
+void clsMPU::runMpu6Prg(Boolean & /*usbenable*/) {
+    const sharemap &blocks = apartment_.blocks();
+    const Integer modelType = blocks.modeltype(0);
+    if (modelType >= firstModelType32f)
+        apartment_.armSession(armProfile32f).run();
+    else if (modelType < firstModelType)
+        return;
+    else if ((blocks.selmode(0) & armSelectionMask) == armSelection)
+        apartment_.armSession(armProfile).run();
+    else
+        apartment_.sessionWindow().wmpu0();
+}
+
+void clsMPU::editfigmpu6() { apartment_.editors().open(apartment_.blocks().prgmode(0)); }
+
+void clsMPU::sinitmpu6() { kx3::sinitmpu6(apartment_.blocks()); }
+
+void clsMPU::mpu6warn(Byte &no) { kx3::mpu6warn(apartment_.context(), no); }
+
+} // namespace kx3

@@ -1,0 +1,195 @@
+// Named shared memory with the lifetime that Windows gives it, on top of tmpfs files.
+//
+// A block is a file that only its user can open. Every holder keeps a shared lock on its own open
+// file description, so the system itself counts the holders and forgets a killed one. Whoever gets
+// the exclusive lock knows that nobody holds the block: the last one to close removes the name, and
+// an opener that finds a dead host's block removes it and sees none. A lock counts only while the
+// file still has its name, since it may have been removed between the open and the lock.
+
+#include "platform/named_memory.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <string>
+#include <sys/file.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace kx3::platform {
+
+namespace {
+
+constexpr const char *directory = "/dev/shm";
+/// Hosts with another value of this variable live in a world of their own.
+constexpr const char *namespaceVariable = "KX3MPU6_NAMESPACE";
+constexpr std::size_t longestName = 200;
+/// Openers and closers hold an exclusive lock for an instant; more rounds than these mean that
+/// somebody else interferes with the file.
+constexpr int mostRounds = 64;
+
+class Descriptor {
+  public:
+    explicit Descriptor(int fd) noexcept : fd_(fd) {}
+    ~Descriptor() {
+        if (fd_ >= 0) ::close(fd_);
+    }
+    Descriptor(Descriptor &&other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+    Descriptor(const Descriptor &) = delete;
+    Descriptor &operator=(const Descriptor &) = delete;
+    Descriptor &operator=(Descriptor &&) = delete;
+
+    [[nodiscard]] int get() const noexcept { return fd_; }
+    [[nodiscard]] bool valid() const noexcept { return fd_ >= 0; }
+    [[nodiscard]] int release() noexcept { return std::exchange(fd_, -1); }
+
+  private:
+    int fd_;
+};
+
+bool isPlainName(std::string_view text) {
+    constexpr std::string_view allowed = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_";
+    return text.size() <= longestName && text.find_first_not_of(allowed) == std::string_view::npos;
+}
+
+/// Path of the block's file; empty when the name cannot be one.
+std::string pathOf(std::string_view name) {
+    const char *setting = std::getenv(namespaceVariable);
+    const std::string_view space = setting == nullptr ? "" : setting;
+    if (name.empty() || !isPlainName(name) || !isPlainName(space)) return {};
+    std::string path = directory;
+    path.append("/kx3mpu6-").append(std::to_string(::geteuid())).append("-").append(space);
+    return path.append(space.empty() ? "" : "-").append(name);
+}
+
+enum class Holders { none, some, gone };
+
+/// Take a shared lock beside other holders' (`some`), or the exclusive one when there are none
+/// (`none`); `gone` when the file has lost its name or cannot be locked.
+Holders lockAsHolder(int fd, struct stat &status) {
+    const bool exclusive = ::flock(fd, LOCK_EX | LOCK_NB) == 0;
+    if (!exclusive && (errno != EWOULDBLOCK || ::flock(fd, LOCK_SH) != 0)) return Holders::gone;
+    if (::fstat(fd, &status) != 0 || status.st_nlink == 0) return Holders::gone;
+    return exclusive ? Holders::none : Holders::some;
+}
+
+MappingHandle handleOf(Descriptor descriptor) { return descriptor.release() + 1; }
+int descriptorOf(MappingHandle mapping) { return static_cast<int>(mapping) - 1; }
+
+MappingHandle openPath(const std::string &path) {
+    for (int round = 0; round < mostRounds; ++round) {
+        Descriptor file(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+        if (!file.valid()) return 0;
+        struct stat status {};
+        const Holders holders = lockAsHolder(file.get(), status);
+        if (holders == Holders::gone) continue;
+        if (!S_ISREG(status.st_mode) || status.st_uid != ::geteuid()) return 0;
+        if (holders == Holders::some) return handleOf(std::move(file));
+        ::unlink(path.c_str()); // its last holder died without closing it
+    }
+    return 0;
+}
+
+std::size_t wholePages(std::size_t bytes) { return (bytes + pageSize - 1) / pageSize * pageSize; }
+
+/// A new file without a name, of full size and locked: it appears to others all at once.
+Descriptor makeUnnamed(std::int32_t size) {
+    Descriptor file(::open(directory, O_TMPFILE | O_RDWR | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    const auto bytes = static_cast<off_t>(wholePages(static_cast<std::size_t>(size)));
+    // Reserving the pages now turns a full memory into a failed create instead of a fault later.
+    if (file.valid() && (::flock(file.get(), LOCK_SH) != 0 || ::posix_fallocate(file.get(), 0, bytes) != 0))
+        return Descriptor(-1);
+    return file;
+}
+
+bool giveName(const Descriptor &file, const std::string &path) {
+    const std::string self = "/proc/self/fd/" + std::to_string(file.get());
+    return ::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
+}
+
+enum class IfExists { open, fail };
+
+MappingHandle createPath(const std::string &path, std::int32_t size, IfExists ifExists) {
+    if (path.empty() || size < 1) return 0;
+    Descriptor file = makeUnnamed(size);
+    for (int round = 0; file.valid() && round < mostRounds; ++round) {
+        if (giveName(file, path)) return handleOf(std::move(file));
+        if (errno != EEXIST) return 0;
+        const MappingHandle existing = openPath(path); // removes a dead block
+        if (existing == 0) continue;
+        if (ifExists == IfExists::open) return existing;
+        closeMapping(existing);
+        return 0;
+    }
+    return 0;
+}
+
+/// No exception leaves: a name that cannot be built is a block that cannot be had.
+template <class Action> MappingHandle withPath(std::string_view name, Action action) noexcept {
+    try {
+        const std::string path = pathOf(name);
+        return path.empty() ? 0 : action(path);
+    } catch (...) {
+        return 0;
+    }
+}
+
+/// Remove the name of the file behind `fd` if it still is that file's.
+void removeName(int fd) {
+    const std::string self = "/proc/self/fd/" + std::to_string(fd);
+    char path[longestName + 128];
+    const ssize_t length = ::readlink(self.c_str(), path, sizeof path - 1);
+    if (length <= 0) return;
+    path[length] = '\0';
+    struct stat open {}, named {};
+    if (::fstat(fd, &open) == 0 && ::lstat(path, &named) == 0 && open.st_ino == named.st_ino &&
+        open.st_dev == named.st_dev)
+        ::unlink(path);
+}
+
+} // namespace
+
+MappingHandle openMapping(std::string_view name) noexcept {
+    return withPath(name, [](const std::string &path) { return openPath(path); });
+}
+
+MappingHandle createMapping(std::string_view name, std::int32_t size) noexcept {
+    return withPath(name, [size](const std::string &path) { return createPath(path, size, IfExists::open); });
+}
+
+MappingHandle createMappingExclusively(std::string_view name, std::int32_t size) noexcept {
+    return withPath(name, [size](const std::string &path) { return createPath(path, size, IfExists::fail); });
+}
+
+void *mapView(MappingHandle mapping) noexcept {
+    struct stat status {};
+    if (mapping == 0 || ::fstat(descriptorOf(mapping), &status) != 0 || status.st_size <= 0) return nullptr;
+    void *view = ::mmap(nullptr, wholePages(static_cast<std::size_t>(status.st_size)), PROT_READ | PROT_WRITE,
+                        MAP_SHARED, descriptorOf(mapping), 0);
+    return view == MAP_FAILED ? nullptr : view;
+}
+
+std::size_t viewSize(MappingHandle mapping, const void *view) noexcept {
+    struct stat status {};
+    if (view == nullptr || ::fstat(descriptorOf(mapping), &status) != 0) return 0;
+    return wholePages(static_cast<std::size_t>(status.st_size));
+}
+
+bool unmapView(MappingHandle mapping, void *view) noexcept {
+    const std::size_t size = viewSize(mapping, view);
+    return size != 0 && ::munmap(view, size) == 0;
+}
+
+void closeMapping(MappingHandle mapping) noexcept {
+    const Descriptor file(descriptorOf(mapping));
+    if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0) return; // others hold it
+    try {
+        removeName(file.get());
+    } catch (...) {
+        return; // the next opener finds a dead block and removes it
+    }
+}
+
+} // namespace kx3::platform
