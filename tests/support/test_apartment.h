@@ -1,6 +1,7 @@
 // One host thread with fake outside components, and the host's own view of the shared blocks.
 #pragma once
 
+#include "base/text.h"
 #include "host/apartment.h"
 #include "host/mpu.h"
 
