@@ -10,7 +10,7 @@ namespace kx3::platform {
 /// Size of a page: a view is always a whole number of pages.
 inline constexpr std::size_t pageSize = 4096;
 
-/// Handle of an open mapping object: a kernel handle on Windows, a file descriptor + 1 elsewhere;
+/// Handle of an open mapping object: a kernel handle on Windows, the address of an object elsewhere;
 /// 0 when none.
 using MappingHandle = std::intptr_t;
 

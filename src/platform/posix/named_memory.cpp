@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
+#include <memory>
 #include <string>
 #include <sys/file.h>
 #include <sys/mman.h>
@@ -75,8 +76,19 @@ Holders lockAsHolder(int fd, struct stat &status) {
     return exclusive ? Holders::none : Holders::some;
 }
 
-MappingHandle handleOf(Descriptor descriptor) { return descriptor.release() + 1; }
-int descriptorOf(MappingHandle mapping) { return static_cast<int>(mapping) - 1; }
+/// An open mapping object; a MappingHandle is its address.
+struct Mapping {
+    Descriptor file;
+    std::string path;
+    std::size_t bytes; ///< whole pages
+};
+
+std::size_t wholePages(std::size_t bytes) { return (bytes + pageSize - 1) / pageSize * pageSize; }
+
+MappingHandle handleOf(Descriptor file, const std::string &path, std::size_t bytes) {
+    return reinterpret_cast<MappingHandle>(new Mapping{std::move(file), path, wholePages(bytes)});
+}
+Mapping &mappingOf(MappingHandle handle) { return *reinterpret_cast<Mapping *>(handle); }
 
 MappingHandle openPath(const std::string &path) {
     for (int round = 0; round < mostRounds; ++round) {
@@ -86,13 +98,11 @@ MappingHandle openPath(const std::string &path) {
         const Holders holders = lockAsHolder(file.get(), status);
         if (holders == Holders::gone) continue;
         if (!S_ISREG(status.st_mode) || status.st_uid != ::geteuid()) return 0;
-        if (holders == Holders::some) return handleOf(std::move(file));
+        if (holders == Holders::some) return handleOf(std::move(file), path, static_cast<std::size_t>(status.st_size));
         ::unlink(path.c_str()); // its last holder died without closing it
     }
     return 0;
 }
-
-std::size_t wholePages(std::size_t bytes) { return (bytes + pageSize - 1) / pageSize * pageSize; }
 
 /// A new file without a name, of full size and locked: it appears to others all at once.
 Descriptor makeUnnamed(std::int32_t size) {
@@ -115,7 +125,7 @@ MappingHandle createPath(const std::string &path, std::int32_t size, IfExists if
     if (path.empty() || size < 1) return 0;
     Descriptor file = makeUnnamed(size);
     for (int round = 0; file.valid() && round < mostRounds; ++round) {
-        if (giveName(file, path)) return handleOf(std::move(file));
+        if (giveName(file, path)) return handleOf(std::move(file), path, static_cast<std::size_t>(size));
         if (errno != EEXIST) return 0;
         const MappingHandle existing = openPath(path); // removes a dead block
         if (existing == 0) continue;
@@ -136,19 +146,6 @@ template <class Action> MappingHandle withPath(std::string_view name, Action act
     }
 }
 
-/// Remove the name of the file behind `fd` if it still is that file's.
-void removeName(int fd) {
-    const std::string self = "/proc/self/fd/" + std::to_string(fd);
-    char path[longestName + 128];
-    const ssize_t length = ::readlink(self.c_str(), path, sizeof path - 1);
-    if (length <= 0) return;
-    path[length] = '\0';
-    struct stat open {}, named {};
-    if (::fstat(fd, &open) == 0 && ::lstat(path, &named) == 0 && open.st_ino == named.st_ino &&
-        open.st_dev == named.st_dev)
-        ::unlink(path);
-}
-
 } // namespace
 
 MappingHandle openMapping(std::string_view name) noexcept {
@@ -164,17 +161,14 @@ MappingHandle createMappingExclusively(std::string_view name, std::int32_t size)
 }
 
 void *mapView(MappingHandle mapping) noexcept {
-    struct stat status {};
-    if (mapping == 0 || ::fstat(descriptorOf(mapping), &status) != 0 || status.st_size <= 0) return nullptr;
-    void *view = ::mmap(nullptr, wholePages(static_cast<std::size_t>(status.st_size)), PROT_READ | PROT_WRITE,
-                        MAP_SHARED, descriptorOf(mapping), 0);
+    if (mapping == 0 || mappingOf(mapping).bytes == 0) return nullptr;
+    const Mapping &object = mappingOf(mapping);
+    void *view = ::mmap(nullptr, object.bytes, PROT_READ | PROT_WRITE, MAP_SHARED, object.file.get(), 0);
     return view == MAP_FAILED ? nullptr : view;
 }
 
 std::size_t viewSize(MappingHandle mapping, const void *view) noexcept {
-    struct stat status {};
-    if (view == nullptr || ::fstat(descriptorOf(mapping), &status) != 0) return 0;
-    return wholePages(static_cast<std::size_t>(status.st_size));
+    return mapping == 0 || view == nullptr ? 0 : mappingOf(mapping).bytes;
 }
 
 bool unmapView(MappingHandle mapping, void *view) noexcept {
@@ -183,13 +177,9 @@ bool unmapView(MappingHandle mapping, void *view) noexcept {
 }
 
 void closeMapping(MappingHandle mapping) noexcept {
-    const Descriptor file(descriptorOf(mapping));
-    if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0) return; // others hold it
-    try {
-        removeName(file.get());
-    } catch (...) {
-        return; // the next opener finds a dead block and removes it
-    }
+    const std::unique_ptr<Mapping> object(&mappingOf(mapping));
+    // The exclusive lock comes only to the last holder, and only while the name is this file's.
+    if (::flock(object->file.get(), LOCK_EX | LOCK_NB) == 0) ::unlink(object->path.c_str());
 }
 
 } // namespace kx3::platform
