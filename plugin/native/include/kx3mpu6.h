@@ -1,0 +1,230 @@
+/* kx3mpu6: the plug-in for every host that is not a 32-bit Windows one.
+ *
+ * A host creates the shared blocks (kx3_block_create), hands over its callbacks (kx3_set_ui,
+ * kx3_set_session_host), creates the entry class (kx3_mpu_create) and calls its operations.
+ *
+ * Threads: everything but the strings and the blocks belongs to the calling thread; two threads
+ * have two independent sets of callbacks, bindings and windows. An entry object is used and
+ * released on the thread that created it.
+ *
+ * Failures: a function that can fail returns KX3_OK or the number of a run-time error (KX3_OVERFLOW
+ * and so on); kx3_last_error gives its description. No C++ exception crosses this interface. A
+ * callback must not throw or longjmp either; it reports failure by its status.
+ *
+ * Structures that the host fills begin with `struct_size` = sizeof the structure, so that later
+ * versions can append members; members that a host leaves out count as NULL.
+ */
+#ifndef KX3MPU6_H
+#define KX3MPU6_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#if defined(__GNUC__)
+#define KX3_API __attribute__((visibility("default")))
+#else
+#define KX3_API
+#endif
+
+/* Version of this interface: raised only when something is taken away or changes its meaning. */
+#define KX3_ABI_VERSION 1
+
+/* Status of a call: KX3_OK, or the number of a run-time error. Fixed values. */
+typedef int32_t kx3_status;
+enum {
+    KX3_OK = 0,
+    KX3_INVALID_CALL = 5,
+    KX3_OVERFLOW = 6,
+    KX3_OUT_OF_MEMORY = 7,
+    KX3_SUBSCRIPT = 9,
+    KX3_ARRAY_LOCKED = 10,
+    KX3_DIVISION_BY_ZERO = 11,
+    KX3_TYPE_MISMATCH = 13,
+    KX3_LOAD_LIBRARY = 48,
+    KX3_INTERNAL = 51,
+    KX3_FILE_NOT_FOUND = 53,
+    KX3_DEVICE_IO = 57,
+    KX3_ALREADY_EXISTS = 58,
+    KX3_OBJECT_NOT_SET = 91,
+    KX3_RESOURCE_NOT_FOUND = 326,
+    KX3_CANNOT_CREATE_OBJECT = 429,
+    KX3_MEMBER_NOT_FOUND = 438,
+    KX3_AUTOMATION = 440,
+    KX3_NOT_AVAILABLE = 445,
+    KX3_ENTRY_POINT_NOT_FOUND = 453
+};
+
+/* KX3_ABI_VERSION of the library that is loaded. */
+KX3_API uint32_t kx3_abi_version(void);
+/* Version of the product, "MAJOR.MINOR.PATCH". */
+KX3_API const char *kx3_version(void);
+/* Description of the calling thread's last failed call, UTF-8; "" before the first. Valid until the
+ * thread's next call of this library. */
+KX3_API const char *kx3_last_error(void);
+
+/* ---- Strings ---------------------------------------------------------------------------------
+ * An element of a String block is a 32-bit handle of a UTF-16 text of this process; 0 is empty.
+ * Storing a text means: allocate the new one, put its handle into the element, free the old one. */
+
+/* Copy `length` UTF-16 units into a new handle. */
+KX3_API kx3_status kx3_string_alloc(const uint16_t *text, size_t length, uint32_t *handle);
+/* Copy at most `capacity` units of the text into `buffer` (which may be NULL when capacity is 0) and
+ * set `length` to the text's whole length. KX3_INVALID_CALL for a handle that is not alive. */
+KX3_API kx3_status kx3_string_read(uint32_t handle, uint16_t *buffer, size_t capacity, size_t *length);
+/* Free the text; 0 and unknown handles are left alone. */
+KX3_API void kx3_string_free(uint32_t handle);
+
+/* ---- Shared blocks ---------------------------------------------------------------------------
+ * A block lives as long as some process holds it open, and no longer. Blocks are private to the
+ * user. Hosts that set the environment variable KX3MPU6_NAMESPACE (letters, digits, '-', '_') see
+ * only blocks of hosts with the same value. */
+
+/* Element types of blocks. */
+enum {
+    KX3_BYTE = 0,    /* unsigned 8-bit */
+    KX3_BOOLEAN = 1, /* 16-bit, 0 or -1 */
+    KX3_INTEGER = 2, /* signed 16-bit */
+    KX3_LONG = 3,    /* signed 32-bit */
+    KX3_DOUBLE = 4,  /* IEEE 754 double */
+    KX3_STRING = 5   /* 32-bit string handle */
+};
+
+/* One block of the table that host and plug-in agree on. */
+typedef struct kx3_block_info {
+    const char *root; /* the block's name is "tamsel", root, instance number */
+    int32_t type;     /* KX3_BYTE ... KX3_STRING */
+    int32_t count;    /* elements; 0 for "ibuffer", which has buflength(0) + 2200 */
+    int32_t bytes;    /* size to create it with; 0 for "ibuffer": as many as elements */
+    int32_t numbered; /* 1: the name ends with the instance number; 0: it does not */
+} kx3_block_info;
+
+/* Number of blocks. */
+KX3_API int32_t kx3_block_count(void);
+/* Block `index` (0 to kx3_block_count() - 1) in attach order. KX3_SUBSCRIPT outside. */
+KX3_API kx3_status kx3_block_describe(int32_t index, kx3_block_info *info);
+
+typedef struct kx3_block kx3_block;
+
+/* Create block `name` with `bytes` (at least 1, rounded up to pages of 4096), zeroed, and map it.
+ * KX3_ALREADY_EXISTS when a living host holds a block of that name; KX3_OUT_OF_MEMORY when it
+ * cannot be created for another reason (another user's block, no shared memory left). */
+KX3_API kx3_status kx3_block_create(const char *name, int32_t bytes, kx3_block **block);
+/* Open and map an existing block. KX3_FILE_NOT_FOUND when there is none. */
+KX3_API kx3_status kx3_block_open(const char *name, kx3_block **block);
+/* First byte of the block's view, and the view's size in bytes. */
+KX3_API void *kx3_block_data(const kx3_block *block);
+KX3_API size_t kx3_block_size(const kx3_block *block);
+/* Unmap and close; the last holder's close ends the block. NULL is ignored. */
+KX3_API void kx3_block_close(kx3_block *block);
+/* The lowest instance number from 0 to 100 that no living host uses; 101 when all are in use. */
+KX3_API kx3_status kx3_findnum(int16_t *number);
+
+/* ---- Callbacks -------------------------------------------------------------------------------
+ * Every callback gets the `context` of its structure. Callbacks run on the thread that called the
+ * plug-in, inside that call. A callback returns KX3_OK, or another status that makes the operation
+ * in progress fail with "CALLBACK failed with status N"; kx3_fail_with sets a better description. */
+
+/* To be called inside a failing callback, just before it returns a status other than KX3_OK. */
+KX3_API void kx3_fail_with(const char *description);
+
+typedef struct kx3_form kx3_form;
+
+/* Buttons of message boxes. */
+enum { KX3_BUTTON_OK = 1, KX3_BUTTON_CANCEL = 2, KX3_BUTTON_ABORT = 3, KX3_BUTTON_RETRY = 4, KX3_BUTTON_IGNORE = 5 };
+
+typedef struct kx3_ui {
+    size_t struct_size;
+    void *context;
+    /* Let the host's message loop run once. NULL: nothing happens. */
+    kx3_status (*yield)(void *context);
+    /* Show a message box: UTF-16 prompt (lines broken by carriage returns), style (0 OK, 33 OK and
+     * Cancel, 50 Abort Retry Ignore, 64 OK with information icon), title or NULL for the system's.
+     * Put the pressed button into `button`. NULL: every box fails with KX3_NOT_AVAILABLE. */
+    kx3_status (*message_box)(void *context, const uint16_t *prompt, size_t prompt_length, int32_t style,
+                              const uint16_t *title, size_t title_length, int32_t *button);
+    /* Show a form modally; return when kx3_form_loaded gives 0. NULL: every dialog fails with
+     * KX3_NOT_AVAILABLE. */
+    kx3_status (*show_form)(void *context, kx3_form *form);
+} kx3_ui;
+
+/* Use these callbacks on the calling thread; the structure is copied. NULL takes them away. */
+KX3_API kx3_status kx3_set_ui(const kx3_ui *ui);
+
+/* The host's session object. Results come through the last pointer of an operation. */
+typedef struct kx3_session_host {
+    size_t struct_size;
+    void *context;
+    kx3_status (*EndOperation)(void *context);
+    kx3_status (*SetVcc)(void *context, int32_t millivolts);
+    kx3_status (*SetGndPin)(void *context, uint8_t pin, uint8_t state);
+    kx3_status (*PowerStep)(void *context, int32_t step);
+    kx3_status (*SignalPass)(void *context, int32_t value);
+    kx3_status (*SignalFail)(void *context, int32_t value);
+    kx3_status (*StartCheck)(void *context, int32_t *result); /* 1: must not start */
+    kx3_status (*Delay)(void *context, int32_t milliseconds);
+    kx3_status (*PollStatus)(void *context, int32_t request, int32_t *arrived); /* 0: no report */
+    kx3_status (*ReportStartFailure)(void *context);
+    kx3_status (*PrepareChip)(void *context, uint8_t figmode, int32_t *result); /* 2: must stop */
+    kx3_status (*PrepareDevice32f)(void *context, uint8_t figmode, uint8_t zero, int32_t *result);
+    kx3_status (*PrepareDevice)(void *context, uint8_t figmode, uint8_t zero, int32_t *result);
+    kx3_status (*CompareWord)(void *context, uint8_t low, uint8_t high, int32_t address, int32_t mode, int32_t mask,
+                              int32_t *result); /* 1: stop the verify */
+    kx3_status (*CompareByte)(void *context, uint8_t data, int32_t address, int32_t mode, int32_t *result);
+    kx3_status (*AlgorithmLoaded)(void *context, int32_t length);
+} kx3_session_host;
+
+/* Use this session host on the calling thread; the structure is copied. An operation whose member
+ * is NULL fails with KX3_MEMBER_NOT_FOUND. NULL takes the session host away. */
+KX3_API kx3_status kx3_set_session_host(const kx3_session_host *host);
+
+/* Calls that the plug-in makes to the programmer I/O libraries. */
+enum { KX3_USBCOMWRITE = 1, KX3_USBBULKWRITE = 2, KX3_USBBULKREAD = 3, KX3_DATSTR = 4 };
+
+typedef struct kx3_io_call {
+    int32_t function;    /* KX3_USBCOMWRITE ... KX3_DATSTR */
+    const uint8_t *data; /* packet or data written; destination of a read; NULL for datstr */
+    int32_t count;       /* bytes; for datstr the value */
+    int32_t result;      /* status returned; for a read the state byte right after the call; for datstr the digits */
+} kx3_io_call;
+
+/* Have every programmer I/O call of the calling thread reported after it was made. NULL ends it.
+ * Without an observer the calls cost nothing extra. */
+KX3_API kx3_status kx3_observe_io(void (*observer)(void *context, const kx3_io_call *call), void *context);
+
+/* ---- The entry class --------------------------------------------------------------------------*/
+
+typedef struct kx3_mpu kx3_mpu;
+
+/* Create an entry object; this attaches nothing. */
+KX3_API kx3_status kx3_mpu_create(kx3_mpu **mpu);
+/* Release it: the 60 main blocks of the thread are released. NULL is ignored. */
+KX3_API void kx3_mpu_release(kx3_mpu *mpu);
+
+KX3_API kx3_status kx3_mpu_get_buflg(kx3_mpu *mpu, int32_t *value);
+KX3_API kx3_status kx3_mpu_put_buflg(kx3_mpu *mpu, int32_t value);
+/* Boolean: 0 or -1. */
+KX3_API kx3_status kx3_mpu_get_exitpower(kx3_mpu *mpu, int16_t *value);
+KX3_API kx3_status kx3_mpu_put_exitpower(kx3_mpu *mpu, int16_t value);
+
+/* Run the operation that the blocks describe; `usbenable` is neither read nor written. */
+KX3_API kx3_status kx3_mpu_runMpu6Prg(kx3_mpu *mpu, int16_t *usbenable);
+/* Show device note `no`, whose bit 7 is cleared first. */
+KX3_API kx3_status kx3_mpu_mpu6warn(kx3_mpu *mpu, uint8_t *no);
+/* Open the configuration editor of the selected device; returns when it is closed. */
+KX3_API kx3_status kx3_mpu_editfigmpu6(kx3_mpu *mpu);
+/* Attach the blocks of host instance `num`. */
+KX3_API kx3_status kx3_mpu_bufcommpu6(kx3_mpu *mpu, int16_t *num);
+/* Release the two device-buffer blocks. */
+KX3_API kx3_status kx3_mpu_freesharebuffermpu6(kx3_mpu *mpu);
+/* Write the default configuration bytes of the selected device into the device buffer. */
+KX3_API kx3_status kx3_mpu_sinitmpu6(kx3_mpu *mpu);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
