@@ -1,9 +1,87 @@
 #include "host/buffer_init.h"
 
+#include "base/checked.h"
+
+#include <algorithm>
+#include <array>
+#include <concepts>
+
 namespace kx3 {
 
-void sinitmpu6(BlockArrays & /*blocks*/) {
-    raise(ErrorNumber::notAvailable, u"Buffer defaults are not available in this version");
+namespace {
+
+/// A short list of bytes that can stand inside a table row.
+class Bytes {
+  public:
+    template <std::same_as<int>... Values>
+    constexpr Bytes(Values... values) : bytes_{narrow<Byte>(values)...}, size_(sizeof...(values)) {}
+
+    static constexpr Bytes repeated(Byte value, std::size_t count) {
+        Bytes bytes;
+        std::fill_n(bytes.bytes_.begin(), count, value);
+        bytes.size_ = count;
+        return bytes;
+    }
+
+    [[nodiscard]] constexpr const Byte *begin() const { return bytes_.data(); }
+    [[nodiscard]] constexpr const Byte *end() const { return bytes_.data() + size_; }
+    [[nodiscard]] constexpr bool contains(Byte value) const { return std::find(begin(), end(), value) != end(); }
+
+  private:
+    std::array<Byte, 45> bytes_{};
+    std::size_t size_;
+};
+
+/// What a run's offset counts from: `tlength`(0), or twice that for an image counted in words.
+enum class Anchor : std::uint8_t { length, twiceLength };
+
+/// Consecutive bytes written for each of `modes`.
+struct Run {
+    Bytes modes;
+    Anchor anchor;
+    Long offset; ///< of the first byte from the anchor
+    Bytes bytes;
+};
+
+/// All runs of a mode are written, in table order; bytes between runs keep their values.
+constexpr Run runs[] = {
+    {{3}, Anchor::twiceLength, 0, {0x6E, 0xDF, 0xFF, 0xFF, 0x00, 0x00, 0x00, 0xFF, 0x00, 0x00}},
+    {{4, 6, 10}, Anchor::twiceLength, 0, {0x62, 0xDF, 0xFF, 0xFF, 0x00, 0x00, 0x00, 0xFF, 0x00, 0x00}},
+    {{12}, Anchor::twiceLength, 0, {0xFF, 0xFF}},
+    {{12}, Anchor::twiceLength, 8, {0x00, 0x00}},
+    {{13, 14}, Anchor::twiceLength, 0, {0xE1, 0x99, 0xFD, 0xFF, 0x00, 0x00, 0x00, 0xFF, 0x00, 0x00}},
+    {{15}, Anchor::twiceLength, 0, {0x62, 0x99, 0xFF, 0xFF, 0x00, 0x00, 0x00, 0xFF, 0x00, 0x00}},
+    {{18}, Anchor::twiceLength, 0, {0x5E, 0xD9, 0xF4, 0xFF, 0x00, 0x00, 0x00, 0xEC, 0x00, 0x00}},
+    {{30, 31, 32}, Anchor::twiceLength, 0, {0x62, 0x99, 0xFE, 0xFF, 0x00, 0x00, 0x00, 0xFF, 0x00, 0x00}},
+    {{55, 56}, Anchor::twiceLength, 0, {0x62, 0xD9, 0xFF, 0xFF, 0x00, 0x00, 0x00, 0xFF, 0x00, 0x00}},
+    {{58, 59, 60, 61}, Anchor::twiceLength, 0, {0x62, 0xDF, 0xF9, 0xFF, 0x00, 0x00, 0x00, 0xFF, 0x00, 0x00}},
+    {{62}, Anchor::twiceLength, 0, {0xDE, 0xE9, 0xFF, 0xFF, 0x00, 0x00, 0x00, 0xFF, 0x00, 0x00}},
+    {{45}, Anchor::length, 0, Bytes::repeated(0xFF, 8)},
+    {{50}, Anchor::length, 0, {0xFF, 0x00, 0xFF, 0xFE, 0xFF, 0xFF}},
+    {{46, 47, 48, 49}, Anchor::length, -48, Bytes::repeated(0xFF, 45)},
+    {{46, 47, 48, 49}, Anchor::length, -40, {0xFE}},
+    {{64}, Anchor::length, -40, {0xFF, 0xFF, 0xFF, 0xC5, 0xFF, 0xFF, 0xFF, 0xFF, 0xC5, 0xFF, 0xFF, 0xFF, 0xC5, 0xC5,
+                                 0xC5, 0xFF, 0xC5, 0xC5, 0xC5, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}},
+};
+
+Checked position(Anchor anchor, Long length) {
+    return anchor == Anchor::twiceLength ? Checked(2) * length : Checked(length);
+}
+
+void write(const Run &run, Long length, Array<Byte> &buffer) {
+    const Checked first = position(run.anchor, length) + run.offset;
+    Long k = 0;
+    for (const Byte byte : run.bytes)
+        buffer((first + k++).value()) = byte;
+}
+
+} // namespace
+
+void sinitmpu6(BlockArrays &blocks) {
+    const Byte mode = blocks.prgmode(0);
+    const Long length = blocks.tlength(0);
+    for (const Run &run : runs)
+        if (run.modes.contains(mode)) write(run, length, blocks.ibuffer);
 }
 
 } // namespace kx3
