@@ -1,0 +1,74 @@
+// Named shared memory: the kernel's file mapping objects, backed by the paging file.
+
+#include "platform/named_memory.h"
+
+#include <string>
+#include <windows.h>
+
+namespace kx3::platform {
+
+namespace {
+
+/// All access but execution; what the suite's host asks for, too.
+constexpr DWORD allAccess = 0xF001F;
+static_assert(allAccess == FILE_MAP_ALL_ACCESS);
+
+HANDLE asHandle(MappingHandle mapping) noexcept { return reinterpret_cast<HANDLE>(mapping); }
+MappingHandle asMapping(HANDLE handle) noexcept { return reinterpret_cast<MappingHandle>(handle); }
+
+/// Call `action` with `name` as a terminated text. A name that cannot be built is a block that
+/// cannot be had.
+template <class Action> MappingHandle withName(std::string_view name, Action action) noexcept {
+    try {
+        return asMapping(action(std::string(name).c_str()));
+    } catch (...) {
+        return 0;
+    }
+}
+
+HANDLE createNamed(const char *name, std::int32_t size) noexcept {
+    return ::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, static_cast<DWORD>(size), name);
+}
+
+} // namespace
+
+MappingHandle openMapping(std::string_view name) noexcept {
+    return withName(name, [](const char *text) { return ::OpenFileMappingA(allAccess, FALSE, text); });
+}
+
+MappingHandle createMapping(std::string_view name, std::int32_t size) noexcept {
+    if (size < 1) return 0;
+    return withName(name, [size](const char *text) { return createNamed(text, size); });
+}
+
+MappingHandle createMappingExclusively(std::string_view name, std::int32_t size) noexcept {
+    if (size < 1) return 0;
+    return withName(name, [size](const char *text) -> HANDLE {
+        const HANDLE mapping = createNamed(text, size);
+        if (mapping == nullptr || ::GetLastError() != ERROR_ALREADY_EXISTS) return mapping;
+        ::CloseHandle(mapping);
+        return nullptr;
+    });
+}
+
+void *mapView(MappingHandle mapping) noexcept {
+    return mapping == 0 ? nullptr : ::MapViewOfFile(asHandle(mapping), allAccess, 0, 0, 0);
+}
+
+std::size_t viewSize(MappingHandle /*mapping*/, const void *view) noexcept {
+    MEMORY_BASIC_INFORMATION region{};
+    if (view == nullptr || ::VirtualQuery(view, &region, sizeof region) != sizeof region) return 0;
+    // The system reports a run of pages of equal state: of a block that its creator has only
+    // reserved, no more than what may be touched counts.
+    const bool usable = region.BaseAddress == view && region.AllocationBase == view && region.State == MEM_COMMIT &&
+                        region.Protect == PAGE_READWRITE;
+    return usable ? region.RegionSize : 0;
+}
+
+bool unmapView(MappingHandle /*mapping*/, void *view) noexcept {
+    return view != nullptr && ::UnmapViewOfFile(view) != FALSE;
+}
+
+void closeMapping(MappingHandle mapping) noexcept { ::CloseHandle(asHandle(mapping)); }
+
+} // namespace kx3::platform
