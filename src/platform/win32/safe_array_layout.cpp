@@ -4,8 +4,9 @@
 #include "host/memory/array.h"
 #include "host/memory/variant.h"
 
-#include <oleauto.h>
 #include <windows.h>
+
+#include <oleauto.h>
 
 namespace kx3 {
 

@@ -7,8 +7,9 @@
 
 #include <climits>
 #include <cstring>
-#include <oleauto.h>
 #include <windows.h>
+
+#include <oleauto.h>
 
 namespace kx3::platform {
 
