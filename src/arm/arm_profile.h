@@ -3,6 +3,7 @@
 
 #include "outside/session_host.h"
 
+#include <cstddef>
 #include <string_view>
 
 namespace kx3 {
@@ -26,7 +27,7 @@ struct ArmProfile {
     std::u16string_view algorithmExtension;   ///< of the algorithm files
     Long (SessionHost::*prepareDevice)(Byte, Byte);
     Long readChunk;                           ///< bytes of one bulk read
-    Long programChunk;                        ///< bytes of one bulk write
+    Long smallBlockProgramChunk;              ///< bytes of one bulk write
     Long largeBlockProgramChunk;              ///< the same for blocks of at least 10000 hex addresses
     ReadRequest readRequest;
     StopRequest stopRequest;
@@ -34,6 +35,12 @@ struct ArmProfile {
     bool testsStopEvent;                      ///< event 1E ends a read or program run with code 2
     bool roundsProgramEnd;                    ///< ProgramBlocks ends at a multiple of 256 on large devices
 };
+
+/// Chunk size in bytes of a bulk write for blocks of `blockSize` addresses.
+[[nodiscard]] constexpr Long programChunk(const ArmProfile &profile, Long blockSize) {
+    constexpr Long largeBlock = 0x10000;
+    return blockSize >= largeBlock ? profile.largeBlockProgramChunk : profile.smallBlockProgramChunk;
+}
 
 /// Module arm_prg_32f: model types 74 and above.
 extern const ArmProfile armProfile32f;

@@ -1,8 +1,12 @@
 // The session driver of the ARM devices: one driver, two profiles.
 #pragma once
 
-#include "arm/arm_profile.h"
-#include "host/context.h"
+#include "arm/algorithm_file.h"
+#include "arm/arm_driver.h"
+#include "base/error.h"
+
+#include <string>
+#include <vector>
 
 namespace kx3 {
 
@@ -10,16 +14,44 @@ namespace kx3 {
 /// drives the programmer by its status reports. Everything it reports goes into the shared blocks.
 class ArmSession {
   public:
-    ArmSession(Context &context, const ArmProfile &profile) noexcept : context_(context), profile_(profile) {}
+    ArmSession(Context &context, const ArmProfile &profile) : driver_{context, profile} {}
     ArmSession(const ArmSession &) = delete;
     ArmSession &operator=(const ArmSession &) = delete;
 
-    /// Perform one complete session. Raises an error only when its own error path fails.
+    /// Perform one complete session. An error inside it is kept in `failure` and ends the session on
+    /// its orderly path; only an error inside that path is raised.
     void run();
 
+    /// Description of the error that ended the last session; empty when none did.
+    [[nodiscard]] const std::u16string &failure() const noexcept { return failure_; }
+
   private:
-    Context &context_;
-    const ArmProfile &profile_;
+    /// Where the session goes on after its steps.
+    enum class End : Byte {
+        result,  ///< EndOperation, signal, result line by `prgresult`(0), elapsed time
+        fatal,   ///< EndOperation, then as aborted
+        aborted, ///< prepared error text and elapsed time
+        timed,   ///< elapsed time only
+        silent,  ///< neither result nor time
+    };
+
+    [[nodiscard]] End perform();
+    [[nodiscard]] bool mayStart();
+    [[nodiscard]] End operate(const AlgorithmImage &image);
+    [[nodiscard]] bool download(const AlgorithmImage &image);
+    [[nodiscard]] bool awaitReadBack();
+    [[nodiscard]] bool checkVersion();
+    [[nodiscard]] Outcome dispatch();
+    void finish(End end);
+    [[nodiscard]] End signalResult();
+    void appendErrorText();
+    void appendElapsedTime();
+
+    ArmDriver driver_;
+    float start_ = 0;
+    // Kept between sessions, so that a transfer which ends late never writes into freed memory.
+    std::vector<Byte> readBack_;
+    std::u16string failure_;
 };
 
 } // namespace kx3

@@ -1,6 +1,7 @@
 // What every room works with. Rooms take a Context and never look beside them.
 #pragma once
 
+#include "base/text.h"
 #include "host/memory/sharemap.h"
 #include "host/text/string_table.h"
 #include "outside/clock.h"

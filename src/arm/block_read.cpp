@@ -1,0 +1,168 @@
+#include "arm/arm_driver.h"
+#include "arm/block_geometry.h"
+#include "arm/block_run.h"
+#include "arm/verify_ranges.h"
+
+namespace kx3 {
+
+namespace {
+
+/// The programmer's own work counts for this share of a block, in percent; the chunks for the rest.
+constexpr Long runShare = 85;
+constexpr Long wholeRun = 100;
+/// Modes of a bulk read besides that into the device buffer.
+constexpr Integer intoDeviceBuffer = 0;
+constexpr Long shortRead = 0x41;
+/// States of a bulk read.
+constexpr Byte readComplete = 2;
+constexpr Byte highestReadState = 3;
+constexpr int readAttempts = 2;
+
+constexpr Long wordMask = 0xFF;
+constexpr Long stopVerify = 1;
+
+/// One ReadBlocks call.
+class BlockReader {
+  public:
+    explicit BlockReader(ArmDriver &driver)
+        : driver_(driver), verify_(driver.isOperation(ArmOperation::verify)),
+          mode_(static_cast<Integer>(driver.operation() - 2)),
+          geometry_(driver.blocks(), driver.profile.readChunk,
+                    verify_ ? EndRounding::largeDevices : EndRounding::never),
+          ranges_(VerifyRanges::of({driver.blocks().prgmode(0), driver.blocks().tlength(0), driver.blocks().bvcch(0),
+                                    driver.blocks().woption(0), driver.blocks().pagelength(0)})) {}
+
+    Outcome run() {
+        const RunEnd end = readAllBlocks();
+        if (end == RunEnd::fatal) return Outcome::fatal;
+        if (end == RunEnd::complete) driver_.setProgress(wholeRun);
+        close();
+        return Outcome::finished;
+    }
+
+  private:
+    RunEnd readAllBlocks();
+    RunEnd awaitRun(Long block);
+    RunEnd receive(Long block);
+    /// False when the host stopped the verify.
+    bool compare(const Chunk &chunk);
+    bool compareBytes(const Chunk &chunk, std::span<const Byte> data);
+    bool compareWords(const Chunk &chunk, std::span<const Byte> data);
+    Outcome ReadBulkRetry(const Chunk &chunk);
+    void startBulkRead(const Chunk &chunk);
+    void close();
+    void showProgress(Long block, Checked percentOfBlock) {
+        driver_.setProgress((Checked(wholeRun) * block + percentOfBlock) / (Checked(geometry_.lastBlock()) + 1));
+    }
+
+    ArmDriver &driver_;
+    bool verify_;
+    Integer mode_; ///< operation number less 2
+    BlockGeometry geometry_;
+    VerifyRanges ranges_;
+};
+
+RunEnd BlockReader::readAllBlocks() {
+    for (Long block = 0;; ++block) {
+        driver_.link.clearReport(2);
+        const Byte code = driver_.isOperation(ArmOperation::read) ? driver_.operation() : driver_.runCode();
+        driver_.link.run({code, block, geometry_.isLast(block)});
+        RunEnd end = awaitRun(block);
+        if (end == RunEnd::complete) end = receive(block);
+        if (end != RunEnd::complete || geometry_.isLast(block)) return end;
+    }
+}
+
+RunEnd BlockReader::awaitRun(Long block) {
+    return awaitBlockRun(
+        driver_, [] {}, [&] { showProgress(block, Checked(driver_.link.progress()) * runShare / wholeRun); });
+}
+
+RunEnd BlockReader::receive(Long block) {
+    const Long last = geometry_.lastReadChunk(block);
+    const bool askEachChunk = driver_.profile.readRequest == ReadRequest::oncePerChunk;
+    if (!askEachChunk) driver_.link.requestData(0);
+    for (Long k = 0; k <= last; ++k) {
+        if (askEachChunk) driver_.link.requestData(k);
+        const Chunk chunk = geometry_.chunk(block, k, last);
+        if (ReadBulkRetry(chunk) == Outcome::fatal) return RunEnd::fatal;
+        if (verify_ && !compare(chunk)) return RunEnd::ended;
+        showProgress(block, Checked(runShare) + k);
+    }
+    return RunEnd::complete;
+}
+
+void BlockReader::startBulkRead(const Chunk &chunk) {
+    sharemap &blocks = driver_.blocks();
+    Byte &state = blocks.usbpip2readresult(0);
+    state = 0;
+    const bool isShort = mode_ == 2 || mode_ == 5;
+    const Long count = isShort ? shortRead : chunk.count;
+    const std::span<Byte> destination = mode_ == intoDeviceBuffer ? blocks.ibuffer.range(chunk.offset, chunk.count)
+                                                                  : blocks.ibuf2.range(0, count);
+    driver_.context.io.usbbulkread(destination.data(), count, &state);
+}
+
+Outcome BlockReader::ReadBulkRetry(const Chunk &chunk) {
+    for (int attempt = 1; attempt <= readAttempts; ++attempt) {
+        startBulkRead(chunk);
+        for (;;) {
+            driver_.context.ui.yield();
+            const Byte state = driver_.blocks().usbpip2readresult(0);
+            if (state > highestReadState) break;
+            if (driver_.stopRequested() || driver_.hasResult(ResultCode::error)) return Outcome::fatal;
+            if (state == readComplete) return Outcome::finished;
+        }
+    }
+    return Outcome::fatal;
+}
+
+bool BlockReader::compare(const Chunk &chunk) {
+    const std::span<const Byte> data = driver_.blocks().ibuf2.range(0, chunk.count);
+    // The last address of the chunk must be one.
+    (void)(Checked(chunk.offset) + chunk.count).value();
+    return driver_.blocks().wordmode(0) == 1 ? compareBytes(chunk, data) : compareWords(chunk, data);
+}
+
+bool BlockReader::compareBytes(const Chunk &chunk, std::span<const Byte> data) {
+    SessionHost &host = *driver_.context.sessionHost;
+    const std::int64_t first = chunk.offset;
+    const Long mode = mode_;
+    return ranges_.forEachRun(first, first + chunk.count, [&](std::int64_t from, std::int64_t to) {
+        const Byte *byte = data.data() + (from - first);
+        for (auto address = static_cast<Long>(from); address < to; ++address)
+            if (host.CompareByte(*byte++, address, mode) == stopVerify) return false;
+        return true;
+    });
+}
+
+bool BlockReader::compareWords(const Chunk &chunk, std::span<const Byte> data) {
+    SessionHost &host = *driver_.context.sessionHost;
+    const Long words = (Checked(chunk.count) / driver_.blocks().wordmode(0)).value();
+    const Byte *bytes = data.data();
+    for (Long word = 0; word < words; ++word, bytes += 2)
+        if (host.CompareWord(bytes[0], bytes[1], chunk.offset / 2 + word, mode_, wordMask) == stopVerify) return false;
+    return true;
+}
+
+void BlockReader::close() {
+    sharemap &blocks = driver_.blocks();
+    if (verify_) {
+        storeText(blocks.MainRtstr, 0,
+                  join(readText(blocks.prgnote, 5), u"\n", readText(blocks.prgnote, 6), u"\n",
+                       readText(blocks.MainRtstr, 1)));
+        storeText(blocks.MainRtstr, 1, {});
+        return;
+    }
+    const Long first = blocks.buflength(0);
+    for (Long i = 0; i < ProgrammerLink::configurationBytes; ++i) {
+        Byte &place = blocks.ibuffer((Checked(first) + i).value());
+        place = driver_.link.takeConfigurationByte(i);
+    }
+}
+
+} // namespace
+
+Outcome ReadBlocks(ArmDriver &driver) { return BlockReader(driver).run(); }
+
+} // namespace kx3
