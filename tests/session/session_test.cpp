@@ -1,0 +1,437 @@
+#include "support/test_apartment.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+
+namespace kx3 {
+namespace {
+
+using test::TestApartment;
+using Calls = std::vector<std::string>;
+
+const Calls powerUp = {"StartCheck",     "PrepareChip 7", "SetVcc 3300", "SetGndPin 12 1",
+                       "SetGndPin 34 1", "Delay 500",     "PowerStep 0", "Delay 100"};
+
+Calls operator+(Calls first, const Calls &second) {
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+/// A host that has prepared a session and carries out what is announced. "yield" stands among the
+/// host object's calls, so that their order shows.
+class Session : public testing::Test {
+  protected:
+    Session() {
+        t.attach(1000);
+        t.host.modeltype(0) = 50;
+        t.host.figmode(0) = 7;
+        t.host.bvcc(0) = 330;
+        t.host.bgndpin(0) = 12;
+        t.host.bgndpin(1) = 34;
+        const std::map<Long, std::u16string_view> notes = {
+            {0, u"Now "},   {1, u" ..."},   {2, u" OK"},       {3, u" failed"}, {4, u"Stopped"},  {5, u"First"},
+            {6, u"Second"}, {7, u"Go on?"}, {8, u"Not blank"}, {9, u"Maker:"},  {10, u"Device:"}, {12, u"Broken"}};
+        for (const auto &[index, text] : notes)
+            storeText(t.host.prgnote, index, text);
+        for (Long i = 0; i < 20; ++i)
+            storeText(t.host.MainmnuPrg, i, u"op" + decimal(i));
+        t.ui->onYield = [this] {
+            t.sessionHost->calls.push_back("yield");
+            carryOut();
+        };
+    }
+
+    /// Leave the next result; without one the operation passes.
+    void leaveResult() {
+        if (results.empty()) return;
+        t.host.prgresult(0) = results.front();
+        results.pop_front();
+    }
+
+    void request(Byte operation) { t.host.prgresult(1) = operation; }
+    void requestSequence(const std::vector<Byte> &operations) {
+        request(0);
+        t.host.wautonum(0) = static_cast<Byte>(operations.size());
+        for (std::size_t i = 0; i < operations.size(); ++i)
+            t.host.autoprg(static_cast<Long>(i)) = operations[i];
+    }
+    void expectIdentifier(Integer maker, Integer device) {
+        t.host.chipidtestmode(0) = Boolean(true);
+        t.host.compid(0) = maker;
+        t.host.typeid_(0) = device;
+    }
+    void report(Byte maker, Byte device1, Byte device2) {
+        t.host.ibuf1(3) = maker;
+        t.host.ibuf1(4) = device1;
+        t.host.ibuf1(5) = device2;
+    }
+
+    void run() {
+        Boolean usbenable;
+        t.mpu.runMpu6Prg(usbenable);
+    }
+    ErrorNumber failure() {
+        try {
+            run();
+        } catch (const Error &error) {
+            return error.number();
+        }
+        return {};
+    }
+
+    void clear() {
+        t.sessionHost->calls.clear();
+        t.ui->boxes.clear();
+        storeText(t.host.MainRtstr, 0, {});
+        t.host.prgresult(0) = 0;
+    }
+    std::string log() { return toUtf8(readText(t.host.MainRtstr, 0)); }
+    Form &window() { return t.apartment.sessionWindow(); }
+
+    TestApartment t;
+    std::deque<Byte> results;
+    std::function<void()> carryOut = [this] { leaveResult(); };
+};
+
+TEST_F(Session, PowersUpAnnouncesSignalsAndEnds) {
+    request(3);
+    run();
+    EXPECT_EQ(t.sessionHost->calls, powerUp + Calls({"yield", "SignalPass 0", "EndOperation"}));
+    EXPECT_EQ(log(), ">>Now op3 ...\n>>op3 OK\n>> 0.00Sec\n");
+    EXPECT_EQ(t.host.ubuflg(0), 0x3FF0);
+    EXPECT_TRUE(t.ui->boxes.empty());
+}
+
+TEST_F(Session, ConnectsTheSecondGroundPinOnlyWhenThereIsOne) {
+    request(1);
+    t.host.bgndpin(1) = 0;
+    run();
+    EXPECT_EQ(std::ranges::count(t.sessionHost->calls, "SetGndPin 12 1"), 1);
+    EXPECT_EQ(std::ranges::count(t.sessionHost->calls, "SetGndPin 0 1"), 0);
+}
+
+TEST_F(Session, ARefusedStartDoesNothingMore) {
+    struct Case {
+        Long startCheck, prepare;
+        Calls calls;
+        ErrorNumber error;
+    };
+    const Case cases[] = {
+        {1, 0, {"StartCheck", "ReportStartFailure"}, {}},
+        {0, 2, {"StartCheck", "PrepareChip 7"}, {}},
+        {2, 2, {"StartCheck", "PrepareChip 7"}, {}},
+        {0, 1, powerUp + Calls({"ReportStartFailure"}), {}},
+        {256, 0, {"StartCheck"}, ErrorNumber::overflow},
+        {0, -1, {"StartCheck", "PrepareChip 7"}, ErrorNumber::overflow},
+    };
+    request(3);
+    for (const Case &c : cases) {
+        clear();
+        t.sessionHost->startCheck = c.startCheck;
+        t.sessionHost->prepare = c.prepare;
+        EXPECT_EQ(failure(), c.error);
+        EXPECT_EQ(t.sessionHost->calls, c.calls);
+        EXPECT_EQ(log(), "");
+    }
+}
+
+TEST_F(Session, TheIdentifierTestDecidesWhetherOperationsRun) {
+    const Calls goesOn = {"SignalPass 0", "EndOperation"};
+    using enum MessageBoxResult;
+    struct Case {
+        std::string name;
+        Integer maker, device;
+        std::vector<bool> reports; ///< whether each poll brings one
+        std::deque<MessageBoxResult> answers;
+        Calls calls; ///< after the power-up
+        std::size_t boxes;
+        std::string log;
+    };
+    const Case cases[] = {
+        {"matches",
+         0x1E,
+         0x95,
+         {true},
+         {},
+         Calls{"PollStatus 15"} + goesOn,
+         0,
+         ">>Maker:1E   Device:950F\n>> 0.00Sec\n"},
+        {"nothing expected", 0, 0, {}, {}, goesOn, 0, ">> 0.00Sec\n"},
+        {"only a maker expected", 0x1E, 0, {true}, {ignore}, Calls{"PollStatus 15"} + goesOn, 1, ">> 0.00Sec\n"},
+        {"other maker, ignored", 0x1F, 0x95, {true}, {ignore}, Calls{"PollStatus 15"} + goesOn, 1, ">> 0.00Sec\n"},
+        {"out of a byte's range", 0x11E, 0x95, {true}, {ignore}, Calls{"PollStatus 15"} + goesOn, 1, ">> 0.00Sec\n"},
+        {"aborted", 0x1E, 0x96, {true}, {abort}, {"PollStatus 15", "EndOperation", "EndOperation"}, 1, ""},
+        {"retried until it matches",
+         0x1E,
+         0x95,
+         {false, false, true},
+         {retry, retry},
+         Calls{"PollStatus 15", "PollStatus 15", "PollStatus 15"} + goesOn,
+         2,
+         ">>Maker:1E   Device:950F\n>> 0.00Sec\n"},
+    };
+    request(1);
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        clear();
+        expectIdentifier(c.maker, c.device);
+        report(0x1E, 0x95, 0x0F);
+        t.ui->answers = c.answers;
+        std::size_t polls = 0;
+        t.sessionHost->onPoll = [&] { return c.reports.at(polls++); };
+        run();
+        EXPECT_EQ(t.sessionHost->calls, powerUp + c.calls);
+        EXPECT_EQ(t.ui->boxes.size(), c.boxes);
+        EXPECT_EQ(log(), c.log);
+    }
+}
+
+TEST_F(Session, TheIdentifierQuestionShowsWhatWasRead) {
+    expectIdentifier(0x1E, 0x95);
+    report(0x01, 0x00, 0xAB);
+    t.ui->answers = {MessageBoxResult::retry, MessageBoxResult::abort};
+    int polls = 0;
+    t.sessionHost->onPoll = [&] { return ++polls == 1; };
+    run();
+    ASSERT_EQ(t.ui->boxes.size(), 2U);
+    EXPECT_EQ(t.ui->boxes[0].prompt, u"Maker:01   Device:00AB");
+    EXPECT_EQ(t.ui->boxes[0].style, 50);
+    EXPECT_EQ(t.ui->boxes[0].title, u"Warning! Device Code Error!");
+    EXPECT_EQ(t.ui->boxes[1].prompt, u"Maker:FF   Device:FFFF") << "without a report";
+}
+
+TEST_F(Session, AStopDuringTheIdentifierTestSkipsTheOperations) {
+    request(3);
+    t.host.prgresult(0) = 2;
+    expectIdentifier(0, 0);
+    run();
+    EXPECT_EQ(t.sessionHost->calls, powerUp + Calls({"EndOperation"}));
+
+    clear();
+    t.host.prgresult(0) = 2; // of an earlier run: without the test nobody looks at it
+    t.host.chipidtestmode(0) = Boolean(false);
+    run();
+    EXPECT_EQ(t.sessionHost->calls.back(), "EndOperation");
+    EXPECT_EQ(log(), ">>Now op3 ...\n>>op3 OK\n>> 0.00Sec\n");
+}
+
+TEST_F(Session, RunsTheRequestedOperations) {
+    using enum MessageBoxResult;
+    struct Case {
+        std::string name;
+        Byte operation;
+        std::vector<Byte> sequence;
+        std::deque<Byte> results;
+        std::deque<MessageBoxResult> answers;
+        std::string log;
+        std::string signal;
+    };
+    const Case cases[] = {
+        {"no sequence", 0, {}, {}, {}, ">>Now op6 ...\n>>op6 OK\n", "SignalPass 0"},
+        {"none", 1, {8, 9}, {}, {}, "", "SignalPass 0"},
+        {"one", 2, {8, 9}, {1}, {}, ">>Now op2 ...\n>>op2 failed\n", "SignalFail 0"},
+        {"the last caption", 19, {}, {}, {}, ">>Now op19 ...\n>>op19 OK\n", "SignalPass 0"},
+        {"sequence", 0, {7, 3}, {}, {}, ">>Now op7 ...\n>>op7 OK\n>>Now op3 ...\n>>op3 OK\n", "SignalPass 0"},
+        {"sequence fails", 0, {7, 3}, {1}, {}, ">>Now op7 ...\n>>op7 failed\n", "SignalFail 0"},
+        {"sequence stopped", 0, {7, 3}, {2}, {}, ">>Now op7 ...\nStopped\n", "SignalFail 0"},
+        {"sequence broken", 0, {7, 3}, {3}, {}, ">>Now op7 ...\nBroken\n", "SignalFail 0"},
+        {"unknown code", 0, {7, 3}, {4}, {}, ">>Now op7 ...\n", "SignalFail 0"},
+        {"largest code", 3, {}, {255}, {}, ">>Now op3 ...\n", "SignalFail 0"},
+        {"not blank, goes on",
+         0,
+         {4, 3},
+         {1, 0},
+         {ok},
+         ">>Now op4 ...\n>>op4 failed\n>>Now op3 ...\n>>op3 OK\n",
+         "SignalPass 0"},
+        {"not blank, goes on at the end", 0, {4}, {1}, {ok}, ">>Now op4 ...\n>>op4 failed\n", "SignalFail 0"},
+        {"not blank, ends", 0, {4, 3}, {1}, {cancel}, ">>Now op4 ...\n>>op4 failed\n", "SignalFail 0"},
+        {"blank check stopped", 0, {4, 3}, {2}, {}, ">>Now op4 ...\nStopped\n", "SignalFail 0"},
+        {"blank check alone asks nothing", 4, {}, {1}, {}, ">>Now op4 ...\n>>op4 failed\n", "SignalFail 0"},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        clear();
+        requestSequence(c.sequence);
+        request(c.operation);
+        results = c.results;
+        t.ui->answers = c.answers;
+        run();
+        EXPECT_EQ(log(), c.log + ">> 0.00Sec\n");
+        const Calls &calls = t.sessionHost->calls;
+        EXPECT_EQ(Calls(calls.end() - 2, calls.end()), Calls({c.signal, "EndOperation"}));
+        EXPECT_EQ(t.ui->boxes.size(), c.answers.size());
+    }
+}
+
+TEST_F(Session, TheContinueQuestionIsTheHosts) {
+    requestSequence({4});
+    results = {1};
+    run();
+    ASSERT_EQ(t.ui->boxes.size(), 1U);
+    EXPECT_EQ(t.ui->boxes[0].prompt, u"Go on?");
+    EXPECT_EQ(t.ui->boxes[0].style, 33);
+    EXPECT_EQ(t.ui->boxes[0].title, u"Not blank");
+}
+
+TEST_F(Session, TheHostSeesTheAnnouncementWhileTheWindowYields) {
+    request(3);
+    t.host.prgresult(0) = 1;
+    t.host.prgmode(1) = t.host.prgmode(2) = 9;
+    carryOut = [&] {
+        EXPECT_EQ(t.host.prgresult(0), 0);
+        EXPECT_EQ(t.host.prgmode(1), 1);
+        EXPECT_EQ(t.host.prgmode(2), 0);
+        EXPECT_EQ(log(), ">>Now op3 ...\n");
+        EXPECT_TRUE(window().loaded());
+        EXPECT_EQ(window().caption(), u"Now op3 ...");
+    };
+    run();
+    EXPECT_EQ(t.ui->yields, 1);
+    EXPECT_FALSE(window().loaded());
+}
+
+TEST_F(Session, RequestsAreReadAgainAfterEachOperation) {
+    requestSequence({});
+    carryOut = [&] { // after operation 6: a sequence; after that: one operation
+        if (t.ui->yields == 1) requestSequence({7});
+        if (t.ui->yields == 2) request(3);
+    };
+    run();
+    EXPECT_EQ(log(), ">>Now op6 ...\n>>op6 OK\n>>Now op7 ...\n>>op7 OK\n>>Now op3 ...\n>>op3 OK\n>> 0.00Sec\n");
+}
+
+TEST_F(Session, ALongLogIsClearedBeforeTheNextOperation) {
+    request(3);
+    for (const std::size_t length : {500U, 501U}) {
+        storeText(t.host.MainRtstr, 0, std::u16string(length, u'x'));
+        run();
+        EXPECT_EQ(log().starts_with("x"), length == 500) << length;
+    }
+}
+
+TEST_F(Session, OperationFiveReplacesTheLogByItsOutput) {
+    request(5);
+    storeText(t.host.MainRtstr, 0, u"old\n");
+    storeText(t.host.MainRtstr, 1, u"output\n");
+    results = {1};
+    run();
+    EXPECT_EQ(log(), "First\nSecond\noutput\n>>op5 failed\n>> 0.00Sec\n");
+    EXPECT_EQ(readText(t.host.MainRtstr, 1), u"");
+}
+
+TEST_F(Session, ElapsedTimeRunsOverMidnight) {
+    struct Case {
+        float start, end;
+        std::string elapsed;
+    };
+    request(3);
+    for (const Case &c : {Case{100.0F, 101.25F, "1.25"}, Case{86399.5F, 0.75F, "1.25"}, Case{5.0F, 5.0F, "0.00"}}) {
+        clear();
+        t.clock->now = c.start;
+        carryOut = [&] { t.clock->now = c.end; };
+        run();
+        EXPECT_TRUE(log().ends_with(">> " + c.elapsed + "Sec\n")) << log();
+    }
+}
+
+TEST_F(Session, TheStopButtonRequestsAStop) {
+    requestSequence({7, 3});
+    t.host.Language(0) = 3000;
+    carryOut = [&] {
+        const Control *stop = window().find("pexit");
+        ASSERT_NE(stop, nullptr);
+        EXPECT_EQ(stop->caption(), u"停止");
+        EXPECT_TRUE(window().click(*stop));
+    };
+    run();
+    EXPECT_EQ(t.host.prgresult(0), 2);
+    EXPECT_EQ(log(), ">>Now op7 ...\nStopped\n>> 0.00Sec\n");
+}
+
+TEST_F(Session, TheLoadedWindowCarriesTheLanguagesCaptions) {
+    window().load();
+    EXPECT_EQ(window().caption(), u"Information");
+    EXPECT_EQ(window().find("pexit")->caption(), u"Stop");
+    EXPECT_EQ(window().clientArea()->width, 5985);
+}
+
+TEST_F(Session, AFailingHostCallEndsTheRunThere) {
+    expectIdentifier(0x1E, 0x95);
+    report(0x1E, 0x95, 0x0F);
+    request(3);
+    run();
+    const Calls all = t.sessionHost->calls;
+    for (const std::string &failing : all) {
+        if (failing == "yield") continue;
+        clear();
+        Calls expected(all.begin(), std::ranges::find(all, failing));
+        t.sessionHost->onCall = [&](const std::string &call) {
+            if (call == failing) raise(ErrorNumber::automation);
+        };
+        EXPECT_EQ(failure(), ErrorNumber::automation) << failing;
+        EXPECT_EQ(t.sessionHost->calls, expected);
+        EXPECT_FALSE(window().loaded());
+    }
+}
+
+TEST_F(Session, OddBlockValuesEndOrderly) {
+    struct Case {
+        std::string name;
+        std::function<void()> prepare;
+        ErrorNumber error;
+        int yields;
+    };
+    const Case cases[] = {
+        {"operation without a caption", [&] { request(20); }, ErrorNumber::subscript, 0},
+        {"sequence longer than its block",
+         [&] {
+             requestSequence({});
+             t.host.wautonum(0) = 255;
+         },
+         ErrorNumber::subscript, 11},
+        {"unknown language",
+         [&] {
+             request(3);
+             t.host.Language(0) = 3001;
+         },
+         ErrorNumber::resourceNotFound, 0},
+        {"blocks released while the window yields",
+         [&] {
+             request(3);
+             carryOut = [&] { t.apartment.blocks().UnmapSharedBlocks(); };
+         },
+         ErrorNumber::subscript, 1},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        clear();
+        t.host.Language(0) = 0;
+        t.ui->yields = 0;
+        c.prepare();
+        EXPECT_EQ(failure(), c.error);
+        EXPECT_EQ(t.ui->yields, c.yields);
+        EXPECT_FALSE(window().loaded());
+    }
+}
+
+TEST_F(Session, ARunInsideARunLeavesTheOuterOneWorking) {
+    requestSequence({7, 3});
+    carryOut = [&] {
+        if (t.ui->yields != 1) return;
+        request(2);
+        run();
+        EXPECT_FALSE(window().loaded());
+        requestSequence({7, 3});
+    };
+    run();
+    EXPECT_EQ(log(), ">>Now op7 ...\n>>Now op2 ...\n>>op2 OK\n>> 0.00Sec\n"
+                     ">>op7 OK\n>>Now op3 ...\n>>op3 OK\n>> 0.00Sec\n");
+    EXPECT_EQ(t.ui->yields, 3);
+    EXPECT_FALSE(window().loaded());
+}
+
+} // namespace
+} // namespace kx3
