@@ -19,6 +19,7 @@ std::u16string_view standardDescription(ErrorNumber number) noexcept {
     case ErrorNumber::internal: return u"Internal error";
     case ErrorNumber::fileNotFound: return u"File not found";
     case ErrorNumber::deviceIo: return u"Device I/O error";
+    case ErrorNumber::alreadyExists: return u"File already exists";
     case ErrorNumber::objectNotSet: return u"Object variable not set";
     case ErrorNumber::resourceNotFound: return u"Resource with identifier not found";
     case ErrorNumber::cannotCreateObject: return u"Component can't create object";

@@ -22,6 +22,7 @@ enum class ErrorNumber : std::int32_t {
     internal = 51,
     fileNotFound = 53,
     deviceIo = 57,
+    alreadyExists = 58,
     objectNotSet = 91,
     resourceNotFound = 326,
     cannotCreateObject = 429,

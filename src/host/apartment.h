@@ -31,12 +31,26 @@ class Apartment {
 
     [[nodiscard]] sharemap &blocks() noexcept { return blocks_; }
     [[nodiscard]] Context &context() noexcept { return context_; }
-    /// The driver of a twin module.
-    [[nodiscard]] ArmSession &armSession(const ArmProfile &profile) { return existing(arm_[profile.twin], profile); }
-    [[nodiscard]] usbmpu6prg &sessionWindow() { return existing(sessionWindow_); }
     [[nodiscard]] Editors &editors() { return existing(editors_); }
 
+    /// Why the last ARM session ended on its error path; empty when it did not.
+    [[nodiscard]] std::u16string sessionFailure() const {
+        return lastArmSession_ == nullptr ? std::u16string() : lastArmSession_->failure();
+    }
+    /// Run one session of a twin module.
+    void runArmSession(const ArmProfile &profile);
+    /// Run one session of the session window.
+    void runSessionWindow();
+
+    /// True while an operation runs. Its transfers and loops hold addresses inside the blocks.
+    [[nodiscard]] bool running() const noexcept { return running_; }
+    /// Release the 60 main blocks; while an operation runs, at its end.
+    void releaseMainBlocks() noexcept;
+
   private:
+    /// Marks an operation as running; refuses a second one from inside the first.
+    class Operation;
+
     template <class Window, class... Arguments>
     Window &existing(std::optional<Window> &slot, const Arguments &...arguments) {
         if (!slot) slot.emplace(context_, arguments...);
@@ -48,8 +62,11 @@ class Apartment {
     SessionHostSlot sessionHost_;
     Context context_;
     std::optional<ArmSession> arm_[2];
+    const ArmSession *lastArmSession_ = nullptr;
     std::optional<usbmpu6prg> sessionWindow_;
     std::optional<Editors> editors_;
+    bool running_ = false;
+    bool releasePending_ = false;
 };
 
 } // namespace kx3

@@ -16,11 +16,17 @@ constexpr Integer firstModelType32f = 74;
 constexpr Byte armSelectionMask = 0x41;
 constexpr Byte armSelection = 0x40;
 
+/// The blocks stay where they are while an operation works on them.
+void refuseWhileRunning(const Apartment &apartment) {
+    if (apartment.running()) raise(ErrorNumber::invalidCall, u"Not possible while an operation is running");
+}
+
 } // namespace
 
-clsMPU::~clsMPU() { apartment_.blocks().UnmapSharedBlocks(); }
+clsMPU::~clsMPU() { apartment_.releaseMainBlocks(); }
 
 void clsMPU::bufcommpu6(const Integer &num) {
+    refuseWhileRunning(apartment_);
     sharemap &blocks = apartment_.blocks();
     Ui &ui = apartment_.context().ui;
     blocks.MapSharedBlocks(num, ui);
@@ -29,19 +35,22 @@ void clsMPU::bufcommpu6(const Integer &num) {
     buflg = blocks.buflength(0);
 }
 
-void clsMPU::freesharebuffermpu6() noexcept { apartment_.blocks().UnmapDeviceBuffer(); }
+void clsMPU::freesharebuffermpu6() {
+    refuseWhileRunning(apartment_);
+    apartment_.blocks().UnmapDeviceBuffer();
+}
 
 void clsMPU::runMpu6Prg(Boolean & /*usbenable*/) {
     const sharemap &blocks = apartment_.blocks();
     const Integer modelType = blocks.modeltype(0);
     if (modelType >= firstModelType32f)
-        apartment_.armSession(armProfile32f).run();
+        apartment_.runArmSession(armProfile32f);
     else if (modelType < firstModelType)
         return;
     else if ((blocks.selmode(0) & armSelectionMask) == armSelection)
-        apartment_.armSession(armProfile).run();
+        apartment_.runArmSession(armProfile);
     else
-        apartment_.sessionWindow().wmpu0();
+        apartment_.runSessionWindow();
 }
 
 void clsMPU::editfigmpu6() { apartment_.editors().open(apartment_.blocks().prgmode(0)); }

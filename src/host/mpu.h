@@ -11,6 +11,10 @@ class Apartment;
 /// to the module, window or dialog that does it. Creation attaches nothing; the end of an object
 /// releases the 60 main blocks. Every operation raises kx3::Error (or std::bad_alloc) on failure,
 /// with its remaining steps not carried out; only the doors turn that into a status.
+///
+/// While an operation runs, the host may call in from its message loop, but it can neither start a
+/// second operation nor attach or release blocks: those calls fail and change nothing, and the end
+/// of an object releases the main blocks when the operation has ended.
 class clsMPU {
   public:
     /// An object of the host thread that `apartment` belongs to.
@@ -33,7 +37,7 @@ class clsMPU {
     /// the buffer's size does not fit; `buflg` is unchanged then.
     void bufcommpu6(const Integer &num);
     /// Release the two device-buffer blocks.
-    void freesharebuffermpu6() noexcept;
+    void freesharebuffermpu6();
     /// Write the default configuration bytes of the selected device into the device buffer.
     void sinitmpu6();
 

@@ -212,6 +212,10 @@ KX3_API kx3_status kx3_mpu_put_exitpower(kx3_mpu *mpu, int16_t value);
 
 /* Run the operation that the blocks describe; `usbenable` is neither read nor written. */
 KX3_API kx3_status kx3_mpu_runMpu6Prg(kx3_mpu *mpu, int16_t *usbenable);
+/* Why the thread's last ARM session ended on its error path, UTF-8: the description of the error that
+ * the log shows only as the host's prepared text. "" when it did not. Valid until the thread's next
+ * call of this function. */
+KX3_API const char *kx3_session_failure(void);
 /* Show device note `no`, whose bit 7 is cleared first. */
 KX3_API kx3_status kx3_mpu_mpu6warn(kx3_mpu *mpu, uint8_t *no);
 /* Open the configuration editor of the selected device; returns when it is closed. */

@@ -136,6 +136,12 @@ MappingHandle createPath(const std::string &path, std::int32_t size, IfExists if
     return 0;
 }
 
+bool isNameOf(const std::string &path, int fd) {
+    struct stat open {}, named {};
+    return ::fstat(fd, &open) == 0 && ::lstat(path.c_str(), &named) == 0 && open.st_ino == named.st_ino &&
+           open.st_dev == named.st_dev;
+}
+
 /// No exception leaves: a name that cannot be built is a block that cannot be had.
 template <class Action> MappingHandle withPath(std::string_view name, Action action) noexcept {
     try {
@@ -178,8 +184,10 @@ bool unmapView(MappingHandle mapping, void *view) noexcept {
 
 void closeMapping(MappingHandle mapping) noexcept {
     const std::unique_ptr<Mapping> object(&mappingOf(mapping));
-    // The exclusive lock comes only to the last holder, and only while the name is this file's.
-    if (::flock(object->file.get(), LOCK_EX | LOCK_NB) == 0) ::unlink(object->path.c_str());
+    // The exclusive lock comes only to the last holder. The name may be another file's by now, when
+    // somebody removed this one by hand.
+    if (::flock(object->file.get(), LOCK_EX | LOCK_NB) == 0 && isNameOf(object->path, object->file.get()))
+        ::unlink(object->path.c_str());
 }
 
 } // namespace kx3::platform

@@ -1,0 +1,118 @@
+// The C interface: strings and shared blocks, as a host needs them.
+
+#include "thread_state.h"
+
+#include "host/memory/block_table.h"
+#include "host/memory/mem_mapped.h"
+#include "platform/named_memory.h"
+#include "platform/strings.h"
+
+#include <algorithm>
+
+using namespace kx3;
+using native::guarded;
+using native::required;
+
+/// A block that the host holds open.
+struct kx3_block {
+    platform::MappingHandle mapping;
+    void *view;
+
+    explicit kx3_block(platform::MappingHandle handle) noexcept : mapping(handle), view(platform::mapView(handle)) {}
+    ~kx3_block() {
+        platform::unmapView(mapping, view);
+        platform::closeMapping(mapping);
+    }
+    kx3_block(const kx3_block &) = delete;
+    kx3_block &operator=(const kx3_block &) = delete;
+};
+
+namespace {
+
+constexpr auto tableSize = static_cast<std::int32_t>(blockTable.size());
+
+const BlockRow &rowAt(std::int32_t index) {
+    if (index < 0 || index >= tableSize + 2) raise(ErrorNumber::subscript);
+    if (index < tableSize) return blockTable[static_cast<std::size_t>(index)];
+    return index == tableSize ? deviceBufferRow : deviceBuffer66Row;
+}
+
+void handOut(platform::MappingHandle mapping, ErrorNumber ifNone, const char *name, kx3_block *&out) {
+    if (mapping == 0) raise(ifNone, join(standardDescription(ifNone), u": shared block ", fromUtf8(name)));
+    auto block = std::make_unique<kx3_block>(mapping);
+    if (block->view == nullptr)
+        raise(ErrorNumber::outOfMemory, join(u"Out of memory: shared block ", fromUtf8(name), u" cannot be mapped"));
+    out = block.release();
+}
+
+/// Why an exclusive create failed.
+ErrorNumber reasonNotCreated(const char *name) {
+    const platform::MappingHandle existing = platform::openMapping(name);
+    if (existing == 0) return ErrorNumber::outOfMemory;
+    platform::closeMapping(existing);
+    return ErrorNumber::alreadyExists;
+}
+
+} // namespace
+
+extern "C" {
+
+kx3_status kx3_string_alloc(const uint16_t *text, size_t length, uint32_t *handle) {
+    return guarded([&] {
+        uint32_t &out = required(handle, u"handle");
+        if (length != 0) (void)required(text, u"text");
+        out = platform::allocateString({reinterpret_cast<const char16_t *>(text), length}).handle;
+    });
+}
+
+kx3_status kx3_string_read(uint32_t handle, uint16_t *buffer, size_t capacity, size_t *length) {
+    return guarded([&] {
+        const std::u16string text = platform::readString({handle});
+        required(length, u"length") = text.size();
+        if (capacity != 0) std::copy_n(text.begin(), std::min(capacity, text.size()), &required(buffer, u"buffer"));
+    });
+}
+
+void kx3_string_free(uint32_t handle) { platform::freeString({handle}); }
+
+int32_t kx3_block_count(void) { return tableSize + 2; }
+
+kx3_status kx3_block_describe(int32_t index, kx3_block_info *info) {
+    return guarded([&] {
+        const BlockRow &row = rowAt(index);
+        required(info, u"info") = {row.root.data(), static_cast<int32_t>(row.type), row.count, row.bytes,
+                                   index < tableSize ? 1 : 0};
+    });
+}
+
+kx3_status kx3_block_create(const char *name, int32_t bytes, kx3_block **block) {
+    return guarded([&] {
+        kx3_block *&out = required(block, u"block");
+        out = nullptr;
+        (void)required(name, u"name");
+        const platform::MappingHandle mapping = platform::createMappingExclusively(name, bytes);
+        handOut(mapping, mapping == 0 ? reasonNotCreated(name) : ErrorNumber::outOfMemory, name, out);
+    });
+}
+
+kx3_status kx3_block_open(const char *name, kx3_block **block) {
+    return guarded([&] {
+        kx3_block *&out = required(block, u"block");
+        out = nullptr;
+        handOut(platform::openMapping(&required(name, u"name")), ErrorNumber::fileNotFound, name, out);
+    });
+}
+
+void *kx3_block_data(const kx3_block *block) { return block == nullptr ? nullptr : block->view; }
+
+size_t kx3_block_size(const kx3_block *block) {
+    return block == nullptr ? 0 : platform::viewSize(block->mapping, block->view);
+}
+
+void kx3_block_close(kx3_block *block) { delete block; }
+
+kx3_status kx3_findnum(int16_t *number) {
+    return guarded([&] { required(number, u"number") = clsMemMapped::findnum(); });
+}
+
+} // extern "C"

@@ -1,0 +1,155 @@
+// The plug-in's outside components on the host's callbacks.
+
+#include "thread_state.h"
+
+#include "platform/system.h"
+
+namespace kx3::native {
+
+namespace {
+
+const std::uint16_t *units(std::u16string_view text) { return reinterpret_cast<const std::uint16_t *>(text.data()); }
+
+class CallbackUi final : public Ui {
+  public:
+    explicit CallbackUi(Callbacks &callbacks) noexcept : callbacks_(callbacks) {}
+
+    MessageBoxResult messageBox(std::u16string_view prompt, Long style,
+                                std::optional<std::u16string_view> title) override {
+        const kx3_ui &ui = callbacks_.ui;
+        if (ui.message_box == nullptr)
+            raise(ErrorNumber::notAvailable, join(u"No callback for message boxes; the box said: ", prompt));
+        std::int32_t button = KX3_BUTTON_OK;
+        const std::u16string_view caption = title.value_or(std::u16string_view());
+        requireOk(callbacks_,
+                  ui.message_box(ui.context, units(prompt), prompt.size(), style, title ? units(caption) : nullptr,
+                                 caption.size(), &button),
+                  "message_box");
+        return static_cast<MessageBoxResult>(button);
+    }
+
+    void yield() override {
+        const kx3_ui &ui = callbacks_.ui;
+        if (ui.yield != nullptr) requireOk(callbacks_, ui.yield(ui.context), "yield");
+    }
+
+    void showModal(Form &form) override {
+        const kx3_ui &ui = callbacks_.ui;
+        if (ui.show_form == nullptr) raise(ErrorNumber::notAvailable, u"No callback for dialogs");
+        requireOk(callbacks_, ui.show_form(ui.context, reinterpret_cast<kx3_form *>(&form)), "show_form");
+    }
+
+  private:
+    Callbacks &callbacks_;
+};
+
+class CallbackSessionHost final : public SessionHost {
+  public:
+    explicit CallbackSessionHost(Callbacks &callbacks) noexcept : callbacks_(callbacks) {}
+
+    void EndOperation() override { call(&kx3_session_host::EndOperation, "EndOperation"); }
+    void SetVcc(Long millivolts) override { call(&kx3_session_host::SetVcc, "SetVcc", millivolts); }
+    void SetGndPin(Byte pin, Byte state) override { call(&kx3_session_host::SetGndPin, "SetGndPin", pin, state); }
+    void PowerStep(Long step) override { call(&kx3_session_host::PowerStep, "PowerStep", step); }
+    void SignalPass(Long value) override { call(&kx3_session_host::SignalPass, "SignalPass", value); }
+    void SignalFail(Long value) override { call(&kx3_session_host::SignalFail, "SignalFail", value); }
+    Long StartCheck() override { return ask(&kx3_session_host::StartCheck, "StartCheck"); }
+    void Delay(Long milliseconds) override { call(&kx3_session_host::Delay, "Delay", milliseconds); }
+    bool PollStatus(Long request) override {
+        return ask(&kx3_session_host::PollStatus, "PollStatus", request) != 0;
+    }
+    void ReportStartFailure() override { call(&kx3_session_host::ReportStartFailure, "ReportStartFailure"); }
+    Long PrepareChip(Byte figmode) override { return ask(&kx3_session_host::PrepareChip, "PrepareChip", figmode); }
+    Long PrepareDevice32f(Byte figmode, Byte zero) override {
+        return ask(&kx3_session_host::PrepareDevice32f, "PrepareDevice32f", figmode, zero);
+    }
+    Long PrepareDevice(Byte figmode, Byte zero) override {
+        return ask(&kx3_session_host::PrepareDevice, "PrepareDevice", figmode, zero);
+    }
+    Long CompareWord(Byte low, Byte high, Long address, Long mode, Long mask) override {
+        return ask(&kx3_session_host::CompareWord, "CompareWord", low, high, address, mode, mask);
+    }
+    Long CompareByte(Byte data, Long address, Long mode) override {
+        return ask(&kx3_session_host::CompareByte, "CompareByte", data, address, mode);
+    }
+    void AlgorithmLoaded(Long length) override { call(&kx3_session_host::AlgorithmLoaded, "AlgorithmLoaded", length); }
+
+  private:
+    template <class... Arguments, class... Values>
+    void call(kx3_status (*kx3_session_host::*member)(void *, Arguments...), const char *name, Values... values) {
+        const kx3_session_host &host = callbacks_.sessionHost;
+        if (host.*member == nullptr)
+            raise(ErrorNumber::memberNotFound, join(u"SessionHost has no ", fromUtf8(name)));
+        const kx3_status status = (host.*member)(host.context, values...);
+        if (status != KX3_OK) [[unlikely]] requireOk(callbacks_, status, name);
+    }
+
+    template <class Member, class... Values> Long ask(Member member, const char *name, Values... values) {
+        Long result = 0;
+        call(member, name, values..., &result);
+        return result;
+    }
+
+    Callbacks &callbacks_;
+};
+
+/// The programmer I/O libraries, with each call reported to the host's observer if there is one.
+class ObservedProgrammer final : public ProgrammerIo {
+  public:
+    explicit ObservedProgrammer(const Callbacks &callbacks) noexcept : callbacks_(callbacks) {}
+
+    Integer usbcomwrite(Byte *packet, Long count) override {
+        const Integer status = libraries_.usbcomwrite(packet, count);
+        report({KX3_USBCOMWRITE, packet, count, status});
+        return status;
+    }
+    Integer usbbulkwrite(Byte *data, Long count) override {
+        const Integer status = libraries_.usbbulkwrite(data, count);
+        report({KX3_USBBULKWRITE, data, count, status});
+        return status;
+    }
+    void usbbulkread(Byte *destination, Long count, Byte *state) override {
+        libraries_.usbbulkread(destination, count, state);
+        report({KX3_USBBULKREAD, destination, count, *state});
+    }
+    std::u16string datstr(Long value, Long digits) override {
+        std::u16string text = libraries_.datstr(value, digits);
+        report({KX3_DATSTR, nullptr, value, digits});
+        return text;
+    }
+
+  private:
+    void report(const kx3_io_call &call) const {
+        if (callbacks_.ioObserver != nullptr) callbacks_.ioObserver(callbacks_.ioContext, &call);
+    }
+
+    const Callbacks &callbacks_;
+    ProgrammerLibraries libraries_;
+};
+
+class SystemClock final : public Clock {
+  public:
+    float secondsSinceMidnight() override { return platform::secondsSinceMidnight(); }
+};
+
+} // namespace
+
+void requireOk(Callbacks &callbacks, kx3_status status, const char *name) {
+    if (status == KX3_OK) return;
+    std::string description;
+    description.swap(callbacks.failure);
+    if (description.empty()) description = std::string(name) + " failed with status " + std::to_string(status);
+    raise(static_cast<ErrorNumber>(status), fromUtf8(description));
+}
+
+Outside outsideOf(Callbacks &callbacks) {
+    const SessionHostFactory factory = [&callbacks]() -> std::shared_ptr<SessionHost> {
+        if (!callbacks.hasSessionHost)
+            raise(ErrorNumber::cannotCreateObject, u"No SessionHost was handed over; call kx3_set_session_host");
+        return std::make_shared<CallbackSessionHost>(callbacks);
+    };
+    return {std::make_unique<ObservedProgrammer>(callbacks), factory, std::make_unique<CallbackUi>(callbacks),
+            std::make_unique<SystemClock>()};
+}
+
+} // namespace kx3::native

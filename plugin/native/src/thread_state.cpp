@@ -1,0 +1,21 @@
+#include "thread_state.h"
+
+namespace kx3::native {
+
+ThreadState &threadState() {
+    thread_local ThreadState state;
+    return state;
+}
+
+kx3_status rememberCurrentException() noexcept {
+    const Failure failure = describeCurrentException();
+    try {
+        threadState().lastError = toUtf8(failure.description);
+    } catch (...) {
+        // The status alone has to do.
+        return static_cast<kx3_status>(failure.number);
+    }
+    return static_cast<kx3_status>(failure.number);
+}
+
+} // namespace kx3::native

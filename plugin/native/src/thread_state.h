@@ -1,0 +1,72 @@
+// What the C interface keeps for each host thread.
+#pragma once
+
+#include "kx3mpu6.h"
+
+#include "host/apartment.h"
+#include "host/mpu.h"
+#include "outside/programmer_libraries.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+/// Entry object behind the C interface's handle.
+struct kx3_mpu {
+    explicit kx3_mpu(kx3::Apartment &apartment) noexcept : object(apartment) {}
+    kx3::clsMPU object;
+};
+
+namespace kx3::native {
+
+/// The host's callbacks of one thread.
+struct Callbacks {
+    kx3_ui ui{};
+    kx3_session_host sessionHost{};
+    bool hasSessionHost = false;
+    void (*ioObserver)(void *context, const kx3_io_call *call) = nullptr;
+    void *ioContext = nullptr;
+    /// Description that a failing callback left; taken by the error it becomes.
+    std::string failure;
+};
+
+/// Raise the error that a callback's status means; `name` is the callback's.
+void requireOk(Callbacks &callbacks, kx3_status status, const char *name);
+
+/// Outside components that go to the host's callbacks.
+[[nodiscard]] Outside outsideOf(Callbacks &callbacks);
+
+/// One host thread's callbacks, bindings, windows and entry objects.
+struct ThreadState {
+    ThreadState() : apartment(outsideOf(callbacks)) {}
+
+    Callbacks callbacks;
+    Apartment apartment;
+    std::vector<std::unique_ptr<kx3_mpu>> objects; ///< end before the apartment
+    std::string lastError;
+    std::string sessionFailure;
+};
+
+/// The calling thread's state, made on first use.
+[[nodiscard]] ThreadState &threadState();
+
+/// Keep the description of the exception being handled and give its status.
+[[nodiscard]] kx3_status rememberCurrentException() noexcept;
+
+/// Run `action`; turn an exception into a status and a remembered description.
+template <class Action> kx3_status guarded(Action action) noexcept {
+    try {
+        action();
+        return KX3_OK;
+    } catch (...) {
+        return rememberCurrentException();
+    }
+}
+
+/// The value a pointer argument points to; a null one is an invalid call that names it.
+template <class T> T &required(T *pointer, const char16_t *name) {
+    if (pointer == nullptr) raise(ErrorNumber::invalidCall, join(u"Argument ", std::u16string_view(name), u" is NULL"));
+    return *pointer;
+}
+
+} // namespace kx3::native
