@@ -138,52 +138,41 @@ TEST_F(Session, ARefusedStartDoesNothingMore) {
 }
 
 TEST_F(Session, TheIdentifierTestDecidesWhetherOperationsRun) {
-    const Calls goesOn = {"SignalPass 0", "EndOperation"};
     using enum MessageBoxResult;
     struct Case {
-        std::string name;
         Integer maker, device;
-        std::vector<bool> reports; ///< whether each poll brings one
+        std::deque<bool> reports; ///< whether each poll brings one
         std::deque<MessageBoxResult> answers;
-        Calls calls; ///< after the power-up
-        std::size_t boxes;
         std::string log;
     };
+    const std::string ended, accepted = ">> 0.00Sec\n", matched = ">>Maker:1E   Device:950F\n" + accepted;
     const Case cases[] = {
-        {"matches",
-         0x1E,
-         0x95,
-         {true},
-         {},
-         Calls{"PollStatus 15"} + goesOn,
-         0,
-         ">>Maker:1E   Device:950F\n>> 0.00Sec\n"},
-        {"nothing expected", 0, 0, {}, {}, goesOn, 0, ">> 0.00Sec\n"},
-        {"only a maker expected", 0x1E, 0, {true}, {ignore}, Calls{"PollStatus 15"} + goesOn, 1, ">> 0.00Sec\n"},
-        {"other maker, ignored", 0x1F, 0x95, {true}, {ignore}, Calls{"PollStatus 15"} + goesOn, 1, ">> 0.00Sec\n"},
-        {"out of a byte's range", 0x11E, 0x95, {true}, {ignore}, Calls{"PollStatus 15"} + goesOn, 1, ">> 0.00Sec\n"},
-        {"aborted", 0x1E, 0x96, {true}, {abort}, {"PollStatus 15", "EndOperation", "EndOperation"}, 1, ""},
-        {"retried until it matches",
-         0x1E,
-         0x95,
-         {false, false, true},
-         {retry, retry},
-         Calls{"PollStatus 15", "PollStatus 15", "PollStatus 15"} + goesOn,
-         2,
-         ">>Maker:1E   Device:950F\n>> 0.00Sec\n"},
+        {0x1E, 0x95, {true}, {}, matched},
+        {0x1E, 0x95, {false, false, true}, {retry, retry}, matched},
+        {0, 0, {}, {}, accepted},
+        {0x1E, 0, {true}, {ignore}, accepted},
+        {0x1F, 0x95, {true}, {ignore}, accepted},
+        {0x11E, 0x95, {true}, {ignore}, accepted},
+        {0x1E, 0x96, {true}, {abort}, ended},
     };
     request(1);
     for (const Case &c : cases) {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(std::to_string(c.maker) + " " + std::to_string(c.device));
         clear();
         expectIdentifier(c.maker, c.device);
         report(0x1E, 0x95, 0x0F);
         t.ui->answers = c.answers;
-        std::size_t polls = 0;
-        t.sessionHost->onPoll = [&] { return c.reports.at(polls++); };
+        std::deque<bool> reports = c.reports;
+        t.sessionHost->onPoll = [&] {
+            const bool came = reports.front();
+            reports.pop_front();
+            return came;
+        };
         run();
-        EXPECT_EQ(t.sessionHost->calls, powerUp + c.calls);
-        EXPECT_EQ(t.ui->boxes.size(), c.boxes);
+        const Calls end =
+            c.log == ended ? Calls{"EndOperation", "EndOperation"} : Calls{"SignalPass 0", "EndOperation"};
+        EXPECT_EQ(t.sessionHost->calls, powerUp + Calls(c.reports.size(), "PollStatus 15") + end);
+        EXPECT_EQ(t.ui->boxes.size(), c.answers.size());
         EXPECT_EQ(log(), c.log);
     }
 }
@@ -220,39 +209,31 @@ TEST_F(Session, AStopDuringTheIdentifierTestSkipsTheOperations) {
 TEST_F(Session, RunsTheRequestedOperations) {
     using enum MessageBoxResult;
     struct Case {
-        std::string name;
         Byte operation;
         std::vector<Byte> sequence;
         std::deque<Byte> results;
         std::deque<MessageBoxResult> answers;
+        bool passes;
         std::string log;
-        std::string signal;
     };
     const Case cases[] = {
-        {"no sequence", 0, {}, {}, {}, ">>Now op6 ...\n>>op6 OK\n", "SignalPass 0"},
-        {"none", 1, {8, 9}, {}, {}, "", "SignalPass 0"},
-        {"one", 2, {8, 9}, {1}, {}, ">>Now op2 ...\n>>op2 failed\n", "SignalFail 0"},
-        {"the last caption", 19, {}, {}, {}, ">>Now op19 ...\n>>op19 OK\n", "SignalPass 0"},
-        {"sequence", 0, {7, 3}, {}, {}, ">>Now op7 ...\n>>op7 OK\n>>Now op3 ...\n>>op3 OK\n", "SignalPass 0"},
-        {"sequence fails", 0, {7, 3}, {1}, {}, ">>Now op7 ...\n>>op7 failed\n", "SignalFail 0"},
-        {"sequence stopped", 0, {7, 3}, {2}, {}, ">>Now op7 ...\nStopped\n", "SignalFail 0"},
-        {"sequence broken", 0, {7, 3}, {3}, {}, ">>Now op7 ...\nBroken\n", "SignalFail 0"},
-        {"unknown code", 0, {7, 3}, {4}, {}, ">>Now op7 ...\n", "SignalFail 0"},
-        {"largest code", 3, {}, {255}, {}, ">>Now op3 ...\n", "SignalFail 0"},
-        {"not blank, goes on",
-         0,
-         {4, 3},
-         {1, 0},
-         {ok},
-         ">>Now op4 ...\n>>op4 failed\n>>Now op3 ...\n>>op3 OK\n",
-         "SignalPass 0"},
-        {"not blank, goes on at the end", 0, {4}, {1}, {ok}, ">>Now op4 ...\n>>op4 failed\n", "SignalFail 0"},
-        {"not blank, ends", 0, {4, 3}, {1}, {cancel}, ">>Now op4 ...\n>>op4 failed\n", "SignalFail 0"},
-        {"blank check stopped", 0, {4, 3}, {2}, {}, ">>Now op4 ...\nStopped\n", "SignalFail 0"},
-        {"blank check alone asks nothing", 4, {}, {1}, {}, ">>Now op4 ...\n>>op4 failed\n", "SignalFail 0"},
+        {0, {}, {}, {}, true, ">>Now op6 ...\n>>op6 OK\n"},
+        {1, {8, 9}, {}, {}, true, ""},
+        {2, {8, 9}, {1}, {}, false, ">>Now op2 ...\n>>op2 failed\n"},
+        {19, {}, {255}, {}, false, ">>Now op19 ...\n"},
+        {4, {}, {1}, {}, false, ">>Now op4 ...\n>>op4 failed\n"},
+        {0, {7, 3}, {}, {}, true, ">>Now op7 ...\n>>op7 OK\n>>Now op3 ...\n>>op3 OK\n"},
+        {0, {7, 3}, {1}, {}, false, ">>Now op7 ...\n>>op7 failed\n"},
+        {0, {7, 3}, {2}, {}, false, ">>Now op7 ...\nStopped\n"},
+        {0, {7, 3}, {3}, {}, false, ">>Now op7 ...\nBroken\n"},
+        {0, {7, 3}, {4}, {}, false, ">>Now op7 ...\n"},
+        {0, {4, 3}, {1}, {ok}, true, ">>Now op4 ...\n>>op4 failed\n>>Now op3 ...\n>>op3 OK\n"},
+        {0, {4, 3}, {1}, {cancel}, false, ">>Now op4 ...\n>>op4 failed\n"},
+        {0, {4, 3}, {2}, {}, false, ">>Now op4 ...\nStopped\n"},
+        {0, {4}, {1}, {ok}, false, ">>Now op4 ...\n>>op4 failed\n"},
     };
     for (const Case &c : cases) {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(c.log);
         clear();
         requestSequence(c.sequence);
         request(c.operation);
@@ -261,7 +242,8 @@ TEST_F(Session, RunsTheRequestedOperations) {
         run();
         EXPECT_EQ(log(), c.log + ">> 0.00Sec\n");
         const Calls &calls = t.sessionHost->calls;
-        EXPECT_EQ(Calls(calls.end() - 2, calls.end()), Calls({c.signal, "EndOperation"}));
+        const Calls end = {c.passes ? "SignalPass 0" : "SignalFail 0", "EndOperation"};
+        EXPECT_EQ(Calls(calls.end() - 2, calls.end()), end);
         EXPECT_EQ(t.ui->boxes.size(), c.answers.size());
     }
 }
@@ -379,35 +361,19 @@ TEST_F(Session, AFailingHostCallEndsTheRunThere) {
 
 TEST_F(Session, OddBlockValuesEndOrderly) {
     struct Case {
-        std::string name;
         std::function<void()> prepare;
         ErrorNumber error;
         int yields;
     };
     const Case cases[] = {
-        {"operation without a caption", [&] { request(20); }, ErrorNumber::subscript, 0},
-        {"sequence longer than its block",
-         [&] {
-             requestSequence({});
-             t.host.wautonum(0) = 255;
-         },
-         ErrorNumber::subscript, 11},
-        {"unknown language",
-         [&] {
-             request(3);
-             t.host.Language(0) = 3001;
-         },
-         ErrorNumber::resourceNotFound, 0},
-        {"blocks released while the window yields",
-         [&] {
-             request(3);
-             carryOut = [&] { t.apartment.blocks().UnmapSharedBlocks(); };
-         },
-         ErrorNumber::subscript, 1},
+        {[&] { request(20); }, ErrorNumber::subscript, 0},               // an operation without a caption
+        {[&] { t.host.wautonum(0) = 255; }, ErrorNumber::subscript, 11}, // a sequence longer than its block
+        {[&] { t.host.Language(0) = 3001; }, ErrorNumber::resourceNotFound, 0},
+        {[&] { carryOut = [&] { t.apartment.blocks().UnmapSharedBlocks(); }; }, ErrorNumber::subscript, 1},
     };
     for (const Case &c : cases) {
-        SCOPED_TRACE(c.name);
         clear();
+        requestSequence({});
         t.host.Language(0) = 0;
         t.ui->yields = 0;
         c.prepare();
