@@ -20,8 +20,8 @@ Answer askUser(const ArmDriver &driver, const std::u16string &prompt) {
     const std::u16string title = join(context.text(textWarning), context.text(textDeviceCodeError));
     switch (context.ui.messageBox(prompt, messageBoxAbortRetryIgnoreExclamation, title)) {
     case MessageBoxResult::retry: return Answer::retry;
-    case MessageBoxResult::abort: return Answer::aborted;
-    default: return Answer::goOn;
+    case MessageBoxResult::ignore: return Answer::goOn;
+    default: return Answer::aborted;
     }
 }
 

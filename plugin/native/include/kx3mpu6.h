@@ -227,6 +227,88 @@ KX3_API kx3_status kx3_mpu_freesharebuffermpu6(kx3_mpu *mpu);
 /* Write the default configuration bytes of the selected device into the device buffer. */
 KX3_API kx3_status kx3_mpu_sinitmpu6(kx3_mpu *mpu);
 
+/* ---- Forms -----------------------------------------------------------------------------------
+ * Inside show_form a host walks the controls of the form and acts on them as a person does. A form
+ * handle is good for that call only. Texts are UTF-16 and, like names, stay valid until the next
+ * action on the form. Controls are numbered from 0 in layout and tab order, a frame before its
+ * content; the numbers hold while the form is loaded. */
+
+/* Kinds of controls. */
+enum {
+    KX3_FRAME = 0,
+    KX3_LABEL = 1,
+    KX3_COMBO_BOX = 2,
+    KX3_CHECK_BOX = 3,
+    KX3_TEXT_BOX = 4,
+    KX3_COMMAND_BUTTON = 5
+};
+
+typedef struct kx3_text {
+    const uint16_t *units;
+    size_t length;
+} kx3_text;
+
+typedef struct kx3_form_info {
+    const char *name; /* "edit_figmpu65" */
+    kx3_text caption;
+    kx3_text message;   /* why the last OK was refused, in one line; empty when it was not */
+    int32_t loaded;     /* 0: the form has closed itself, show_form returns */
+    int32_t on_screen;  /* 1: opens centred on the screen, 0: on its owner */
+    int32_t controls;   /* number of controls */
+    int32_t focus;      /* control with the focus, -1 for none */
+    uint64_t revision;  /* counts every change; refresh when it differs */
+} kx3_form_info;
+
+typedef struct kx3_control_info {
+    const char *name; /* "Combo1" */
+    int32_t index;    /* element of the control array `name`, -1 when it is none */
+    int32_t kind;     /* KX3_FRAME ... KX3_COMMAND_BUTTON */
+    int32_t parent;   /* the frame around it, -1 for the form itself */
+    int32_t label;    /* the label beside it, -1 for none */
+    int32_t columns;  /* frames: rows that stand side by side, filled line by line */
+    kx3_text caption;
+    kx3_text text; /* of a text box; the selected item of a combo box */
+    int32_t items; /* entries of a combo box */
+    int32_t list_index;
+    int32_t checked;
+    int32_t enabled; /* a person can act on it: it and all frames around it are enabled */
+    int32_t visible; /* it and all frames around it are visible */
+    int32_t max_length;
+    int32_t selection_start;
+    int32_t selection_length;
+    int32_t marked;     /* its entry was refused */
+    int32_t is_default; /* pressed by Enter */
+    int32_t is_cancel;  /* pressed by Escape */
+} kx3_control_info;
+
+KX3_API kx3_status kx3_form_describe(const kx3_form *form, kx3_form_info *info);
+/* Whether the form is still open; 0 also for a handle that is not good any more. */
+KX3_API int32_t kx3_form_loaded(const kx3_form *form);
+KX3_API kx3_status kx3_form_control(const kx3_form *form, int32_t control, kx3_control_info *info);
+/* Entry `item` of a combo box's list. */
+KX3_API kx3_status kx3_form_item(const kx3_form *form, int32_t control, int32_t item, kx3_text *text);
+/* Number of the control of that name and index (-1: no array element). KX3_SUBSCRIPT for none. */
+KX3_API kx3_status kx3_form_find(const kx3_form *form, const char *name, int32_t index, int32_t *control);
+
+/* Actions. `done` (which may be NULL) gets 1 when the action had an effect, and 0 when the control
+ * is hidden, disabled or of another kind, or its handler swallowed the action. */
+
+/* Select item `item` of a combo box. */
+KX3_API kx3_status kx3_form_choose(kx3_form *form, int32_t control, int32_t item, int32_t *done);
+/* Press a command button, or toggle a check box. */
+KX3_API kx3_status kx3_form_click(kx3_form *form, int32_t control, int32_t *done);
+/* A key goes down in a text box (Delete is 46). */
+KX3_API kx3_status kx3_form_key_down(kx3_form *form, int32_t control, int16_t key_code, int32_t *done);
+/* A character arrives at a text box (Backspace is 8). */
+KX3_API kx3_status kx3_form_key_press(kx3_form *form, int32_t control, uint16_t character, int32_t *done);
+/* Replace the selection of a text box by a text from the clipboard. */
+KX3_API kx3_status kx3_form_paste(kx3_form *form, int32_t control, const uint16_t *text, size_t length, int32_t *done);
+/* Select characters of a text box; a length of 0 places the caret. */
+KX3_API kx3_status kx3_form_select_text(kx3_form *form, int32_t control, int32_t start, int32_t length, int32_t *done);
+KX3_API kx3_status kx3_form_focus(kx3_form *form, int32_t control, int32_t *done);
+/* Close the form by its window frame. */
+KX3_API kx3_status kx3_form_close(kx3_form *form, int32_t *done);
+
 #ifdef __cplusplus
 }
 #endif

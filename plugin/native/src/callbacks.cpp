@@ -10,6 +10,18 @@ namespace {
 
 const std::uint16_t *units(std::u16string_view text) { return reinterpret_cast<const std::uint16_t *>(text.data()); }
 
+/// A form handle is good while its callback runs.
+class ShownForm {
+  public:
+    ShownForm(std::vector<Form *> &forms, Form &form) : forms_(forms) { forms.push_back(&form); }
+    ~ShownForm() { forms_.pop_back(); }
+    ShownForm(const ShownForm &) = delete;
+    ShownForm &operator=(const ShownForm &) = delete;
+
+  private:
+    std::vector<Form *> &forms_;
+};
+
 class CallbackUi final : public Ui {
   public:
     explicit CallbackUi(Callbacks &callbacks) noexcept : callbacks_(callbacks) {}
@@ -36,6 +48,7 @@ class CallbackUi final : public Ui {
     void showModal(Form &form) override {
         const kx3_ui &ui = callbacks_.ui;
         if (ui.show_form == nullptr) raise(ErrorNumber::notAvailable, u"No callback for dialogs");
+        const ShownForm shown(callbacks_.shownForms, form);
         requireOk(callbacks_, ui.show_form(ui.context, reinterpret_cast<kx3_form *>(&form)), "show_form");
     }
 

@@ -26,6 +26,8 @@ struct Callbacks {
     bool hasSessionHost = false;
     void (*ioObserver)(void *context, const kx3_io_call *call) = nullptr;
     void *ioContext = nullptr;
+    /// Forms that a show_form callback has in hand, the innermost last.
+    std::vector<Form *> shownForms;
     /// Description that a failing callback left; taken by the error it becomes.
     std::string failure;
 };
