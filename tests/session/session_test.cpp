@@ -376,9 +376,11 @@ TEST_F(Session, OddBlockValuesEndOrderly) {
         requestSequence({});
         t.host.Language(0) = 0;
         t.ui->yields = 0;
+        t.host.prgmode(1) = 9;
         c.prepare();
         EXPECT_EQ(failure(), c.error);
         EXPECT_EQ(t.ui->yields, c.yields);
+        EXPECT_EQ(t.host.prgmode(1), c.yields == 1 ? 1 : 0);
         EXPECT_FALSE(window().loaded());
     }
 }
