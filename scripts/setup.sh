@@ -1,0 +1,90 @@
+#!/usr/bin/env bash
+# Install the packages that building, testing and showing kx3mpu6 need on Debian 12.
+#
+#   scripts/setup.sh [build] [checks] [demo]     without a name: all of them
+#
+# Only packages that are missing are installed, as root or through sudo; when none is missing, the
+# network is not touched. Exit code 1 when some could not be installed; they are named.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+. scripts/lib.sh
+
+# Compiler, build system, test library, and the libraries of the console host.
+build_packages=(
+    g++ cmake ninja-build libgtest-dev libbenchmark-dev python3
+    libcli11-dev libsrecord-dev libboost-dev libtomlplusplus-dev nlohmann-json3-dev libfmt-dev
+)
+# Second compiler with its sanitizers, style and lint.
+checks_packages=(clang libclang-rt-14-dev clang-format clang-tidy shellcheck git)
+# Real firmware and a tool of somebody else's to compare load files with.
+demo_packages=(firmware-microbit-micropython srecord)
+
+is_installed() {
+    [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+}
+
+missing_of() {
+    local package
+    for package in "$@"; do
+        is_installed "$package" || printf '%s\n' "$package"
+    done
+}
+
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then
+        "$@"
+    elif command -v sudo >/dev/null; then
+        sudo "$@"
+    else
+        warn "neither root nor sudo: cannot run $*"
+        return 1
+    fi
+}
+
+apt_install() {
+    local release=()
+    # Keeps apt to the versions that belong together where a machine knows several releases.
+    if apt-cache policy 2>/dev/null | grep -q 'n=bookworm,'; then release=(-t bookworm); fi
+    as_root env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y -qq --no-install-recommends "${release[@]}" "$@" >/dev/null
+}
+
+wanted_packages() {
+    local group
+    for group in "$@"; do
+        case $group in
+        build) printf '%s\n' "${build_packages[@]}" ;;
+        checks) printf '%s\n' "${checks_packages[@]}" ;;
+        demo) printf '%s\n' "${demo_packages[@]}" ;;
+        *)
+            warn "unknown group '$group'; groups are build, checks and demo"
+            return 2
+            ;;
+        esac
+    done
+}
+
+main() {
+    local wanted missing
+    wanted=$(wanted_packages "$@")
+    mapfile -t wanted <<<"$wanted"
+    mapfile -t missing < <(missing_of "${wanted[@]}")
+    [ "${#missing[@]}" -gt 0 ] || return 0
+
+    announce "installing: ${missing[*]}"
+    as_root apt-get update -qq || true # an index that is out of step is no reason to stop
+    if ! apt_install "${missing[@]}"; then
+        # One that cannot be had must not keep the others away.
+        local package
+        for package in "${missing[@]}"; do apt_install "$package" || true; done
+    fi
+
+    mapfile -t missing < <(missing_of "${wanted[@]}")
+    [ "${#missing[@]}" -eq 0 ] || {
+        warn "could not be installed: ${missing[*]}"
+        return 1
+    }
+}
+
+if [ $# -eq 0 ]; then set -- build checks demo; fi
+main "$@"

@@ -1,0 +1,182 @@
+#!/usr/bin/env bash
+# Everything that must hold before a change goes in: install what is missing, build, run every suite.
+#
+#   scripts/test.sh            all suites
+#   scripts/test.sh SUITE...   only these: format shell release lint sanitize windows
+#
+# The last line counts tests and checks over all suites: "N passed, N failed, N skipped". A suite
+# whose tools cannot be installed counts as one skipped. Exit code 1 when anything failed.
+# Logs and JUnit results: build/test-logs.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+. scripts/lib.sh
+
+readonly logs=build/test-logs
+passed=0
+failed=0
+skipped=0
+failures=()
+
+fail() {
+    failed=$((failed + 1))
+    failures+=("$1")
+}
+
+skip_suite() {
+    skipped=$((skipped + 1))
+    warn "SKIPPED: $1 ($2)"
+}
+
+have() {
+    local tool
+    for tool in "$@"; do command -v "$tool" >/dev/null || return 1; done
+}
+
+# logged LOG COMMAND...: run with all output in the log; show the log's end when it fails.
+logged() {
+    local log=$logs/$1.log
+    shift
+    "$@" >"$log" 2>&1 && return 0
+    tail -n 60 "$log"
+    warn "failed: $* (all of it: $log)"
+    return 1
+}
+
+# check NAME COMMAND...: a check that counts as one test.
+check() {
+    if logged "$@"; then
+        passed=$((passed + 1))
+    else
+        fail "$1"
+    fi
+}
+
+configure_and_build() { # PRESET [configure option...]
+    cmake --preset "$@" && cmake --build --preset "$1" -j "$(jobs)" -- -k 0
+}
+
+# Value of an attribute of a JUnit file's testsuite element.
+junit_count() { sed -n '1,/<testsuite/s/.*[[:space:]]'"$2"'="\([0-9]*\)".*/\1/p;/<testcase/q' "$1" | head -n 1; }
+
+# Count the tests of a ctest run by its JUnit file. A run that went wrong without a failed test, or
+# that found no test at all, is a failure, too.
+count_ctest() { # NAME JUNIT STATUS
+    local tests failures_here left_out
+    if [ ! -s "$2" ]; then
+        fail "$1: no result file"
+        return
+    fi
+    tests=$(junit_count "$2" tests)
+    failures_here=$(junit_count "$2" failures)
+    left_out=$(($(junit_count "$2" disabled) + $(junit_count "$2" skipped)))
+    printf '%s tests, %s failed, %s skipped\n' "$tests" "$failures_here" "$left_out"
+    passed=$((passed + tests - failures_here - left_out))
+    skipped=$((skipped + left_out))
+    failed=$((failed + failures_here))
+    if [ "$failures_here" -gt 0 ]; then
+        failures+=("$1: $failures_here tests")
+    elif [ "$3" -ne 0 ] || [ "$tests" -eq 0 ]; then
+        fail "$1: ctest ended with status $3 after $tests tests"
+    fi
+}
+
+run_ctest() { # PRESET
+    local junit=$PWD/$logs/$1.xml status=0
+    rm -f "$junit"
+    logged "$1-tests" ctest --preset "$1" -j "$(jobs)" --output-junit "$junit" || status=$?
+    count_ctest "$1" "$junit" "$status"
+}
+
+build_and_test() { # PRESET
+    announce "$1: build"
+    if ! logged "$1-build" configure_and_build "$1"; then
+        fail "$1: build"
+        return
+    fi
+    announce "$1: tests"
+    run_ctest "$1"
+}
+
+check_format() {
+    source_files '*.h' '*.cpp' | xargs -d '\n' clang-format --dry-run -Werror
+}
+
+check_shell() {
+    source_files 'scripts/*.sh' '.ci/run' 'bench/*.sh' | xargs -d '\n' shellcheck -x
+}
+
+suite_format() {
+    announce "format"
+    if have clang-format; then check format check_format; else skip_suite format "no clang-format"; fi
+}
+
+suite_shell() {
+    announce "shell scripts"
+    if have shellcheck; then check shell check_shell; else skip_suite shell "no shellcheck"; fi
+}
+
+suite_release() { build_and_test release; }
+
+# The product's own code once more, with the other compiler and the linter as part of the build, so
+# that only what has changed is looked at again. The tests see this compiler in suite sanitize.
+suite_lint() {
+    announce "clang++ and clang-tidy"
+    if have clang++ clang-tidy; then
+        check lint configure_and_build clang -DKX3_BUILD_TESTS=OFF '-DCMAKE_CXX_CLANG_TIDY=clang-tidy;--quiet'
+    else
+        skip_suite lint "no clang++ or clang-tidy"
+    fi
+}
+
+suite_sanitize() {
+    if have clang++; then build_and_test sanitize; else skip_suite sanitize "no clang++"; fi
+}
+
+# The Windows build has a script of its own, which ends with the same kind of line as this one.
+suite_windows() {
+    [ -x scripts/test-windows.sh ] || return 0
+    announce "windows"
+    local log=$logs/windows.log status=0 line
+    scripts/test-windows.sh 2>&1 | tee "$log" || status=$?
+    line=$(tail -n 1 "$log")
+    if [[ $line =~ ^([0-9]+)\ passed,\ ([0-9]+)\ failed,\ ([0-9]+)\ skipped$ ]]; then
+        passed=$((passed + BASH_REMATCH[1]))
+        failed=$((failed + BASH_REMATCH[2]))
+        skipped=$((skipped + BASH_REMATCH[3]))
+        if [ "${BASH_REMATCH[2]}" -gt 0 ]; then
+            failures+=("windows: ${BASH_REMATCH[2]} tests")
+        elif [ "$status" -ne 0 ]; then
+            fail "windows: scripts/test-windows.sh ended with status $status"
+        fi
+    else
+        fail "windows: scripts/test-windows.sh ended with status $status and without its counts"
+    fi
+}
+
+install_tools() {
+    announce "tools"
+    scripts/setup.sh build
+    scripts/setup.sh checks || warn "some checks will be skipped"
+    scripts/setup.sh demo || warn "tests with real firmware will be skipped"
+}
+
+main() {
+    local suite known=" format shell release lint sanitize windows "
+    [ $# -gt 0 ] || set -- format shell release lint sanitize windows
+    for suite in "$@"; do
+        [[ $known == *" $suite "* ]] || {
+            warn "unknown suite '$suite'; suites are$known"
+            exit 2
+        }
+    done
+    mkdir -p "$logs"
+    install_tools
+    for suite in "$@"; do "suite_$suite"; done
+
+    announce "result"
+    if [ "${#failures[@]}" -gt 0 ]; then printf 'failed: %s\n' "${failures[@]}"; fi
+    printf '%d passed, %d failed, %d skipped\n' "$passed" "$failed" "$skipped"
+    [ "$failed" -eq 0 ]
+}
+
+main "$@"
