@@ -1,9 +1,36 @@
 #include "editors/editors.h"
 
+#include "base/error.h"
+
 namespace kx3 {
 
-void Editors::open(Byte /*mode*/) {
-    raise(ErrorNumber::notAvailable, u"The configuration editors are not available in this version");
+namespace {
+
+/// However the presenter comes back, the form is closed.
+class UnloadAtEnd {
+  public:
+    explicit UnloadAtEnd(Form &form) noexcept : form_(form) {}
+    UnloadAtEnd(const UnloadAtEnd &) = delete;
+    UnloadAtEnd &operator=(const UnloadAtEnd &) = delete;
+    ~UnloadAtEnd() { form_.unload(); }
+
+  private:
+    Form &form_;
+};
+
+} // namespace
+
+void Editors::open(Byte mode) {
+    const auto editor = editorOfMode(mode);
+    if (!editor) return;
+    std::unique_ptr<EditorForm> &form = forms_[*editor];
+    if (!form) form = std::make_unique<EditorForm>(context_, *editorDescriptions[*editor]);
+    if (form->loaded()) raise(ErrorNumber::invalidCall, u"The configuration editor is already open");
+    form->setMode(mode);
+    form->load();
+    const UnloadAtEnd unloadAtEnd(*form);
+    context_.ui.showModal(*form);
+    form->rethrowFailure();
 }
 
 } // namespace kx3

@@ -1,0 +1,36 @@
+#include "editors/description.h"
+
+namespace kx3 {
+
+namespace {
+
+using Text = std::u16string_view;
+
+constexpr FrameSpec frames[] = {{"Frame1", u"CCFG register"}};
+
+constexpr Text leftRows[] = {u"BL_CONFIG:", u"ERASE_CONF:", u"CCFG_TI_OPTIONS:", u"CCFG_TAP_DAP_0:"};
+constexpr Text rightRows[] = {u"CCFG_TAP_DAP_1:", u"IMAGE_VALID_CONF:", u"CCFG_PROT_31_0:"};
+
+constexpr Rows rows[] = {
+    {.kind = FieldKind::hexWord,
+     .control = {"Text1", 0},
+     .label = {"Label1", 0},
+     .captions = leftRows,
+     .offset = -40,
+     .lengthRule = {.maxLength = 8}},
+    {.kind = FieldKind::hexWord,
+     .control = {"Text1", 4},
+     .label = {"Label2", 0},
+     .captions = rightRows,
+     .offset = -24,
+     .lengthRule = {.maxLength = 8}},
+};
+
+constexpr ByteRange bytes[] = {{.first = -40, .count = 28}};
+
+} // namespace
+
+constinit const EditorDescription edit_figmpu602 = {
+    .name = "edit_figmpu602", .modes = {64}, .buttonArray = true, .frames = frames, .rows = rows, .bytes = bytes};
+
+} // namespace kx3
