@@ -5,6 +5,9 @@
 // the exclusive lock knows that nobody holds the block: the last one to close removes the name, and
 // an opener that finds a dead host's block removes it and sees none. A lock counts only while the
 // file still has its name, since it may have been removed between the open and the lock.
+//
+// Inside one process all holders of a block share one open file, so that a plug-in finds the blocks
+// of its own host without asking the system.
 
 #include "platform/named_memory.h"
 
@@ -12,11 +15,13 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <unordered_map>
 #include <utility>
 
 namespace kx3::platform {
@@ -76,21 +81,68 @@ Holders lockAsHolder(int fd, struct stat &status) {
     return exclusive ? Holders::none : Holders::some;
 }
 
-/// An open mapping object; a MappingHandle is its address.
+/// A block that this process holds open; a MappingHandle is its address.
 struct Mapping {
     Descriptor file;
     std::string path;
     std::size_t bytes; ///< whole pages
+    std::size_t holders = 1;
+    pid_t owner = ::getpid();
 };
+
+/// The blocks that this process holds open, by path.
+struct OpenBlocks {
+    std::mutex mutex;
+    std::unordered_map<std::string_view, std::unique_ptr<Mapping>> byPath; ///< keys lie in the mappings
+};
+
+// Never destroyed: a host may close its blocks after the plug-in's own end.
+OpenBlocks &openBlocks() {
+    static auto *const instance = new OpenBlocks;
+    return *instance;
+}
 
 std::size_t wholePages(std::size_t bytes) { return (bytes + pageSize - 1) / pageSize * pageSize; }
 
-MappingHandle handleOf(Descriptor file, const std::string &path, std::size_t bytes) {
-    return reinterpret_cast<MappingHandle>(new Mapping{std::move(file), path, wholePages(bytes)});
+/// Keep a freshly opened or created block. The registry is locked.
+MappingHandle keep(Descriptor file, const std::string &path, std::size_t bytes) {
+    auto mapping = std::make_unique<Mapping>(Mapping{std::move(file), path, wholePages(bytes)});
+    Mapping *const kept = mapping.get();
+    openBlocks().byPath.emplace(kept->path, std::move(mapping));
+    return reinterpret_cast<MappingHandle>(kept);
 }
 Mapping &mappingOf(MappingHandle handle) { return *reinterpret_cast<Mapping *>(handle); }
 
+/// One holder more of a block that this process holds already; 0 when it does not. The registry is
+/// locked.
+MappingHandle holdAgain(const std::string &path) {
+    const auto found = openBlocks().byPath.find(path);
+    if (found == openBlocks().byPath.end()) return 0;
+    ++found->second->holders;
+    return reinterpret_cast<MappingHandle>(found->second.get());
+}
+
+bool isNameOf(const std::string &path, int fd) {
+    struct stat open {
+    }, named{};
+    return ::fstat(fd, &open) == 0 && ::lstat(path.c_str(), &named) == 0 && open.st_ino == named.st_ino &&
+           open.st_dev == named.st_dev;
+}
+
+/// One holder less; the last one of all processes removes the name. The registry is locked.
+void release(MappingHandle handle) noexcept {
+    Mapping &mapping = mappingOf(handle);
+    if (--mapping.holders != 0) return;
+    // The exclusive lock comes only to the last process. A forked copy of it shares its lock and
+    // leaves it alone. The name may be another file's by now, when somebody removed this one by hand.
+    if (mapping.owner == ::getpid() && ::flock(mapping.file.get(), LOCK_EX | LOCK_NB) == 0 &&
+        isNameOf(mapping.path, mapping.file.get()))
+        ::unlink(mapping.path.c_str());
+    openBlocks().byPath.erase(openBlocks().byPath.find(mapping.path));
+}
+
 MappingHandle openPath(const std::string &path) {
+    if (const MappingHandle held = holdAgain(path)) return held;
     for (int round = 0; round < mostRounds; ++round) {
         Descriptor file(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
         if (!file.valid()) return 0;
@@ -98,7 +150,7 @@ MappingHandle openPath(const std::string &path) {
         const Holders holders = lockAsHolder(file.get(), status);
         if (holders == Holders::gone) continue;
         if (!S_ISREG(status.st_mode) || status.st_uid != ::geteuid()) return 0;
-        if (holders == Holders::some) return handleOf(std::move(file), path, static_cast<std::size_t>(status.st_size));
+        if (holders == Holders::some) return keep(std::move(file), path, static_cast<std::size_t>(status.st_size));
         ::unlink(path.c_str()); // its last holder died without closing it
     }
     return 0;
@@ -123,29 +175,25 @@ enum class IfExists { open, fail };
 
 MappingHandle createPath(const std::string &path, std::int32_t size, IfExists ifExists) {
     if (path.empty() || size < 1) return 0;
+    if (openBlocks().byPath.contains(path)) return ifExists == IfExists::open ? holdAgain(path) : 0;
     Descriptor file = makeUnnamed(size);
     for (int round = 0; file.valid() && round < mostRounds; ++round) {
-        if (giveName(file, path)) return handleOf(std::move(file), path, static_cast<std::size_t>(size));
+        if (giveName(file, path)) return keep(std::move(file), path, static_cast<std::size_t>(size));
         if (errno != EEXIST) return 0;
         const MappingHandle existing = openPath(path); // removes a dead block
         if (existing == 0) continue;
         if (ifExists == IfExists::open) return existing;
-        closeMapping(existing);
+        release(existing);
         return 0;
     }
     return 0;
-}
-
-bool isNameOf(const std::string &path, int fd) {
-    struct stat open {}, named {};
-    return ::fstat(fd, &open) == 0 && ::lstat(path.c_str(), &named) == 0 && open.st_ino == named.st_ino &&
-           open.st_dev == named.st_dev;
 }
 
 /// No exception leaves: a name that cannot be built is a block that cannot be had.
 template <class Action> MappingHandle withPath(std::string_view name, Action action) noexcept {
     try {
         const std::string path = pathOf(name);
+        const std::lock_guard lock(openBlocks().mutex);
         return path.empty() ? 0 : action(path);
     } catch (...) {
         return 0;
@@ -183,11 +231,8 @@ bool unmapView(MappingHandle mapping, void *view) noexcept {
 }
 
 void closeMapping(MappingHandle mapping) noexcept {
-    const std::unique_ptr<Mapping> object(&mappingOf(mapping));
-    // The exclusive lock comes only to the last holder. The name may be another file's by now, when
-    // somebody removed this one by hand.
-    if (::flock(object->file.get(), LOCK_EX | LOCK_NB) == 0 && isNameOf(object->path, object->file.get()))
-        ::unlink(object->path.c_str());
+    const std::lock_guard lock(openBlocks().mutex);
+    release(mapping);
 }
 
 } // namespace kx3::platform
