@@ -1,3 +1,4 @@
+#include "session/usbmpu6prg.h"
 #include "support/test_apartment.h"
 
 #include <gtest/gtest.h>
@@ -25,7 +26,6 @@ class Session : public testing::Test {
   protected:
     Session() {
         t.attach(1000);
-        t.host.modeltype(0) = 50;
         t.host.figmode(0) = 7;
         t.host.bvcc(0) = 330;
         t.host.bgndpin(0) = 12;
@@ -68,13 +68,9 @@ class Session : public testing::Test {
         t.host.ibuf1(5) = device2;
     }
 
-    void run() {
-        Boolean usbenable;
-        t.mpu.runMpu6Prg(usbenable);
-    }
     ErrorNumber failure() {
         try {
-            run();
+            window.wmpu0();
         } catch (const Error &error) {
             return error.number();
         }
@@ -88,16 +84,16 @@ class Session : public testing::Test {
         t.host.prgresult(0) = 0;
     }
     std::string log() { return toUtf8(readText(t.host.MainRtstr, 0)); }
-    Form &window() { return t.apartment.sessionWindow(); }
 
     TestApartment t;
+    usbmpu6prg window{t.apartment.context()};
     std::deque<Byte> results;
     std::function<void()> carryOut = [this] { leaveResult(); };
 };
 
 TEST_F(Session, PowersUpAnnouncesSignalsAndEnds) {
     request(3);
-    run();
+    window.wmpu0();
     EXPECT_EQ(t.sessionHost->calls, powerUp + Calls({"yield", "SignalPass 0", "EndOperation"}));
     EXPECT_EQ(log(), ">>Now op3 ...\n>>op3 OK\n>> 0.00Sec\n");
     EXPECT_EQ(t.host.ubuflg(0), 0x3FF0);
@@ -107,7 +103,7 @@ TEST_F(Session, PowersUpAnnouncesSignalsAndEnds) {
 TEST_F(Session, ConnectsTheSecondGroundPinOnlyWhenThereIsOne) {
     request(1);
     t.host.bgndpin(1) = 0;
-    run();
+    window.wmpu0();
     EXPECT_EQ(std::ranges::count(t.sessionHost->calls, "SetGndPin 12 1"), 1);
     EXPECT_EQ(std::ranges::count(t.sessionHost->calls, "SetGndPin 0 1"), 0);
 }
@@ -168,7 +164,7 @@ TEST_F(Session, TheIdentifierTestDecidesWhetherOperationsRun) {
             reports.pop_front();
             return came;
         };
-        run();
+        window.wmpu0();
         const Calls end =
             c.log == ended ? Calls{"EndOperation", "EndOperation"} : Calls{"SignalPass 0", "EndOperation"};
         EXPECT_EQ(t.sessionHost->calls, powerUp + Calls(c.reports.size(), "PollStatus 15") + end);
@@ -183,7 +179,7 @@ TEST_F(Session, TheIdentifierQuestionShowsWhatWasRead) {
     t.ui->answers = {MessageBoxResult::retry, MessageBoxResult::abort};
     int polls = 0;
     t.sessionHost->onPoll = [&] { return ++polls == 1; };
-    run();
+    window.wmpu0();
     ASSERT_EQ(t.ui->boxes.size(), 2U);
     EXPECT_EQ(t.ui->boxes[0].prompt, u"Maker:01   Device:00AB");
     EXPECT_EQ(t.ui->boxes[0].style, 50);
@@ -195,13 +191,13 @@ TEST_F(Session, AStopDuringTheIdentifierTestSkipsTheOperations) {
     request(3);
     t.host.prgresult(0) = 2;
     expectIdentifier(0, 0);
-    run();
+    window.wmpu0();
     EXPECT_EQ(t.sessionHost->calls, powerUp + Calls({"EndOperation"}));
 
     clear();
     t.host.prgresult(0) = 2; // of an earlier run: without the test nobody looks at it
     t.host.chipidtestmode(0) = Boolean(false);
-    run();
+    window.wmpu0();
     EXPECT_EQ(t.sessionHost->calls.back(), "EndOperation");
     EXPECT_EQ(log(), ">>Now op3 ...\n>>op3 OK\n>> 0.00Sec\n");
 }
@@ -239,7 +235,7 @@ TEST_F(Session, RunsTheRequestedOperations) {
         request(c.operation);
         results = c.results;
         t.ui->answers = c.answers;
-        run();
+        window.wmpu0();
         EXPECT_EQ(log(), c.log + ">> 0.00Sec\n");
         const Calls &calls = t.sessionHost->calls;
         const Calls end = {c.passes ? "SignalPass 0" : "SignalFail 0", "EndOperation"};
@@ -251,7 +247,7 @@ TEST_F(Session, RunsTheRequestedOperations) {
 TEST_F(Session, TheContinueQuestionIsTheHosts) {
     requestSequence({4});
     results = {1};
-    run();
+    window.wmpu0();
     ASSERT_EQ(t.ui->boxes.size(), 1U);
     EXPECT_EQ(t.ui->boxes[0].prompt, u"Go on?");
     EXPECT_EQ(t.ui->boxes[0].style, 33);
@@ -267,12 +263,12 @@ TEST_F(Session, TheHostSeesTheAnnouncementWhileTheWindowYields) {
         EXPECT_EQ(t.host.prgmode(1), 1);
         EXPECT_EQ(t.host.prgmode(2), 0);
         EXPECT_EQ(log(), ">>Now op3 ...\n");
-        EXPECT_TRUE(window().loaded());
-        EXPECT_EQ(window().caption(), u"Now op3 ...");
+        EXPECT_TRUE(window.loaded());
+        EXPECT_EQ(window.caption(), u"Now op3 ...");
     };
-    run();
+    window.wmpu0();
     EXPECT_EQ(t.ui->yields, 1);
-    EXPECT_FALSE(window().loaded());
+    EXPECT_FALSE(window.loaded());
 }
 
 TEST_F(Session, RequestsAreReadAgainAfterEachOperation) {
@@ -281,7 +277,7 @@ TEST_F(Session, RequestsAreReadAgainAfterEachOperation) {
         if (t.ui->yields == 1) requestSequence({7});
         if (t.ui->yields == 2) request(3);
     };
-    run();
+    window.wmpu0();
     EXPECT_EQ(log(), ">>Now op6 ...\n>>op6 OK\n>>Now op7 ...\n>>op7 OK\n>>Now op3 ...\n>>op3 OK\n>> 0.00Sec\n");
 }
 
@@ -289,7 +285,7 @@ TEST_F(Session, ALongLogIsClearedBeforeTheNextOperation) {
     request(3);
     for (const std::size_t length : {500U, 501U}) {
         storeText(t.host.MainRtstr, 0, std::u16string(length, u'x'));
-        run();
+        window.wmpu0();
         EXPECT_EQ(log().starts_with("x"), length == 500) << length;
     }
 }
@@ -299,7 +295,7 @@ TEST_F(Session, OperationFiveReplacesTheLogByItsOutput) {
     storeText(t.host.MainRtstr, 0, u"old\n");
     storeText(t.host.MainRtstr, 1, u"output\n");
     results = {1};
-    run();
+    window.wmpu0();
     EXPECT_EQ(log(), "First\nSecond\noutput\n>>op5 failed\n>> 0.00Sec\n");
     EXPECT_EQ(readText(t.host.MainRtstr, 1), u"");
 }
@@ -314,7 +310,7 @@ TEST_F(Session, ElapsedTimeRunsOverMidnight) {
         clear();
         t.clock->now = c.start;
         carryOut = [&] { t.clock->now = c.end; };
-        run();
+        window.wmpu0();
         EXPECT_TRUE(log().ends_with(">> " + c.elapsed + "Sec\n")) << log();
     }
 }
@@ -323,28 +319,28 @@ TEST_F(Session, TheStopButtonRequestsAStop) {
     requestSequence({7, 3});
     t.host.Language(0) = 3000;
     carryOut = [&] {
-        const Control *stop = window().find("pexit");
+        const Control *stop = window.find("pexit");
         ASSERT_NE(stop, nullptr);
         EXPECT_EQ(stop->caption(), u"停止");
-        EXPECT_TRUE(window().click(*stop));
+        EXPECT_TRUE(window.click(*stop));
     };
-    run();
+    window.wmpu0();
     EXPECT_EQ(t.host.prgresult(0), 2);
     EXPECT_EQ(log(), ">>Now op7 ...\nStopped\n>> 0.00Sec\n");
 }
 
 TEST_F(Session, TheLoadedWindowCarriesTheLanguagesCaptions) {
-    window().load();
-    EXPECT_EQ(window().caption(), u"Information");
-    EXPECT_EQ(window().find("pexit")->caption(), u"Stop");
-    EXPECT_EQ(window().clientArea()->width, 5985);
+    window.load();
+    EXPECT_EQ(window.caption(), u"Information");
+    EXPECT_EQ(window.find("pexit")->caption(), u"Stop");
+    EXPECT_EQ(window.clientArea()->width, 5985);
 }
 
 TEST_F(Session, AFailingHostCallEndsTheRunThere) {
     expectIdentifier(0x1E, 0x95);
     report(0x1E, 0x95, 0x0F);
     request(3);
-    run();
+    window.wmpu0();
     const Calls all = t.sessionHost->calls;
     for (const std::string &failing : all) {
         if (failing == "yield") continue;
@@ -355,7 +351,7 @@ TEST_F(Session, AFailingHostCallEndsTheRunThere) {
         };
         EXPECT_EQ(failure(), ErrorNumber::automation) << failing;
         EXPECT_EQ(t.sessionHost->calls, expected);
-        EXPECT_FALSE(window().loaded());
+        EXPECT_FALSE(window.loaded());
     }
 }
 
@@ -380,25 +376,19 @@ TEST_F(Session, OddBlockValuesEndOrderly) {
         c.prepare();
         EXPECT_EQ(failure(), c.error);
         EXPECT_EQ(t.ui->yields, c.yields);
-        EXPECT_EQ(t.host.prgmode(1), c.yields == 1 ? 1 : 0);
-        EXPECT_FALSE(window().loaded());
+        EXPECT_EQ(t.host.prgmode(1), c.yields == 0 ? 0 : 1);
+        EXPECT_FALSE(window.loaded());
     }
 }
 
-TEST_F(Session, ARunInsideARunLeavesTheOuterOneWorking) {
+TEST_F(Session, ARunInsideARunIsRefusedAndDisturbsNothing) {
+    t.host.modeltype(0) = 50;
     requestSequence({7, 3});
-    carryOut = [&] {
-        if (t.ui->yields != 1) return;
-        request(2);
-        run();
-        EXPECT_FALSE(window().loaded());
-        requestSequence({7, 3});
-    };
-    run();
-    EXPECT_EQ(log(), ">>Now op7 ...\n>>Now op2 ...\n>>op2 OK\n>> 0.00Sec\n"
-                     ">>op7 OK\n>>Now op3 ...\n>>op3 OK\n>> 0.00Sec\n");
-    EXPECT_EQ(t.ui->yields, 3);
-    EXPECT_FALSE(window().loaded());
+    Boolean usbenable;
+    carryOut = [&] { EXPECT_THROW(t.mpu.runMpu6Prg(usbenable), Error); };
+    t.mpu.runMpu6Prg(usbenable);
+    EXPECT_EQ(log(), ">>Now op7 ...\n>>op7 OK\n>>Now op3 ...\n>>op3 OK\n>> 0.00Sec\n");
+    EXPECT_EQ(std::ranges::count(t.sessionHost->calls, "StartCheck"), 1);
 }
 
 } // namespace
