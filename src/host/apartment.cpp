@@ -28,7 +28,7 @@ void Apartment::runArmSession(const ArmProfile &profile) {
 
 void Apartment::runSessionWindow() {
     const Operation operation(*this);
-    existing(sessionWindow_).wmpu0();
+    sessionWindow().wmpu0();
 }
 
 void Apartment::releaseMainBlocks() noexcept {

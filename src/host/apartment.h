@@ -31,6 +31,8 @@ class Apartment {
 
     [[nodiscard]] sharemap &blocks() noexcept { return blocks_; }
     [[nodiscard]] Context &context() noexcept { return context_; }
+    /// The session window, for a host that shows it.
+    [[nodiscard]] usbmpu6prg &sessionWindow() { return existing(sessionWindow_); }
     [[nodiscard]] Editors &editors() { return existing(editors_); }
 
     /// Why the last ARM session ended on its error path; empty when it did not.

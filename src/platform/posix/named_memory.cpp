@@ -35,6 +35,7 @@ constexpr std::size_t longestName = 200;
 /// Openers and closers hold an exclusive lock for an instant; more rounds than these mean that
 /// somebody else interferes with the file.
 constexpr int mostRounds = 64;
+constexpr useconds_t retryMicroseconds = 1000;
 
 class Descriptor {
   public:
@@ -76,7 +77,7 @@ enum class Holders { none, some, gone };
 /// (`none`); `gone` when the file has lost its name or cannot be locked.
 Holders lockAsHolder(int fd, struct stat &status) {
     const bool exclusive = ::flock(fd, LOCK_EX | LOCK_NB) == 0;
-    if (!exclusive && (errno != EWOULDBLOCK || ::flock(fd, LOCK_SH) != 0)) return Holders::gone;
+    if (!exclusive && (errno != EWOULDBLOCK || ::flock(fd, LOCK_SH | LOCK_NB) != 0)) return Holders::gone;
     if (::fstat(fd, &status) != 0 || status.st_nlink == 0) return Holders::gone;
     return exclusive ? Holders::none : Holders::some;
 }
@@ -148,7 +149,10 @@ MappingHandle openPath(const std::string &path) {
         if (!file.valid()) return 0;
         struct stat status {};
         const Holders holders = lockAsHolder(file.get(), status);
-        if (holders == Holders::gone) continue;
+        if (holders == Holders::gone) {
+            ::usleep(retryMicroseconds);
+            continue;
+        }
         if (!S_ISREG(status.st_mode) || status.st_uid != ::geteuid()) return 0;
         if (holders == Holders::some) return keep(std::move(file), path, static_cast<std::size_t>(status.st_size));
         ::unlink(path.c_str()); // its last holder died without closing it
