@@ -23,8 +23,11 @@ namespace kx3sim {
 
 using kx3::Byte;
 using kx3::Double;
-using kx3::Integer;
 using kx3::Long;
+
+namespace protocol {
+enum class Operation : Byte;
+}
 
 /// The shared blocks that the session host reads and writes, in place. All must stay valid while
 /// the session host is used; hand over a new set whenever they are attached anew.
@@ -73,6 +76,7 @@ struct Mismatches {
     Byte firstBuffer = 0;
     std::uint64_t zeroInsteadOfOne = 0; ///< device bits that are 0 where the buffer has 1
     std::uint64_t oneInsteadOfZero = 0;
+    std::uint64_t lines = 0; ///< comparisons that found a difference: bytes, or words of two bytes
 };
 
 /// How the newest operation ended, by the signal that the plug-in gave.
@@ -134,12 +138,42 @@ class SessionHost final : public kx3::SessionHost {
 
   private:
     struct Functions;
+    struct Part;
 
     HostBlocks &blocks();
-    void insertChip(const kx6sim_geometry &geometry);
-    [[nodiscard]] Long prepare(std::uint8_t module);
-    [[nodiscard]] Long byteDiffers(Byte device, Long address);
     void check(kx6sim_status status) const;
+    void append(Long index, std::u16string_view text);
+
+    [[nodiscard]] kx6sim_geometry geometry(std::uint8_t module);
+    [[nodiscard]] kx6sim_status insertChip(const kx6sim_geometry &geometry);
+    [[nodiscard]] Long prepare(std::uint8_t module);
+    void powerDown() noexcept;
+    void failWhenDataWereLeft();
+
+    // What a comparison does when it finds a difference.
+    [[nodiscard]] Byte bufferByte(std::int64_t address) const;
+    [[nodiscard]] Long byteDiffers(Byte device, Long address);
+    [[nodiscard]] Long wordDiffers(Byte low, Byte high, Long address, Long mask);
+    void noteDifference(Byte device, Byte buffer, Long address);
+    void noteLine(Long address, std::u16string_view device, std::u16string_view buffer);
+    [[nodiscard]] Long verdict() const;
+
+    // Work on a pin-driven chip; false when it failed.
+    [[nodiscard]] std::int64_t mainBytes();
+    [[nodiscard]] Part part(std::int32_t area, std::int64_t offset, std::int64_t count);
+    [[nodiscard]] Part mainPart();
+    [[nodiscard]] Part eepromPart();
+    [[nodiscard]] Part configurationPart();
+    [[nodiscard]] bool programPart(const Part &part);
+    [[nodiscard]] bool readPart(const Part &part);
+    [[nodiscard]] bool verifyPart(const Part &part);
+    [[nodiscard]] bool chipIsBlank();
+    [[nodiscard]] bool programData();
+    [[nodiscard]] bool verifyData();
+    [[nodiscard]] bool programConfiguration();
+    [[nodiscard]] bool autoProgram();
+    /// Nothing when there is no such operation.
+    [[nodiscard]] std::optional<bool> perform(protocol::Operation operation);
 
     Options options_;
     kx3::platform::DynamicLibrary library_;
@@ -148,10 +182,12 @@ class SessionHost final : public kx3::SessionHost {
     const Byte *buffer_ = nullptr; ///< ibuffer, for the compare calls
     std::size_t bufferBytes_ = 0;
     Mismatches mismatches_;
+    Long mismatchText_ = 1; ///< element of MainRtstr that mismatch lines go to
     Signal signal_ = Signal::none;
     std::string refusal_;
     Long millivolts_ = 0;
     bool pinDriven_ = false; ///< a non-ARM chip is prepared
+    bool powered_ = false;   ///< and has its supply
 };
 
 } // namespace kx3sim

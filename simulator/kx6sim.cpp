@@ -1,0 +1,371 @@
+// Library kx6io: the transfer functions that the plug-in binds, and the control interface.
+#include "simulator/kx6sim.h"
+
+#include "platform/dynamic_library.h"
+#include "simulator/chip_file.h"
+#include "simulator/failure.h"
+#include "simulator/simulated_programmer.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <mutex>
+#include <new>
+
+namespace {
+
+using namespace kx3sim;
+
+/// The process's programmer; one call at a time.
+struct Bench {
+    std::mutex mutex;
+    SimulatedProgrammer programmer;
+};
+
+Bench &bench() {
+    static Bench instance;
+    return instance;
+}
+
+thread_local std::string lastError;
+thread_local std::string troubleText;
+
+kx6sim_status fail(kx6sim_status status, const char *text) noexcept {
+    try {
+        lastError = text;
+    } catch (...) {
+        lastError.clear();
+    }
+    return status;
+}
+
+/// Call `work` with the programmer; an exception becomes a status and a text.
+template <class Work> kx6sim_status guarded(Work &&work) noexcept {
+    try {
+        Bench &b = bench();
+        const std::scoped_lock lock(b.mutex);
+        work(b.programmer);
+        return KX6SIM_OK;
+    } catch (const Failure &failure) {
+        return fail(failure.status(), failure.what());
+    } catch (const std::bad_alloc &) {
+        return fail(KX6SIM_OUT_OF_MEMORY, "out of memory");
+    } catch (const std::exception &error) {
+        return fail(KX6SIM_INTERNAL_ERROR, error.what());
+    }
+}
+
+/// The same for a question; `otherwise` when it cannot be answered.
+template <class Answer, class Work> Answer ask(Answer otherwise, Work &&work) noexcept {
+    Answer answer = otherwise;
+    (void)guarded([&](SimulatedProgrammer &programmer) { answer = work(programmer); });
+    return answer;
+}
+
+void require(bool holds, const char *text) {
+    if (!holds) throw Failure(KX6SIM_BAD_ARGUMENT, text);
+}
+
+std::filesystem::path pathOf(const char *utf8) {
+    require(utf8 != nullptr && *utf8 != '\0', "no path");
+    const std::string_view text(utf8);
+    return std::u8string(text.begin(), text.end());
+}
+
+constexpr std::uint64_t largestArea = std::uint64_t{1} << 30U;
+
+/// An area of the chip, whatever it is kept in.
+enum class Area : std::int32_t {
+    main = KX6SIM_AREA_MAIN,
+    eeprom = KX6SIM_AREA_EEPROM,
+    configuration = KX6SIM_AREA_CONFIGURATION
+};
+
+std::span<Byte> plainArea(Chip &chip, Area area) {
+    return area == Area::eeprom ? std::span<Byte>(chip.eeprom) : std::span<Byte>(chip.configuration);
+}
+
+std::size_t areaBytes(Chip &chip, Area area) {
+    return area == Area::main ? chip.main.size() : plainArea(chip, area).size();
+}
+
+/// Checks an area and a range of it.
+struct Range {
+    Area area;
+    std::size_t offset;
+    std::size_t count;
+
+    Range(Chip &chip, std::int32_t itsArea, std::uint64_t itsOffset, std::uint64_t itsCount, const void *bytes)
+        : area(static_cast<Area>(itsArea)), offset(static_cast<std::size_t>(itsOffset)),
+          count(static_cast<std::size_t>(itsCount)) {
+        require(itsArea >= KX6SIM_AREA_MAIN && itsArea <= KX6SIM_AREA_CONFIGURATION, "no such area");
+        const std::uint64_t size = areaBytes(chip, area);
+        require(itsOffset <= size && itsCount <= size - itsOffset, "a range beyond the end of its area");
+        require(bytes != nullptr || itsCount == 0, "no bytes");
+    }
+};
+
+void readRange(Chip &chip, const Range &range, Byte *destination) {
+    const std::span<Byte> target(destination, range.count);
+    if (range.area == Area::main)
+        chip.main.read(range.offset, target);
+    else
+        std::copy_n(plainArea(chip, range.area).begin() + static_cast<std::ptrdiff_t>(range.offset), range.count,
+                    target.begin());
+}
+
+void storeRange(Chip &chip, const Range &range, const Byte *source) {
+    const std::span<const Byte> bytes(source, range.count);
+    if (range.area == Area::main)
+        chip.main.store(range.offset, bytes);
+    else
+        std::copy(bytes.begin(), bytes.end(),
+                  plainArea(chip, range.area).begin() + static_cast<std::ptrdiff_t>(range.offset));
+    chip.changed = true;
+}
+
+void refuseWhenProtected(const Chip &chip) {
+    if (chip.isProtected) throw Failure(KX6SIM_REFUSED, "the chip is protected");
+}
+
+/// First EEPROM byte that is not erased.
+std::optional<std::size_t> firstProgrammedEeprom(const Chip &chip) {
+    const auto found =
+        std::find_if(chip.eeprom.begin(), chip.eeprom.end(), [](Byte b) { return b != FlashArray::erased; });
+    if (found == chip.eeprom.end()) return std::nullopt;
+    return static_cast<std::size_t>(found - chip.eeprom.begin());
+}
+
+void requireValid(const kx6sim_geometry &geometry) {
+    require(geometry.addresses > 0, "a device needs at least one address");
+    require(geometry.bytes_per_address == 1 || geometry.bytes_per_address == 2, "an address has 1 or 2 bytes");
+    require(geometry.eeprom_bytes >= 0, "a negative EEPROM size");
+    require(mainBytes(geometry) <= largestArea, "a device that is too large");
+    require(geometry.module <= KX6SIM_MODULE_NONE, "no such module");
+}
+
+} // namespace
+
+// --- Transfers ----------------------------------------------------------------------------------
+
+extern "C" {
+
+KX6SIM_API std::int16_t KX3_STDCALL usbcomwrite(std::uint8_t *packet, std::int32_t count) {
+    if (packet == nullptr || count < 0) return protocol::transferRejected;
+    return ask(protocol::transferRejected, [&](SimulatedProgrammer &programmer) {
+        return programmer.comWrite({packet, static_cast<std::size_t>(count)});
+    });
+}
+
+KX6SIM_API std::int16_t KX3_STDCALL usbbulkwrite(std::uint8_t *data, std::int32_t count) {
+    if (data == nullptr || count < 0) return protocol::transferRejected;
+    return ask(protocol::transferRejected, [&](SimulatedProgrammer &programmer) {
+        return programmer.bulkWrite({data, static_cast<std::size_t>(count)});
+    });
+}
+
+KX6SIM_API void KX3_STDCALL usbbulkread(std::uint8_t *destination, std::int32_t count, std::uint8_t *state) {
+    if (state == nullptr) return;
+    const bool valid = destination != nullptr && count >= 0;
+    const kx6sim_status status = guarded([&](SimulatedProgrammer &programmer) {
+        require(valid, "a bulk read without a destination");
+        programmer.bulkRead({destination, static_cast<std::size_t>(count)}, state);
+    });
+    if (status != KX6SIM_OK) *state = protocol::transferFailed;
+}
+
+// --- Control interface --------------------------------------------------------------------------
+
+uint32_t kx6sim_interface_version(void) { return KX6SIM_INTERFACE_VERSION; }
+
+const char *kx6sim_last_error(void) { return lastError.c_str(); }
+
+const char *kx6sim_trouble(void) {
+    (void)guarded([](SimulatedProgrammer &programmer) { troubleText = programmer.trouble(); });
+    return troubleText.c_str();
+}
+
+void kx6sim_reset(void) {
+    (void)guarded([](SimulatedProgrammer &programmer) { programmer = SimulatedProgrammer(); });
+}
+
+kx6sim_status kx6sim_insert_blank_chip(uint64_t main_bytes, uint64_t eeprom_bytes, const kx6sim_identity *identity) {
+    return guarded([&](SimulatedProgrammer &programmer) {
+        require(identity != nullptr, "no identity");
+        require(main_bytes > 0 && main_bytes <= largestArea && eeprom_bytes <= largestArea, "no such chip size");
+        programmer.insert(
+            Chip(static_cast<std::size_t>(main_bytes), static_cast<std::size_t>(eeprom_bytes), *identity));
+    });
+}
+
+kx6sim_status kx6sim_load_chip(const char *path) {
+    return guarded([&](SimulatedProgrammer &programmer) { programmer.insert(readChipFile(pathOf(path))); });
+}
+
+kx6sim_status kx6sim_save_chip(const char *path) {
+    return guarded([&](SimulatedProgrammer &programmer) {
+        Chip &chip = programmer.chip();
+        writeChipFile(pathOf(path), chip);
+        chip.changed = false;
+    });
+}
+
+int32_t kx6sim_chip_changed(void) {
+    return ask(0, [](SimulatedProgrammer &p) { return p.socket() && p.socket()->changed ? 1 : 0; });
+}
+
+int32_t kx6sim_chip_protected(void) {
+    return ask(0, [](SimulatedProgrammer &p) { return p.socket() && p.socket()->isProtected ? 1 : 0; });
+}
+
+uint64_t kx6sim_area_bytes(int32_t area) {
+    return ask(uint64_t{0}, [&](SimulatedProgrammer &programmer) -> uint64_t {
+        Chip &chip = programmer.chip();
+        return areaBytes(chip, Range(chip, area, 0, 0, nullptr).area);
+    });
+}
+
+kx6sim_status kx6sim_get_identity(kx6sim_identity *identity) {
+    return guarded([&](SimulatedProgrammer &programmer) {
+        require(identity != nullptr, "no identity");
+        *identity = programmer.chip().identity;
+    });
+}
+
+kx6sim_status kx6sim_set_identity(const kx6sim_identity *identity) {
+    return guarded([&](SimulatedProgrammer &programmer) {
+        require(identity != nullptr, "no identity");
+        kx3sim::requireValid(*identity);
+        programmer.chip().identity = *identity;
+        programmer.chip().changed = true;
+    });
+}
+
+kx6sim_status kx6sim_peek(int32_t area, uint64_t offset, uint8_t *destination, uint64_t count) {
+    return guarded([&](SimulatedProgrammer &programmer) {
+        Chip &chip = programmer.chip();
+        readRange(chip, Range(chip, area, offset, count, destination), destination);
+    });
+}
+
+kx6sim_status kx6sim_poke(int32_t area, uint64_t offset, const uint8_t *source, uint64_t count) {
+    return guarded([&](SimulatedProgrammer &programmer) {
+        Chip &chip = programmer.chip();
+        storeRange(chip, Range(chip, area, offset, count, source), source);
+    });
+}
+
+kx6sim_status kx6sim_flip_bit(int32_t area, uint64_t offset, uint8_t bit) {
+    return guarded([&](SimulatedProgrammer &programmer) {
+        constexpr uint8_t highestBit = 7;
+        require(bit <= highestBit, "a byte has bits 0 to 7");
+        Chip &chip = programmer.chip();
+        Byte value = 0;
+        const Range range(chip, area, offset, sizeof value, &value);
+        readRange(chip, range, &value);
+        value = static_cast<Byte>(value ^ (1U << bit));
+        storeRange(chip, range, &value);
+    });
+}
+
+kx6sim_status kx6sim_chip_erase(void) {
+    return guarded([](SimulatedProgrammer &programmer) { programmer.chip().massErase(); });
+}
+
+kx6sim_status kx6sim_chip_program(int32_t area, uint64_t offset, const uint8_t *source, uint64_t count,
+                                  int32_t *differs, kx6sim_difference *difference) {
+    return guarded([&](SimulatedProgrammer &programmer) {
+        require(differs != nullptr && difference != nullptr, "no place for a difference");
+        Chip &chip = programmer.chip();
+        const Range range(chip, area, offset, count, source);
+        refuseWhenProtected(chip);
+        *differs = 0;
+        if (range.area != Area::main) {
+            storeRange(chip, range, source);
+            return;
+        }
+        const std::optional<std::size_t> stuck = programmer.programMain(range.offset, {source, range.count});
+        if (!stuck) return;
+        *differs = 1;
+        *difference = {*stuck, chip.main[*stuck], source[*stuck - range.offset]};
+    });
+}
+
+kx6sim_status kx6sim_chip_blank_check(int32_t *differs, kx6sim_difference *difference) {
+    return guarded([&](SimulatedProgrammer &programmer) {
+        require(differs != nullptr && difference != nullptr, "no place for a difference");
+        const Chip &chip = programmer.chip();
+        refuseWhenProtected(chip);
+        *differs = 1;
+        if (const std::optional<std::size_t> found = chip.main.firstProgrammed(0, chip.main.size()))
+            *difference = {*found, chip.main[*found], FlashArray::erased};
+        else if (const std::optional<std::size_t> inEeprom = firstProgrammedEeprom(chip))
+            *difference = {*inEeprom, chip.eeprom[*inEeprom], FlashArray::erased};
+        else
+            *differs = 0;
+    });
+}
+
+kx6sim_status kx6sim_chip_read(int32_t area, uint64_t offset, uint8_t *destination, uint64_t count) {
+    return guarded([&](SimulatedProgrammer &programmer) {
+        Chip &chip = programmer.chip();
+        const Range range(chip, area, offset, count, destination);
+        refuseWhenProtected(chip);
+        readRange(chip, range, destination);
+    });
+}
+
+kx6sim_status kx6sim_chip_protect(void) {
+    return guarded([](SimulatedProgrammer &programmer) {
+        programmer.chip().isProtected = true;
+        programmer.chip().changed = true;
+    });
+}
+
+void kx6sim_set_firmware_version(uint8_t version) {
+    (void)guarded([&](SimulatedProgrammer &programmer) { programmer.setFirmwareVersion(version); });
+}
+
+kx6sim_status kx6sim_set_faults(const char *faults, uint64_t seed) {
+    return guarded([&](SimulatedProgrammer &programmer) {
+        require(faults != nullptr, "no faults text");
+        programmer.setFaults(FaultPlan(faults, seed));
+    });
+}
+
+int32_t kx6sim_start_check(void) {
+    return ask(1, [](SimulatedProgrammer &programmer) { return programmer.startCheck() ? 0 : 1; });
+}
+
+kx6sim_status kx6sim_prepare(const kx6sim_geometry *geometry) {
+    return guarded([&](SimulatedProgrammer &programmer) {
+        require(geometry != nullptr, "no geometry");
+        requireValid(*geometry);
+        programmer.prepare(*geometry);
+    });
+}
+
+void kx6sim_end_operation(void) {
+    (void)guarded([](SimulatedProgrammer &programmer) { programmer.endOperation(); });
+}
+
+void kx6sim_advance(void) {
+    (void)guarded([](SimulatedProgrammer &programmer) { programmer.advance(); });
+}
+
+int32_t kx6sim_fetch_report(uint8_t report[KX6SIM_REPORT_BYTES]) {
+    static_assert(std::tuple_size_v<protocol::Report> == KX6SIM_REPORT_BYTES);
+    if (report == nullptr) return 0;
+    return ask(0, [&](SimulatedProgrammer &programmer) {
+        protocol::Report newest;
+        if (!programmer.fetchReport(newest)) return 0;
+        std::copy(newest.begin(), newest.end(), report);
+        return 1;
+    });
+}
+
+void kx6sim_get_counters(kx6sim_counters *counters) {
+    if (counters == nullptr) return;
+    *counters = ask(kx6sim_counters{}, [](SimulatedProgrammer &programmer) { return programmer.counters(); });
+}
+
+} // extern "C"
