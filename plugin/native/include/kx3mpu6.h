@@ -309,6 +309,81 @@ KX3_API kx3_status kx3_form_focus(kx3_form *form, int32_t control, int32_t *done
 /* Close the form by its window frame. */
 KX3_API kx3_status kx3_form_close(kx3_form *form, int32_t *done);
 
+/* ---- Editor layouts --------------------------------------------------------------------------
+ * What the editor of a device shows and edits, without opening it: for programs that list
+ * configuration fields, or that find the control of a field in the opened form. */
+
+/* Element 0 of the blocks that an editor depends on. */
+typedef struct kx3_device {
+    int32_t tlength;
+    int16_t chippin;
+    uint8_t prgmode;
+    uint8_t figvol;
+} kx3_device;
+
+/* How a wrong value can lock the user out of the device. */
+enum {
+    KX3_HAZARD_NONE = 0,
+    KX3_HAZARD_RESET_PIN = 1,   /* the reset pin stops being one: no further in-system programming */
+    KX3_HAZARD_PROGRAMMING = 2, /* a programming interface can be shut */
+    KX3_HAZARD_DEBUG = 3,       /* a debug interface can be shut, or takes over the reset pin */
+    KX3_HAZARD_LOCK = 4,        /* memory is protected until it is erased, if it can be */
+    KX3_HAZARD_WRITE_ONCE = 5   /* the device takes the value once and for all */
+};
+
+/* Kinds of fields. */
+enum { KX3_FIELD_LIST = 0, KX3_FIELD_CHECK = 1, KX3_FIELD_HEX_NUMBER = 2, KX3_FIELD_HEX_WORD = 3 };
+
+/* How a list index, or a check box (checked = 1), stands for the bits of its field. */
+enum {
+    KX3_CODING_PLAIN = 0,          /* the number itself */
+    KX3_CODING_INVERTED = 1,       /* its complement: index 0, or an empty check box, sets all bits */
+    KX3_CODING_INDEX_OR_FIRST = 2, /* the number itself; a value without an item shows item 0 */
+    KX3_CODING_WHOLE_SIZE = 3      /* 3 bits: item 0 is 7; item 1 stores 0 and shows 0 and 6 */
+};
+
+typedef struct kx3_field_info {
+    kx3_text frame;   /* caption of the frame around the field */
+    kx3_text caption; /* of the row */
+    const char *control; /* name and index of the control in the form; index -1: no array element */
+    int32_t control_index;
+    int32_t kind;   /* KX3_FIELD_LIST ... KX3_FIELD_HEX_WORD */
+    int32_t coding; /* KX3_CODING_PLAIN ... KX3_CODING_WHOLE_SIZE */
+    int32_t hazard; /* KX3_HAZARD_NONE ... KX3_HAZARD_WRITE_ONCE */
+    int32_t byte_count;   /* bytes of the field; 0 when it holds nothing for this device */
+    int32_t addresses[4]; /* of its bytes in `ibuffer`, least significant byte first */
+    int32_t bit;          /* lowest bit and number of bits, for a field inside one byte */
+    int32_t width;
+    int32_t visible; /* shown for this device, with all frames around it */
+    int32_t enabled; /* when the form opens */
+    int32_t read_only;
+    int32_t items; /* entries of a list */
+} kx3_field_info;
+
+typedef struct kx3_config_byte_info {
+    int32_t address; /* in `ibuffer` */
+    int32_t written; /* 0: the editor only shows it */
+    int32_t fixed_mask;  /* bits that OK forces, whatever the fields say */
+    int32_t fixed_value; /* their values */
+} kx3_config_byte_info;
+
+typedef struct kx3_editor kx3_editor;
+
+/* The editor that opens for `device`, with the words of language block `language` (0, 3000 ... 33000).
+ * KX3_NOT_AVAILABLE for a mode without an editor, KX3_OVERFLOW for addresses that do not fit. */
+KX3_API kx3_status kx3_editor_describe(const kx3_device *device, int32_t language, kx3_editor **editor);
+/* Form name, such as "edit_figmpu65". */
+KX3_API const char *kx3_editor_name(const kx3_editor *editor);
+/* Address of the second copy of a mirrored byte, -1 when there is none. */
+KX3_API int32_t kx3_editor_mirror(const kx3_editor *editor);
+KX3_API int32_t kx3_editor_field_count(const kx3_editor *editor);
+KX3_API kx3_status kx3_editor_field(const kx3_editor *editor, int32_t field, kx3_field_info *info);
+KX3_API kx3_status kx3_editor_item(const kx3_editor *editor, int32_t field, int32_t item, kx3_text *text);
+KX3_API int32_t kx3_editor_byte_count(const kx3_editor *editor);
+KX3_API kx3_status kx3_editor_byte(const kx3_editor *editor, int32_t byte, kx3_config_byte_info *info);
+/* Texts of the layout are good until here. NULL is ignored. */
+KX3_API void kx3_editor_free(kx3_editor *editor);
+
 #ifdef __cplusplus
 }
 #endif

@@ -68,9 +68,7 @@ class CallbackSessionHost final : public SessionHost {
     void SignalFail(Long value) override { call(&kx3_session_host::SignalFail, "SignalFail", value); }
     Long StartCheck() override { return ask(&kx3_session_host::StartCheck, "StartCheck"); }
     void Delay(Long milliseconds) override { call(&kx3_session_host::Delay, "Delay", milliseconds); }
-    bool PollStatus(Long request) override {
-        return ask(&kx3_session_host::PollStatus, "PollStatus", request) != 0;
-    }
+    bool PollStatus(Long request) override { return ask(&kx3_session_host::PollStatus, "PollStatus", request) != 0; }
     void ReportStartFailure() override { call(&kx3_session_host::ReportStartFailure, "ReportStartFailure"); }
     Long PrepareChip(Byte figmode) override { return ask(&kx3_session_host::PrepareChip, "PrepareChip", figmode); }
     Long PrepareDevice32f(Byte figmode, Byte zero) override {
@@ -91,10 +89,10 @@ class CallbackSessionHost final : public SessionHost {
     template <class... Arguments, class... Values>
     void call(kx3_status (*kx3_session_host::*member)(void *, Arguments...), const char *name, Values... values) {
         const kx3_session_host &host = callbacks_.sessionHost;
-        if (host.*member == nullptr)
-            raise(ErrorNumber::memberNotFound, join(u"SessionHost has no ", fromUtf8(name)));
+        if (host.*member == nullptr) raise(ErrorNumber::memberNotFound, join(u"SessionHost has no ", fromUtf8(name)));
         const kx3_status status = (host.*member)(host.context, values...);
-        if (status != KX3_OK) [[unlikely]] requireOk(callbacks_, status, name);
+        if (status != KX3_OK) [[unlikely]]
+            requireOk(callbacks_, status, name);
     }
 
     template <class Member, class... Values> Long ask(Member member, const char *name, Values... values) {

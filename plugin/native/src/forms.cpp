@@ -10,6 +10,7 @@
 using namespace kx3;
 using native::guarded;
 using native::required;
+using native::textOf;
 using native::threadState;
 
 static_assert(KX3_FRAME == static_cast<int>(ControlKind::frame));
@@ -33,10 +34,6 @@ const Control &controlAt(const Form &form, std::int32_t position) {
     const std::deque<Control> &controls = form.controls();
     if (position < 0 || static_cast<std::size_t>(position) >= controls.size()) raise(ErrorNumber::subscript);
     return controls[static_cast<std::size_t>(position)];
-}
-
-kx3_text textOf(std::u16string_view text) {
-    return {reinterpret_cast<const std::uint16_t *>(text.data()), text.size()};
 }
 
 std::int32_t positionOf(const Control *control) {

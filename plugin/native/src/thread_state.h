@@ -71,4 +71,9 @@ template <class T> T &required(T *pointer, const char16_t *name) {
     return *pointer;
 }
 
+/// A text of the engine as the C interface hands it out.
+[[nodiscard]] inline kx3_text textOf(std::u16string_view text) noexcept {
+    return {reinterpret_cast<const std::uint16_t *>(text.data()), text.size()};
+}
+
 } // namespace kx3::native
