@@ -234,14 +234,7 @@ KX3_API kx3_status kx3_mpu_sinitmpu6(kx3_mpu *mpu);
  * content; the numbers hold while the form is loaded. */
 
 /* Kinds of controls. */
-enum {
-    KX3_FRAME = 0,
-    KX3_LABEL = 1,
-    KX3_COMBO_BOX = 2,
-    KX3_CHECK_BOX = 3,
-    KX3_TEXT_BOX = 4,
-    KX3_COMMAND_BUTTON = 5
-};
+enum { KX3_FRAME = 0, KX3_LABEL = 1, KX3_COMBO_BOX = 2, KX3_CHECK_BOX = 3, KX3_TEXT_BOX = 4, KX3_COMMAND_BUTTON = 5 };
 
 typedef struct kx3_text {
     const uint16_t *units;
@@ -251,12 +244,12 @@ typedef struct kx3_text {
 typedef struct kx3_form_info {
     const char *name; /* "edit_figmpu65" */
     kx3_text caption;
-    kx3_text message;   /* why the last OK was refused, in one line; empty when it was not */
-    int32_t loaded;     /* 0: the form has closed itself, show_form returns */
-    int32_t on_screen;  /* 1: opens centred on the screen, 0: on its owner */
-    int32_t controls;   /* number of controls */
-    int32_t focus;      /* control with the focus, -1 for none */
-    uint64_t revision;  /* counts every change; refresh when it differs */
+    kx3_text message;  /* why the last OK was refused, in one line; empty when it was not */
+    int32_t loaded;    /* 0: the form has closed itself, show_form returns */
+    int32_t on_screen; /* 1: opens centred on the screen, 0: on its owner */
+    int32_t controls;  /* number of controls */
+    int32_t focus;     /* control with the focus, -1 for none */
+    uint64_t revision; /* counts every change; refresh when it differs */
 } kx3_form_info;
 
 typedef struct kx3_control_info {
@@ -343,13 +336,13 @@ enum {
 };
 
 typedef struct kx3_field_info {
-    kx3_text frame;   /* caption of the frame around the field */
-    kx3_text caption; /* of the row */
+    kx3_text frame;      /* caption of the frame around the field */
+    kx3_text caption;    /* of the row */
     const char *control; /* name and index of the control in the form; index -1: no array element */
     int32_t control_index;
-    int32_t kind;   /* KX3_FIELD_LIST ... KX3_FIELD_HEX_WORD */
-    int32_t coding; /* KX3_CODING_PLAIN ... KX3_CODING_WHOLE_SIZE */
-    int32_t hazard; /* KX3_HAZARD_NONE ... KX3_HAZARD_WRITE_ONCE */
+    int32_t kind;         /* KX3_FIELD_LIST ... KX3_FIELD_HEX_WORD */
+    int32_t coding;       /* KX3_CODING_PLAIN ... KX3_CODING_WHOLE_SIZE */
+    int32_t hazard;       /* KX3_HAZARD_NONE ... KX3_HAZARD_WRITE_ONCE */
     int32_t byte_count;   /* bytes of the field; 0 when it holds nothing for this device */
     int32_t addresses[4]; /* of its bytes in `ibuffer`, least significant byte first */
     int32_t bit;          /* lowest bit and number of bits, for a field inside one byte */
@@ -361,8 +354,8 @@ typedef struct kx3_field_info {
 } kx3_field_info;
 
 typedef struct kx3_config_byte_info {
-    int32_t address; /* in `ibuffer` */
-    int32_t written; /* 0: the editor only shows it */
+    int32_t address;     /* in `ibuffer` */
+    int32_t written;     /* 0: the editor only shows it */
     int32_t fixed_mask;  /* bits that OK forces, whatever the fields say */
     int32_t fixed_value; /* their values */
 } kx3_config_byte_info;
