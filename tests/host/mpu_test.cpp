@@ -1,3 +1,5 @@
+// The entry class.
+#include "error_of.h"
 #include "support/test_apartment.h"
 
 #include <gtest/gtest.h>
@@ -5,15 +7,142 @@
 namespace kx3 {
 namespace {
 
+using test::errorOf;
 using test::TestApartment;
+using Calls = std::vector<std::string>;
 
-TEST(Mpu, AttachSetsBuflgAndTheDeviceBuffer) {
+class Mpu : public testing::Test {
+  protected:
+    /// Run an operation that the host refuses at its preparation.
+    void runRefused() {
+        t.sessionHost->prepare = 2;
+        t.sessionHost->calls.clear();
+        Boolean usbenable(true);
+        t.mpu.runMpu6Prg(usbenable);
+    }
     TestApartment t;
+};
+
+TEST_F(Mpu, CreationAttachesNothing) {
+    EXPECT_EQ(t.mpu.buflg, 0);
+    EXPECT_FALSE(t.mpu.exitpower);
+    Boolean usbenable;
+    EXPECT_EQ(errorOf([&] { t.mpu.runMpu6Prg(usbenable); }), ErrorNumber::subscript);
+    EXPECT_EQ(errorOf([&] { t.mpu.editfigmpu6(); }), ErrorNumber::subscript);
+    EXPECT_EQ(errorOf([&] { t.mpu.sinitmpu6(); }), ErrorNumber::subscript);
+    t.mpu.freesharebuffermpu6();
+    EXPECT_EQ(t.apartment.blocks().ibuffer.count(), 0U);
+}
+
+TEST_F(Mpu, AttachSetsBuflgAndTheDeviceBuffer) {
     t.attach(1000);
     EXPECT_EQ(t.mpu.buflg, 1000);
     EXPECT_EQ(t.apartment.blocks().ibuffer.count(), 3200U);
     EXPECT_TRUE(t.ui->boxes.empty());
+    t.host.buflength(0) = 0;
+    t.mpu.bufcommpu6(1);
+    EXPECT_EQ(t.mpu.buflg, 0);
+    EXPECT_EQ(t.apartment.blocks().ibuffer.count(), 2200U);
 }
+
+TEST_F(Mpu, AnOverflowingSizeLeavesBuflgAndTheDeviceBufferAlone) {
+    t.attach(1000);
+    for (const Long size : {INT32_MAX, INT32_MAX - 2199}) {
+        t.host.buflength(0) = size;
+        EXPECT_EQ(errorOf([&] { t.mpu.bufcommpu6(1); }), ErrorNumber::overflow);
+        EXPECT_EQ(t.mpu.buflg, 1000);
+        EXPECT_EQ(t.apartment.blocks().prgmode.count(), 4U);
+        EXPECT_EQ(t.apartment.blocks().ibuffer.count(), 3200U);
+    }
+}
+
+TEST_F(Mpu, FreeThenAttachBindsAgain) {
+    t.attach(1000);
+    t.mpu.freesharebuffermpu6();
+    EXPECT_EQ(t.apartment.blocks().ibuffer.count(), 1U);
+    EXPECT_EQ(t.apartment.blocks().prgmode.count(), 4U);
+    t.mpu.bufcommpu6(1);
+    EXPECT_EQ(t.apartment.blocks().ibuffer.count(), 3200U);
+}
+
+TEST_F(Mpu, TheEndOfAnyObjectReleasesTheMainBlocks) {
+    t.attach(1000);
+    { const clsMPU second(t.apartment); }
+    EXPECT_EQ(t.apartment.blocks().prgmode.count(), 1U);
+    EXPECT_EQ(t.apartment.blocks().ibuffer.count(), 3200U);
+}
+
+TEST_F(Mpu, RunDispatchesByModelTypeAndSelection) {
+    t.attach(1000);
+    t.host.figmode(0) = 7;
+    const Calls none, window = {"StartCheck", "PrepareChip 7"}, arm = {"StartCheck", "PrepareDevice 7 0"},
+                      arm32f = {"StartCheck", "PrepareDevice32f 7 0"};
+    struct Case {
+        Integer modelType;
+        Byte selection;
+        const Calls &calls;
+    };
+    const Case cases[] = {
+        {-32768, 0x40, none}, {39, 0x40, none},   {40, 0x00, window}, {40, 0x01, window}, {40, 0x41, window},
+        {40, 0x40, arm},      {73, 0x40, arm},    {73, 0xBE, window}, {73, 0xFE, arm},    {73, 0xFF, window},
+        {74, 0x00, arm32f},   {74, 0x40, arm32f}, {74, 0x41, arm32f}, {32767, 0x41, arm32f}};
+    for (const Case &c : cases) {
+        t.host.modeltype(0) = c.modelType;
+        t.host.selmode(0) = c.selection;
+        runRefused();
+        EXPECT_EQ(t.sessionHost->calls, c.calls) << c.modelType << ' ' << int{c.selection};
+    }
+}
+
+TEST_F(Mpu, UsbenableAndExitpowerAreTheHosts) {
+    t.attach(1000);
+    t.host.modeltype(0) = 80;
+    t.sessionHost->prepare = 2;
+    for (const Integer bits : std::initializer_list<Integer>{0, -1, 1, 0x1234}) {
+        Boolean usbenable;
+        usbenable.bits = bits;
+        t.mpu.exitpower.bits = bits;
+        t.mpu.runMpu6Prg(usbenable);
+        EXPECT_EQ(usbenable.bits, bits);
+        EXPECT_EQ(t.mpu.exitpower.bits, bits);
+    }
+}
+
+/// A host whose message loop calls back into the plug-in while an operation runs.
+class ReentrantHost : public Mpu, public testing::WithParamInterface<Integer> {
+  protected:
+    ReentrantHost() {
+        t.attach(1000);
+        t.host.modeltype(0) = GetParam();
+        t.sessionHost->onCall = [this](const std::string &call) {
+            if (call == "StartCheck") fromInside();
+        };
+    }
+    std::function<void()> fromInside;
+};
+
+TEST_P(ReentrantHost, CannotDisturbARunningOperation) {
+    int calls = 0;
+    fromInside = [&] {
+        ++calls;
+        Boolean usbenable;
+        EXPECT_EQ(errorOf([&] { t.mpu.runMpu6Prg(usbenable); }), ErrorNumber::invalidCall);
+        EXPECT_EQ(errorOf([&] { t.mpu.bufcommpu6(2); }), ErrorNumber::invalidCall);
+        EXPECT_EQ(errorOf([&] { t.mpu.freesharebuffermpu6(); }), ErrorNumber::invalidCall);
+        { const clsMPU second(t.apartment); }
+        EXPECT_EQ(t.apartment.blocks().prgmode.count(), 4U) << "released only when the operation has ended";
+    };
+    runRefused();
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(t.apartment.blocks().prgmode.count(), 1U);
+    EXPECT_EQ(t.apartment.blocks().ibuffer.count(), 3200U);
+    fromInside = [] {};
+    t.mpu.bufcommpu6(1);
+    runRefused();
+    EXPECT_EQ(t.apartment.blocks().prgmode.count(), 4U) << "a release counts once";
+}
+
+INSTANTIATE_TEST_SUITE_P(Operation, ReentrantHost, testing::Values(Integer{40}, Integer{80}));
 
 } // namespace
 } // namespace kx3

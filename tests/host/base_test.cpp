@@ -1,0 +1,144 @@
+// Checked integers, text helpers and error descriptions.
+#include "base/checked.h"
+#include "base/text.h"
+#include "error_of.h"
+
+#include <gtest/gtest.h>
+
+#include <new>
+#include <stdexcept>
+
+namespace kx3 {
+namespace {
+
+using test::errorOf;
+constexpr Long lowest = std::numeric_limits<Long>::min();
+constexpr Long highest = std::numeric_limits<Long>::max();
+
+TEST(Checked, EveryOperationFitsOrRaises) {
+    struct Case {
+        Long a;
+        char operation;
+        Long b;
+        std::optional<Long> result;
+        std::optional<ErrorNumber> error = std::nullopt;
+    };
+    const Case cases[] = {
+        {highest - 1, '+', 1, highest},
+        {highest, '+', 1, {}, ErrorNumber::overflow},
+        {lowest, '-', 1, {}, ErrorNumber::overflow},
+        {-1, '-', highest, lowest},
+        {46341, '*', 46341, {}, ErrorNumber::overflow},
+        {-65536, '*', 32768, lowest},
+        {lowest, '/', -1, {}, ErrorNumber::overflow},
+        {-7, '/', 2, -3},
+        {7, '/', 0, {}, ErrorNumber::divisionByZero},
+        {-7, '%', 2, -1},
+        {lowest, '%', -1, 0},
+        {7, '%', 0, {}, ErrorNumber::divisionByZero},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(std::to_string(c.a) + c.operation + std::to_string(c.b));
+        std::optional<Long> result;
+        const auto compute = [&] {
+            const Checked a = c.a, b = c.b;
+            const Checked value = c.operation == '+'   ? a + b
+                                  : c.operation == '-' ? a - b
+                                  : c.operation == '*' ? a * b
+                                  : c.operation == '/' ? a / b
+                                                       : a % b;
+            result = value.value();
+        };
+        EXPECT_EQ(errorOf(compute), c.error);
+        EXPECT_EQ(result, c.result);
+    }
+}
+
+TEST(Checked, NarrowingStoresTestTheirWidth) {
+    EXPECT_EQ(narrow<Byte>(255), 255);
+    EXPECT_EQ(narrow<Integer>(-32768), -32768);
+    EXPECT_EQ(errorOf([] { (void)narrow<Byte>(256); }), ErrorNumber::overflow);
+    EXPECT_EQ(errorOf([] { (void)narrow<Byte>(-1); }), ErrorNumber::overflow);
+    EXPECT_EQ(errorOf([] { (void)narrow<Integer>(32768); }), ErrorNumber::overflow);
+    EXPECT_EQ(errorOf([] { (void)Checked(300).toByte(); }), ErrorNumber::overflow);
+}
+
+TEST(Checked, ADoubleBecomesTheNearestLongTiesToEven) {
+    const std::pair<Double, Long> fits[] = {{0.5, 0},          {1.5, 2},        {2.5, 2},
+                                            {-0.5, 0},         {-1.5, -2},      {362.99999999999994, 363},
+                                            {2147483647.25, highest}, {-2147483648.5, lowest}};
+    for (const auto &[value, expected] : fits)
+        EXPECT_EQ(roundToLong(value), expected) << value;
+    using Limits = std::numeric_limits<Double>;
+    for (const Double value :
+         {2147483647.5, -2147483649.0, 1e300, Limits::infinity(), -Limits::infinity(), Limits::quiet_NaN()})
+        EXPECT_EQ(errorOf([&] { (void)roundToLong(value); }), ErrorNumber::overflow) << value;
+}
+
+TEST(Text, NumbersInTheirForms) {
+    EXPECT_EQ(hex(0), u"0");
+    EXPECT_EQ(hex(0x1AF), u"1AF");
+    EXPECT_EQ(hex(-2), u"FFFFFFFE");
+    EXPECT_EQ(decimal(lowest), u"-2147483648");
+
+    const std::pair<Double, std::u16string_view> twoDecimalCases[] = {
+        {0, u"0.00"},     {0.125, u"0.13"}, {0.0625, u"0.06"}, {1.999, u"2.00"},
+        {86400, u"86400.00"}, {-0.125, u"-0.13"}, {-0.001, u"0.00"}};
+    for (const auto &[value, expected] : twoDecimalCases)
+        EXPECT_EQ(twoDecimals(value), expected) << value;
+
+    const std::pair<Long, std::u16string_view> hundredthsCases[] = {
+        {363, u"3.63"}, {330, u"3.3"}, {500, u"5"}, {5, u"0.05"}, {0, u"0"}, {-50, u"-0.5"}, {lowest, u"-21474836.48"}};
+    for (const auto &[value, expected] : hundredthsCases)
+        EXPECT_EQ(hundredths(value), expected) << value;
+}
+
+TEST(Text, TrimmingTakesBlanksOnly) {
+    EXPECT_EQ(trimBlanks(u"  a b "), u"a b");
+    EXPECT_EQ(trimBlanks(u" \ta\t "), u"\ta\t");
+    EXPECT_EQ(trimBlanks(u"   "), u"");
+    EXPECT_EQ(trimBlanks(u""), u"");
+}
+
+TEST(Text, Utf8AndUtf16ConvertBothWays) {
+    for (const std::u16string_view text : {u"", u"a\u007F", u"\u0080\u07FF", u"\u0800\uFFFD", u"\U00010000\U0010FFFF"})
+        EXPECT_EQ(fromUtf8(toUtf8(text)), text);
+    EXPECT_EQ(toUtf8(u"\u00E9\u4FE1\U0001F600"), "\xC3\xA9\xE4\xBF\xA1\xF0\x9F\x98\x80");
+}
+
+TEST(Text, IllFormedSequencesBecomeReplacementCharacters) {
+    const std::pair<std::string_view, std::u16string_view> fromCases[] = {
+        {"a\x80z", u"a\uFFFDz"},                  // a tail alone
+        {"\xC0\xAF", u"\uFFFD\uFFFD"},            // longer than needed
+        {"\xE0\x80\x80", u"\uFFFD\uFFFD\uFFFD"},  // the same with three bytes
+        {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD"},  // a surrogate
+        {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"}, // beyond the last character
+        {"\xF8z", u"\uFFFDz"},
+        {"\xE4\xBF", u"\uFFFD\uFFFD"},            // cut off
+        {"\xE4z", u"\uFFFDz"},
+    };
+    for (const auto &[utf8, expected] : fromCases)
+        EXPECT_EQ(fromUtf8(utf8), expected) << testing::PrintToString(utf8);
+    constexpr char16_t unpaired[] = {u'a', 0xD800, u'b', 0xDC00, 0xD801, 0};
+    EXPECT_EQ(toUtf8(unpaired), "a\xEF\xBF\xBD"
+                                "b\xEF\xBF\xBD\xEF\xBF\xBD");
+}
+
+TEST(Error, EveryExceptionHasANumberAndADescription) {
+    const auto describe = [](auto exception) {
+        try {
+            throw exception;
+        } catch (...) {
+            return describeCurrentException();
+        }
+    };
+    const Failure own = describe(Error(ErrorNumber::deviceIo, u"cable"));
+    EXPECT_EQ(own.number, ErrorNumber::deviceIo);
+    EXPECT_EQ(own.description, u"cable");
+    EXPECT_EQ(describe(std::bad_alloc()).description, u"Out of memory");
+    EXPECT_EQ(describe(std::runtime_error("odd")).description, u"Internal error: odd");
+    EXPECT_EQ(describe(42).number, ErrorNumber::internal);
+}
+
+} // namespace
+} // namespace kx3

@@ -1,0 +1,230 @@
+// Named memory where blocks are files: their lifetime, and files that are no blocks of ours.
+#include "host/memory/mem_mapped.h"
+#include "host/memory/sharemap.h"
+#include "support/test_apartment.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+namespace kx3 {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr uid_t anotherUser = 65534;
+
+class PosixNamedMemory : public testing::Test {
+  protected:
+    PosixNamedMemory() { test::useOwnNamespace(); }
+    ~PosixNamedMemory() override {
+        for (const fs::path &file : files())
+            fs::remove(file);
+    }
+
+    static std::string prefix() {
+        return "kx3mpu6-" + std::to_string(::geteuid()) + "-test" + std::to_string(::getpid()) + "-";
+    }
+    static fs::path fileOf(const std::string &name) { return "/dev/shm/" + prefix() + name; }
+    /// Files that stand for blocks of this test.
+    static std::vector<fs::path> files() {
+        std::vector<fs::path> found;
+        for (const fs::directory_entry &entry : fs::directory_iterator("/dev/shm"))
+            if (entry.path().filename().string().starts_with(prefix())) found.push_back(entry.path());
+        return found;
+    }
+};
+
+/// Another process that holds blocks of instance 0 until it is killed.
+class OtherHost {
+  public:
+    OtherHost() {
+        int ready[2];
+        if (::pipe(ready) != 0) throw std::runtime_error("pipe");
+        process_ = ::fork();
+        if (process_ == 0) hold(ready[1]);
+        char byte = 0;
+        ok_ = ::read(ready[0], &byte, 1) == 1 && byte == 1;
+        ::close(ready[0]);
+        ::close(ready[1]);
+    }
+    ~OtherHost() { kill(); }
+    OtherHost(const OtherHost &) = delete;
+    OtherHost &operator=(const OtherHost &) = delete;
+
+    [[nodiscard]] bool holds() const { return ok_; }
+    void kill() {
+        if (process_ <= 0) return;
+        ::kill(process_, SIGKILL);
+        ::waitpid(process_, nullptr, 0);
+        process_ = 0;
+    }
+
+  private:
+    [[noreturn]] static void hold(int ready) {
+        clsMemMapped block;
+        const char ok = block.OpenAndMapMemoryBlock("tamselibuf10", 400) ? 1 : 0;
+        if (ok != 0) *static_cast<Byte *>(block.BaseAddress()) = 0xAB;
+        if (::write(ready, &ok, 1) == 1)
+            for (;;)
+                ::pause();
+        ::_exit(1);
+    }
+    pid_t process_ = 0;
+    bool ok_ = false;
+};
+
+TEST_F(PosixNamedMemory, TheLastCloseRemovesTheName) {
+    clsMemMapped first, second;
+    ASSERT_TRUE(first.OpenAndMapMemoryBlock("tamselA", 40) && second.OpenAndMapMemoryBlock("tamselA", 40));
+    first.UnMapFile();
+    EXPECT_EQ(files().size(), 1U);
+    second.UnMapFile();
+    EXPECT_EQ(files().size(), 0U);
+}
+
+TEST_F(PosixNamedMemory, OnlyTheUserCanOpenABlock) {
+    clsMemMapped block;
+    ASSERT_TRUE(block.OpenAndMapMemoryBlock("tamselA", 40));
+    struct stat status {};
+    ASSERT_EQ(::stat(fileOf("tamselA").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0600U);
+}
+
+TEST_F(PosixNamedMemory, ALivingHostIsSeen) {
+    OtherHost host;
+    ASSERT_TRUE(host.holds());
+    EXPECT_EQ(clsMemMapped::findnum(), 1);
+    clsMemMapped block;
+    ASSERT_TRUE(block.OpenAndMapMemoryBlock("tamselibuf10", 400));
+    EXPECT_EQ(*static_cast<Byte *>(block.BaseAddress()), 0xAB);
+    host.kill();
+    EXPECT_EQ(*static_cast<Byte *>(block.BaseAddress()), 0xAB) << "this process still holds it";
+    EXPECT_EQ(clsMemMapped::findnum(), 1);
+}
+
+TEST_F(PosixNamedMemory, AKilledHostLeavesNothing) {
+    OtherHost host;
+    ASSERT_TRUE(host.holds());
+    host.kill();
+    EXPECT_EQ(files().size(), 1U) << "its file is there, but nobody holds it";
+    EXPECT_EQ(clsMemMapped::findnum(), 0);
+    EXPECT_EQ(files().size(), 0U);
+    OtherHost next;
+    next.kill();
+    clsMemMapped block;
+    ASSERT_TRUE(block.OpenAndMapMemoryBlock("tamselibuf10", 400));
+    EXPECT_EQ(*static_cast<Byte *>(block.BaseAddress()), 0);
+}
+
+TEST_F(PosixNamedMemory, AnExclusiveCreateTakesOverOnlyDeadBlocks) {
+    OtherHost host;
+    ASSERT_TRUE(host.holds());
+    EXPECT_EQ(platform::createMappingExclusively("tamselibuf10", 400), 0);
+    host.kill();
+    const platform::MappingHandle mapping = platform::createMappingExclusively("tamselibuf10", 400);
+    ASSERT_NE(mapping, 0);
+    platform::closeMapping(mapping);
+}
+
+TEST_F(PosixNamedMemory, ClosingDoesNotRemoveAnotherFileOfTheName) {
+    clsMemMapped block;
+    ASSERT_TRUE(block.OpenAndMapMemoryBlock("tamselA", 40));
+    fs::remove(fileOf("tamselA"));
+    std::ofstream{fileOf("tamselA")};
+    block.UnMapFile();
+    EXPECT_EQ(files().size(), 1U);
+}
+
+TEST_F(PosixNamedMemory, NamesThatAreNoPlainFileNamesAreRefused) {
+    clsMemMapped block;
+    for (const std::string &name : {std::string("a/b"), std::string("../tamselA"), std::string("tamsel A"),
+                                    std::string("tamsel.A"), std::string("tamsel\xC3\xA4"), std::string(201, 'a'),
+                                    std::string("tamsel\0A", 8)})
+        EXPECT_FALSE(block.OpenAndMapMemoryBlock(name, 40)) << name;
+    EXPECT_TRUE(block.OpenAndMapMemoryBlock(std::string(200, 'a'), 40));
+    ::setenv("KX3MPU6_NAMESPACE", "../up", 1);
+    EXPECT_FALSE(block.OpenAndMapMemoryBlock("tamselA", 40));
+}
+
+/// What may stand where a block's file is looked for.
+struct Obstacle {
+    const char *name;
+    void (*put)(const fs::path &);
+    bool attaches; ///< nobody holds it, so that it counts as a dead host's
+};
+
+void writeFile(const fs::path &path) { std::ofstream(path) << std::string(8192, 'x'); }
+
+const Obstacle obstacles[] = {
+    {"a file that nobody holds", writeFile, true},
+    {"an empty file that nobody holds", [](const fs::path &path) { std::ofstream{path}; }, true},
+    {"a folder", [](const fs::path &path) { fs::create_directory(path); }, false},
+    {"a symbolic link", [](const fs::path &path) { fs::create_symlink("/dev/null", path); }, false},
+    {"a pipe", [](const fs::path &path) { ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0); }, false},
+    {"another user's file",
+     [](const fs::path &path) {
+         writeFile(path);
+         ASSERT_EQ(::chown(path.c_str(), anotherUser, anotherUser), 0);
+     },
+     false},
+};
+
+TEST_F(PosixNamedMemory, WhateverStandsInTheWayTheOtherBlocksAreAttached) {
+    for (const Obstacle &obstacle : obstacles) {
+        SCOPED_TRACE(obstacle.name);
+        if (::geteuid() != 0 && obstacle.name == std::string_view("another user's file")) continue;
+        const fs::path path = fileOf("tamselbvcc1");
+        obstacle.put(path);
+        {
+            test::FakeUi ui;
+            sharemap blocks;
+            blocks.MapSharedBlocks(1, ui);
+            EXPECT_EQ(ui.boxes.size(), obstacle.attaches ? 0U : 1U);
+            EXPECT_EQ(blocks.bvcc.count(), obstacle.attaches ? 4U : 1U);
+            EXPECT_EQ(blocks.bvcc(0), 0);
+            EXPECT_EQ(blocks.bvcch.count(), 4U);
+        }
+        EXPECT_EQ(fs::exists(fs::symlink_status(path)), !obstacle.attaches) << "what is not ours stays";
+        fs::remove(path);
+        EXPECT_EQ(files().size(), 0U);
+    }
+}
+
+TEST_F(PosixNamedMemory, AHeldFileWithoutBytesIsNoBlock) {
+    const fs::path path = fileOf("tamselA");
+    std::ofstream{path};
+    const int holder = ::open(path.c_str(), O_RDWR);
+    ASSERT_EQ(::flock(holder, LOCK_SH), 0);
+    clsMemMapped block;
+    EXPECT_FALSE(block.OpenAndMapMemoryBlock("tamselA", 40));
+    EXPECT_FALSE(block.OpenAndMapMemoryBlock("tamselB", 0));
+    EXPECT_TRUE(block.OpenAndMapMemoryBlock("tamselB", 40)) << "the handle without a view does not stay in the way";
+    ::close(holder);
+}
+
+TEST_F(PosixNamedMemory, AReadOnlyFileIsNoBlock) {
+    if (::geteuid() != 0) GTEST_SKIP() << "needs to become another user";
+    const pid_t child = ::fork();
+    if (child == 0) {
+        if (::seteuid(anotherUser) != 0) ::_exit(2);
+        test::useOwnNamespace();
+        writeFile(fileOf("tamselA"));
+        ::chmod(fileOf("tamselA").c_str(), 0400);
+        clsMemMapped block;
+        const bool had = block.OpenAndMapMemoryBlock("tamselA", 40);
+        fs::remove(fileOf("tamselA"));
+        ::_exit(had ? 1 : 0);
+    }
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+}
+
+} // namespace
+} // namespace kx3

@@ -1,0 +1,184 @@
+// Mapping named blocks, and attaching all 62 of them.
+#include "host/memory/sharemap.h"
+#include "support/test_apartment.h"
+
+#include <gtest/gtest.h>
+
+namespace kx3 {
+namespace {
+
+using test::FakeUi;
+using test::useOwnNamespace;
+
+constexpr std::u16string_view attachFailure = u"Unable to create memory mapped file";
+
+class NamedBlocks : public testing::Test {
+  protected:
+    NamedBlocks() { useOwnNamespace(); }
+};
+class MemMapped : public NamedBlocks {
+  protected:
+    clsMemMapped host, plugin;
+};
+class Sharemap : public NamedBlocks {
+  protected:
+    FakeUi ui;
+    sharemap blocks;
+};
+
+Byte &firstByte(const clsMemMapped &mapping) { return *static_cast<Byte *>(mapping.BaseAddress()); }
+
+TEST_F(MemMapped, AnExistingBlockKeepsItsSize) {
+    ASSERT_TRUE(host.OpenAndMapMemoryBlock("tamselA", 4097));
+    firstByte(host) = 5;
+    ASSERT_TRUE(plugin.OpenAndMapMemoryBlock("tamselA", 40));
+    EXPECT_EQ(plugin.ViewSize(), 8192U);
+    EXPECT_EQ(plugin.MappedSize(), 40);
+    EXPECT_EQ(plugin.MappedFile(), "tamselA");
+    EXPECT_EQ(firstByte(plugin), 5);
+    firstByte(plugin) = 6;
+    EXPECT_EQ(firstByte(host), 6);
+}
+
+TEST_F(MemMapped, OpeningAnotherBlockUnmapsTheFirst) {
+    ASSERT_TRUE(plugin.OpenAndMapMemoryBlock("tamselA", 40));
+    firstByte(plugin) = 5;
+    ASSERT_TRUE(plugin.OpenAndMapMemoryBlock("tamselB", 40));
+    ASSERT_TRUE(host.OpenAndMapMemoryBlock("tamselA", 40));
+    EXPECT_EQ(firstByte(host), 0) << "the first block had ended";
+}
+
+TEST_F(MemMapped, UnmappingForgetsTheBlock) {
+    EXPECT_FALSE(plugin.UnMapFile());
+    ASSERT_TRUE(plugin.OpenAndMapMemoryBlock("tamselA", 40));
+    EXPECT_TRUE(plugin.UnMapFile());
+    EXPECT_EQ(plugin.BaseAddress(), nullptr);
+    EXPECT_EQ(plugin.hFile(), 0);
+    EXPECT_EQ(plugin.MappedFile(), "");
+    EXPECT_EQ(plugin.MappedSize(), 0);
+    EXPECT_EQ(plugin.ViewSize(), 0U);
+    EXPECT_FALSE(plugin.UnMapFile());
+}
+
+TEST_F(MemMapped, ABlockThatCannotBeHadIsAFalseResult) {
+    for (const Long size : {0, -1, INT32_MIN})
+        EXPECT_FALSE(plugin.OpenAndMapMemoryBlock("tamselA", size)) << size;
+    EXPECT_FALSE(plugin.OpenAndMapMemoryBlock("", 40));
+    EXPECT_EQ(plugin.MappedFile(), "");
+    ASSERT_TRUE(host.OpenAndMapMemoryBlock("tamselA", 40));
+    EXPECT_TRUE(plugin.OpenAndMapMemoryBlock("tamselA", 0)) << "the size matters only to a new block";
+}
+
+TEST_F(MemMapped, FindnumGivesTheLowestFreeInstance) {
+    std::vector<clsMemMapped> hosts(101);
+    for (std::size_t i = 0; i < hosts.size(); ++i) {
+        EXPECT_EQ(clsMemMapped::findnum(), static_cast<Integer>(i));
+        ASSERT_TRUE(hosts[i].OpenAndMapMemoryBlock("tamselibuf1" + std::to_string(i), 400));
+    }
+    EXPECT_EQ(clsMemMapped::findnum(), 101);
+    hosts[7].UnMapFile();
+    EXPECT_EQ(clsMemMapped::findnum(), 7);
+}
+
+TEST_F(Sharemap, NamesEndWithTheInstanceNumber) {
+    const std::pair<Integer, std::string> cases[] = {
+        {1, "tamselibuf11"}, {12, "tamselibuf112"}, {0, "tamselibuf10"}, {-3, "tamselibuf1-3"}};
+    for (const auto &[instance, name] : cases) {
+        blocks.MapSharedBlocks(instance, ui);
+        blocks.ibuf1(0) = 9;
+        clsMemMapped other;
+        ASSERT_TRUE(other.OpenAndMapMemoryBlock(name, 40));
+        EXPECT_EQ(firstByte(other), 9) << name;
+    }
+    blocks.MapDeviceBuffer(3000, ui);
+    blocks.ibuffer(0) = 1;
+    blocks.ibuffer66(0) = 2;
+    clsMemMapped buffer, buffer66;
+    ASSERT_TRUE(buffer.OpenAndMapMemoryBlock("tamselibuffer", 40) && buffer66.OpenAndMapMemoryBlock("tamselibuffer66", 40));
+    EXPECT_EQ(firstByte(buffer), 1);
+    EXPECT_EQ(firstByte(buffer66), 2);
+}
+
+TEST_F(Sharemap, EveryBlockHasItsElementsInsideItsView) {
+    blocks.MapSharedBlocks(1, ui);
+    blocks.MapDeviceBuffer(2200, ui);
+    EXPECT_TRUE(ui.boxes.empty());
+    const auto expectLast = [](auto &array, Long count, const char *root) {
+        ASSERT_EQ(array.count(), static_cast<std::uint32_t>(count)) << root;
+        using Element = std::remove_reference_t<decltype(array(0))>;
+        array(count - 1) = Element{};
+        EXPECT_EQ(array.descriptor().rgsabound[0].lLbound, 0) << root;
+    };
+#define KX3_BLOCK(member, root, type, count, bytes) expectLast(blocks.member, count, root);
+#include "host/memory/block_table.inc"
+#undef KX3_BLOCK
+    expectLast(blocks.ibuffer, 2200, "ibuffer");
+    expectLast(blocks.ibuffer66, 15, "ibuffer66");
+}
+
+TEST_F(Sharemap, AttachingAgainReplacesTheBinding) {
+    blocks.MapSharedBlocks(1, ui);
+    blocks.prgmode(0) = 5;
+    blocks.MapSharedBlocks(2, ui);
+    EXPECT_EQ(blocks.prgmode(0), 0);
+    EXPECT_EQ(blocks.prgmode.descriptor().cLocks, 1U);
+    clsMemMapped former;
+    ASSERT_TRUE(former.OpenAndMapMemoryBlock("tamselprgmode1", 40));
+    EXPECT_EQ(firstByte(former), 0) << "nobody held the former block any more";
+}
+
+TEST_F(Sharemap, ReleasingKeepsTheOtherGroup) {
+    blocks.UnmapSharedBlocks();
+    blocks.UnmapDeviceBuffer();
+    EXPECT_EQ(blocks.prgmode.count(), 0U) << "there was nothing to release";
+
+    blocks.MapSharedBlocks(1, ui);
+    blocks.MapDeviceBuffer(3000, ui);
+    blocks.prgmode(0) = 5;
+    blocks.UnmapDeviceBuffer();
+    EXPECT_EQ(blocks.ibuffer.count(), 1U);
+    EXPECT_EQ(blocks.prgmode(0), 5);
+    blocks.MapDeviceBuffer(2500, ui);
+    EXPECT_EQ(blocks.ibuffer.count(), 2500U);
+    blocks.UnmapSharedBlocks();
+    EXPECT_EQ(blocks.prgmode.count(), 1U);
+    EXPECT_EQ(blocks.prgmode(0), 0);
+    EXPECT_EQ(blocks.ibuffer.count(), 2500U);
+}
+
+TEST_F(Sharemap, ABlockTooSmallForItsArrayIsReportedAndTheNextAttached) {
+    clsMemMapped tooSmall;
+    ASSERT_TRUE(tooSmall.OpenAndMapMemoryBlock("tamselibuf21", 61440));
+    firstByte(tooSmall) = 9;
+    blocks.MapSharedBlocks(1, ui);
+    ASSERT_EQ(ui.boxes.size(), 1U);
+    EXPECT_EQ(ui.boxes[0].prompt, attachFailure);
+    EXPECT_EQ(ui.boxes[0].style, messageBoxOkOnly);
+    EXPECT_FALSE(ui.boxes[0].title);
+    EXPECT_EQ(blocks.ibuf2.count(), 1U);
+    EXPECT_EQ(blocks.ibuf2(0), 0);
+    EXPECT_EQ(blocks.usbpip0readresult.count(), 2U);
+}
+
+TEST_F(Sharemap, ADeviceBufferOfNoSizeIsReported) {
+    for (const Long size : {0, -1, INT32_MIN}) {
+        ui.boxes.clear();
+        blocks.MapDeviceBuffer(size, ui);
+        EXPECT_EQ(ui.boxes.size(), 1U) << size;
+        EXPECT_EQ(blocks.ibuffer.count(), 1U) << size;
+        EXPECT_EQ(blocks.ibuffer66.count(), 15U) << size;
+    }
+}
+
+TEST_F(Sharemap, StringElementsOwnTheirTexts) {
+    blocks.MapSharedBlocks(1, ui);
+    EXPECT_EQ(readText(blocks.prgnote, 29), u"");
+    storeText(blocks.prgnote, 29, u"first");
+    const String first = blocks.prgnote(29);
+    appendText(blocks.prgnote, 29, u" and more");
+    EXPECT_EQ(readText(blocks.prgnote, 29), u"first and more");
+    EXPECT_NE(blocks.prgnote(29).handle, first.handle);
+}
+
+} // namespace
+} // namespace kx3
