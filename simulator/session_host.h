@@ -55,11 +55,11 @@ struct HostBlocks {
 struct Options {
     /// Chip that outlives the process: read when a device is prepared (created when missing),
     /// written at the end of each operation that changed it. Without it the chip lives in memory.
-    std::optional<std::filesystem::path> chipFile;
+    std::optional<std::filesystem::path> chipFile = std::nullopt;
     Byte maker = 0;                   ///< identity of a chip that is created
     std::vector<Byte> deviceCodes{0}; ///< 1 to 7 bytes
     Byte firmwareVersion = 1;
-    std::string faults; ///< see simulator/README.md
+    std::string faults = {}; ///< see simulator/README.md
     std::uint64_t seed = 0;
     Long eepromBytes = 0;         ///< EEPROM of a non-ARM device
     Long eepromOffset = -1;       ///< its place in ibuffer; -1: right behind the configuration bytes
