@@ -1,0 +1,75 @@
+// The shared blocks, as the host that creates them sees them.
+#pragma once
+
+#include "address_ranges.h"
+#include "failure.h"
+#include "profile.h"
+
+#include <cstdint>
+#include <kx3mpu6.h>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kx3console {
+
+/// All blocks of one host instance. The plug-in must have let go of them before they end.
+class SharedBlocks {
+  public:
+    /// Create every block; the device buffer takes `dataBytes` of device data. Fails with
+    /// Exit::noAnswer when another host holds one of them.
+    SharedBlocks(std::int16_t instance, std::int32_t dataBytes);
+    ~SharedBlocks();
+    SharedBlocks(const SharedBlocks &) = delete;
+    SharedBlocks &operator=(const SharedBlocks &) = delete;
+
+    [[nodiscard]] std::int16_t instance() const { return instance_; }
+
+    /// The elements of block `root`, whose type must be as wide as T.
+    template <class T> [[nodiscard]] std::span<T> elements(std::string_view root) const {
+        const Block &block = find(root);
+        return {static_cast<T *>(kx3_block_data(block.memory.get())), static_cast<std::size_t>(block.count)};
+    }
+
+    /// Store a number into an element of any numeric type.
+    void store(std::string_view root, std::int32_t element, std::int64_t value);
+    /// Replace the text of an element of a String block.
+    void storeText(std::string_view root, std::int32_t element, std::u16string_view text);
+    [[nodiscard]] std::u16string text(std::string_view root, std::int32_t element) const;
+
+  private:
+    struct Close {
+        void operator()(kx3_block *block) const noexcept { kx3_block_close(block); }
+    };
+    struct Block {
+        std::string_view root;
+        std::int32_t type;
+        std::int32_t count;
+        std::unique_ptr<kx3_block, Close> memory;
+    };
+
+    void create(const kx3_block_info &info, std::int32_t dataBytes);
+    [[nodiscard]] const Block &find(std::string_view root) const;
+
+    std::int16_t instance_;
+    std::vector<Block> blocks_;
+};
+
+/// The instance number to use: the wanted one, or else the first free one. Fails with Exit::noAnswer
+/// when there is none.
+[[nodiscard]] std::int16_t freeInstance();
+
+/// Write the profile's values into their blocks, and erased bytes behind the device data.
+void storeProfile(SharedBlocks &blocks, const Profile &profile);
+/// Write the profile's configuration bytes behind the device data.
+void storeConfiguration(SharedBlocks &blocks, const Profile &profile);
+/// Write erased bytes into the device buffer at load file addresses `gaps`; its first byte has
+/// address `base`.
+void fillErased(SharedBlocks &blocks, const AddressRanges &gaps, std::uint64_t base);
+
+/// A failed call of the plug-in as this host's failure.
+[[nodiscard]] Failure pluginFailure(std::string_view what);
+
+} // namespace kx3console

@@ -1,0 +1,210 @@
+#include "load_file.h"
+
+#include "failure.h"
+#include "read_file.h"
+#include "record_library.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <fmt/format.h>
+#include <srecord/quit.h>
+#include <srecord/record.h>
+#include <string>
+#include <vector>
+
+namespace kx3console {
+
+namespace {
+
+constexpr std::string_view fileKind = "load file";
+/// Enough for the first line and, at the end, for the last one.
+constexpr std::size_t peekBytes = 1024;
+
+/// Puts pieces of a load file where they belong and keeps the account.
+class Placer {
+  public:
+    Placer(const LoadRequest &request, const std::string &name, std::span<std::uint8_t> image)
+        : request_(request), name_(name), image_(image) {}
+
+    /// The part of `piece` that lies in the device; nothing when none does. Fails when data for an
+    /// address came before.
+    [[nodiscard]] std::optional<AddressRange> place(AddressRange piece) {
+        const AddressRange device{request_.loadBase, request_.loadBase + image_.size() - 1};
+        if (piece.first < device.first) account(result_.outside, {piece.first, std::min(piece.last, device.first - 1)});
+        if (piece.last > device.last) account(result_.outside, {std::max(piece.first, device.last + 1), piece.last});
+        if (piece.last < device.first || piece.first > device.last) return std::nullopt;
+        const AddressRange part{std::max(piece.first, device.first), std::min(piece.last, device.last)};
+        account(result_.inside, part);
+        return part;
+    }
+
+    [[nodiscard]] std::span<std::uint8_t> target(AddressRange part) const {
+        return image_.subspan(static_cast<std::size_t>(part.first - request_.loadBase),
+                              static_cast<std::size_t>(part.size()));
+    }
+
+    [[nodiscard]] LoadResult finish(FileFormat format) {
+        result_.format = format;
+        if (!result_.outside.empty() && !request_.skipOutside)
+            throw Failure(Exit::refused,
+                          fmt::format("{} {}: data lie outside the device: {}; the device has 0x{:X}-0x{:X}", fileKind,
+                                      name_, result_.outside.text(), request_.loadBase,
+                                      request_.loadBase + image_.size() - 1),
+                          "Choose the right device or load file, or leave those data out with --skip-outside.");
+        if (result_.inside.empty())
+            throw Failure(Exit::badFile, fmt::format("{} {}: there are no data for this device", fileKind, name_),
+                          "Choose the right device or load file.");
+        return std::move(result_);
+    }
+
+  private:
+    void account(AddressRanges &ranges, AddressRange part) const {
+        if (const auto twice = ranges.overlap(part))
+            throw Failure(Exit::badFile,
+                          fmt::format("{} {}: overlapping data: address 0x{:X} is given more than once", fileKind,
+                                      name_, twice->first),
+                          "Which data are meant? Build the load file anew.");
+        ranges.add(part);
+    }
+
+    const LoadRequest &request_;
+    const std::string &name_;
+    std::span<std::uint8_t> image_;
+    LoadResult result_;
+};
+
+/// Takes libsrecord's messages. An error leaves as a Failure; a second one, from a destructor that
+/// runs meanwhile, is let go.
+class Quitter final : public srecord::quit {
+  public:
+    Quitter(std::string name, std::string opened) : name_(std::move(name)), opened_(std::move(opened)) {}
+
+    void message_v(const char *format, std::va_list arguments) override {
+        std::array<char, 512> text{};
+        std::vsnprintf(text.data(), text.size(), format, arguments);
+        last_ = text.data();
+        if (last_.starts_with(opened_)) last_.erase(0, opened_.size());
+        if (last_.find("warning: ") != std::string::npos) warnings_.push_back(last_);
+    }
+
+    void exit(int /*status*/) override {
+        if (std::exchange(failed_, true)) return;
+        fail(last_);
+    }
+
+    /// Warnings are signs of damage. The first `expected` of them are none.
+    void requireNoWarnings(std::size_t expected) const {
+        if (warnings_.size() > expected) fail(warnings_.front());
+    }
+
+  private:
+    /// Messages begin with ": LINE: ".
+    [[noreturn]] void fail(const std::string &message) const {
+        throw Failure(Exit::badFile, fmt::format("{} {}{}", fileKind, name_, message),
+                      "The load file is damaged; get or build it anew.");
+    }
+
+    std::string name_;
+    std::string opened_;
+    std::string last_;
+    std::vector<std::string> warnings_;
+    bool failed_ = false;
+};
+
+std::string peek(const InputFile &file, std::uint64_t offset) {
+    std::string text(static_cast<std::size_t>(std::min<std::uint64_t>(peekBytes, file.size() - offset)), '\0');
+    file.readAt(offset, {reinterpret_cast<std::uint8_t *>(text.data()), text.size()});
+    return text;
+}
+
+/// A damaged text file must not pass as a raw image.
+FileFormat chooseFormat(const LoadRequest &request, const InputFile &file) {
+    if (request.format) return *request.format;
+    const FileFormat found = formatFromContent(peek(file, 0));
+    const std::optional<FileFormat> promised = formatFromEnding(request.path);
+    if (found == FileFormat::raw && promised && *promised != FileFormat::raw)
+        throw Failure(Exit::badFile,
+                      fmt::format("{} {}: by its name this is {}, but it does not begin like that", fileKind,
+                                  file.name(), formatName(*promised)),
+                      "If it is a raw image, say so with --format raw; else the file is damaged.");
+    return found;
+}
+
+std::string lastLine(const InputFile &file) {
+    std::string tail = peek(file, file.size() - std::min<std::uint64_t>(peekBytes, file.size()));
+    tail.erase(tail.find_last_not_of(" \t\r\n\x1A") + 1);
+    const std::size_t start = tail.find_last_of("\r\n");
+    return start == std::string::npos ? tail : tail.substr(start + 1);
+}
+
+enum class FileEnd { none, endRecord, countRecord };
+
+/// How a file of records ends. A count record at the end of S-records shows a whole file, too.
+FileEnd fileEnd(FileFormat format, const std::string &line) {
+    constexpr std::size_t intelType = 7; // ":LLAAAATT"
+    if (format == FileFormat::intelHex)
+        return line.size() > intelType + 1 && line.compare(intelType, 2, "01") == 0 ? FileEnd::endRecord
+                                                                                    : FileEnd::none;
+    if (line.size() < 2 || line[0] != 'S') return FileEnd::none;
+    if (line[1] >= '7' && line[1] <= '9') return FileEnd::endRecord;
+    return line[1] == '5' || line[1] == '6' ? FileEnd::countRecord : FileEnd::none;
+}
+
+FileEnd requireEnd(FileFormat format, const InputFile &file) {
+    const FileEnd end = fileEnd(format, lastLine(file));
+    if (end == FileEnd::none)
+        throw Failure(
+            Exit::badFile,
+            fmt::format("{} {}: its last line is no {} end record", fileKind, file.name(), formatName(format)),
+            "The file is cut off or damaged; get or build it anew.");
+    return end;
+}
+
+void loadRecords(FileFormat format, const InputFile &file, Placer &placer) {
+    const FileEnd end = requireEnd(format, file);
+    // The open file itself, so that what was checked is what is read.
+    const std::string path = fmt::format("/dev/fd/{}", file.descriptor());
+    Quitter quitter(file.name(), path);
+    const auto reader = openRecords(format, path);
+    reader->set_quit(quitter);
+    srecord::record record;
+    while (reader->read(record)) {
+        if (record.get_type() != srecord::record::type_data || record.get_length() == 0) continue;
+        const std::uint64_t first = record.get_address();
+        const auto part = placer.place({first, first + record.get_length() - 1});
+        if (!part) continue;
+        const std::span<std::uint8_t> target = placer.target(*part);
+        std::memcpy(target.data(), record.get_data() + (part->first - first), target.size());
+    }
+    // The library misses the start address that a count record at the end leaves out.
+    quitter.requireNoWarnings(end == FileEnd::countRecord ? 1 : 0);
+}
+
+void loadRaw(const LoadRequest &request, const InputFile &file, Placer &placer) {
+    const std::uint64_t first = request.base.value_or(request.loadBase);
+    const auto part = placer.place({first, first + file.size() - 1});
+    if (part) file.readAt(part->first - first, placer.target(*part));
+}
+
+} // namespace
+
+LoadResult loadFile(const LoadRequest &request, std::span<std::uint8_t> image) {
+    const InputFile file(request.path, fileKind);
+    const FileFormat format = chooseFormat(request, file);
+    if (format != FileFormat::raw && request.base)
+        throw Failure(
+            Exit::usage,
+            fmt::format("--base does not go with an {} file, which has addresses of its own", formatName(format)),
+            "Leave --base out.");
+    Placer placer(request, file.name(), image);
+    if (format == FileFormat::raw)
+        loadRaw(request, file, placer);
+    else
+        loadRecords(format, file, placer);
+    return placer.finish(format);
+}
+
+} // namespace kx3console

@@ -1,0 +1,34 @@
+// Reading a load file into the device buffer.
+#pragma once
+
+#include "address_ranges.h"
+#include "file_format.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <span>
+
+namespace kx3console {
+
+/// What is read, and where its addresses lie in the device.
+struct LoadRequest {
+    std::filesystem::path path;
+    std::optional<FileFormat> format;  ///< told from the content when missing
+    std::uint64_t loadBase = 0;        ///< load file address of the device's first byte
+    std::optional<std::uint64_t> base; ///< load file address of a raw file's first byte; loadBase when missing
+    bool skipOutside = false;
+};
+
+struct LoadResult {
+    FileFormat format = FileFormat::raw;
+    AddressRanges inside;  ///< load file addresses that went into the device buffer
+    AddressRanges outside; ///< left out
+};
+
+/// Put the file's data into `image`, the device data in the device buffer, whose other bytes stay as
+/// they are. Fails with Exit::badFile for a file that is damaged, and with Exit::refused for data
+/// outside the device unless they are to be skipped.
+[[nodiscard]] LoadResult loadFile(const LoadRequest &request, std::span<std::uint8_t> image);
+
+} // namespace kx3console

@@ -1,0 +1,118 @@
+#include "outcome.h"
+
+#include <fmt/format.h>
+
+namespace kx3console {
+
+namespace {
+
+// Result codes of prgresult(0).
+constexpr std::uint8_t resultPassed = 0;
+constexpr std::uint8_t resultFailed = 1;
+constexpr std::uint8_t resultStopped = 2;
+
+constexpr std::string_view checkConnection = "Check the programmer, its connection and the device in the socket.";
+
+/// `text` in front of what the session host or the driver has to say.
+std::string with(std::string_view text, const std::string &reason) {
+    return reason.empty() ? std::string(text) : fmt::format("{}: {}", text, reason);
+}
+
+std::string plural(std::uint64_t count, std::string_view one) {
+    return fmt::format("{} {}{}", count, one, count == 1 ? "" : "s");
+}
+
+Outcome contentsDiffer(const Differences &found, const OutcomeContext &context) {
+    const std::uint64_t address = context.loadBase + static_cast<std::uint64_t>(found.firstAddress);
+    return {
+        Exit::differs,
+        fmt::format("the device differs from the load file: first at address 0x{:X}, device 0x{:02X}, file 0x{:02X}; "
+                    "{} in all, {} 0 instead of 1, {} 1 instead of 0",
+                    address, found.firstDevice, found.firstFile,
+                    found.bytes == 1 ? "1 byte differs" : fmt::format("{} bytes differ", found.bytes),
+                    plural(found.zeroInsteadOfOne, "bit"), plural(found.oneInsteadOfZero, "bit")),
+        found.oneInsteadOfZero > 0 ? "Program the device with this file."
+                                   : "Erase and program the device again; if that does not help, it is worn out."};
+}
+
+/// What a compare event of the programmer says.
+std::string placeOf(const StatusReport &report, const OutcomeContext &context, bool withBuffer) {
+    const bool words = context.bytesPerAddress == 2;
+    const int digits = words ? 4 : 2;
+    const int mask = words ? 0xFFFF : 0xFF;
+    std::string text =
+        fmt::format("address 0x{:X}, device 0x{:0{}X}", report.address, report.deviceData & mask, digits);
+    if (withBuffer) text += fmt::format(", file 0x{:0{}X}", report.bufferData & mask, digits);
+    return text;
+}
+
+Outcome reportedFailure(const StatusReport &report, const OutcomeContext &context, const std::string &trouble) {
+    if (report.event == StatusReport::identityError)
+        return {Exit::noAnswer, with("the device in the socket is another one, or is protected", trouble),
+                "Check the device's name; a protected device must be erased first."};
+    if (context.operation == Operation::blankCheck)
+        return {Exit::differs, "the device is not blank: " + placeOf(report, context, false), "Erase the device."};
+    const std::string_view stage = report.stageName();
+    const std::string where = stage.empty() ? "" : fmt::format(" in stage {}", stage);
+    return {Exit::failed, with(fmt::format("the device failed{}: {}", where, placeOf(report, context, true)), trouble),
+            "Erase the device and try again; if that does not help, it is protected or worn out."};
+}
+
+Outcome failure(const Evidence &seen, const OutcomeContext &context) {
+    if (seen.differences.bytes > 0) return contentsDiffer(seen.differences, context);
+    if (seen.lastReport && seen.lastReport->event != 0) return reportedFailure(*seen.lastReport, context, seen.trouble);
+    return {Exit::failed, with("the operation failed", seen.trouble), "The log says where."};
+}
+
+Outcome stopped(const Evidence &seen) {
+    if (seen.stopRequested)
+        return {Exit::stopped, "stopped", "The device may be half done; erase or program it again."};
+    if (seen.identityQuestion)
+        return {Exit::noAnswer, "the chip's identifier is not that of the device",
+                "Check the device in the socket and its name."};
+    if (seen.lastReport && seen.lastReport->event == StatusReport::compareError)
+        return {Exit::noAnswer, "the programmer could not read the chip's identifier", std::string(checkConnection)};
+    return {Exit::failed, with("the programmer stopped the operation by itself", seen.trouble),
+            std::string(checkConnection)};
+}
+
+/// Ends before the operation itself has begun.
+std::optional<Outcome> refusedStart(const Evidence &seen, const OutcomeContext &context) {
+    if (!seen.callFailure.empty())
+        return Outcome{Exit::failed, "the plug-in cannot run this operation: " + seen.callFailure,
+                       "Choose another device or operation."};
+    if (seen.startRefused)
+        return Outcome{Exit::noAnswer, with("the programmer is not ready", seen.trouble), std::string(checkConnection)};
+    if (seen.deviceRefused)
+        return Outcome{seen.chipFileUsed ? Exit::badFile : Exit::noAnswer,
+                       with("the device cannot be prepared", seen.trouble),
+                       seen.chipFileUsed ? "Give the chip file of this device, or a new name for a blank chip."
+                                         : std::string(checkConnection)};
+    if (!seen.algorithmLoaded && seen.sessionFailure.empty())
+        return Outcome{Exit::badFile, context.algorithmProblem,
+                       "Put the image there, or name the right directory with --algorithm-dir."};
+    return std::nullopt;
+}
+
+Outcome aborted(const Evidence &seen) {
+    if (seen.reportMissing)
+        return {Exit::noAnswer, with("no status report came from the programmer", seen.trouble),
+                std::string(checkConnection)};
+    if (seen.transferFailed)
+        return {Exit::noAnswer, with("a transfer to or from the programmer failed", seen.trouble),
+                std::string(checkConnection)};
+    const std::string &reason = seen.sessionFailure.empty() ? seen.trouble : seen.sessionFailure;
+    return {Exit::failed, with("the session with the programmer was broken off", reason), std::string(checkConnection)};
+}
+
+} // namespace
+
+Outcome judge(const Evidence &seen, const OutcomeContext &context) {
+    if (auto refused = refusedStart(seen, context)) return *std::move(refused);
+    if (seen.resultCode == resultStopped) return stopped(seen);
+    if (seen.differences.bytes > 0 || seen.resultCode == resultFailed) return failure(seen, context);
+    if (seen.signalledPass && seen.resultCode == resultPassed) return {};
+    return aborted(seen);
+}
+
+} // namespace kx3console

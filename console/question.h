@@ -1,0 +1,32 @@
+// Message boxes of the plug-in, answered on a terminal.
+#pragma once
+
+#include "display.h"
+
+#include <cstdint>
+#include <string_view>
+
+namespace kx3console {
+
+/// Answers that a message box offers, and the one that harms nothing.
+class Question {
+  public:
+    /// `style` as in kx3_ui: 0 or 64 OK, 33 OK and Cancel, 50 Abort, Retry and Ignore.
+    Question(std::string_view title, std::string_view prompt, std::int32_t style);
+
+    [[nodiscard]] std::int32_t safeAnswer() const;
+    /// Whether there is something to decide.
+    [[nodiscard]] bool hasChoice() const;
+    /// Show the box. With `mayAsk` read the answer from standard input, otherwise, and when there is
+    /// no answer, take the safe one. Gives a button, KX3_BUTTON_....
+    [[nodiscard]] std::int32_t ask(Display &display, bool mayAsk) const;
+
+  private:
+    struct Style;
+
+    std::string_view title_;
+    std::string_view prompt_;
+    const Style &style_;
+};
+
+} // namespace kx3console

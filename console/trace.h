@@ -1,0 +1,58 @@
+// A record of every call that crosses the plug-in's border, for bug reports.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <kx3mpu6.h>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace kx3console {
+
+/// Writes JSON lines that tell the protocol's story. Nothing in them depends on time, place or
+/// process, so that equal runs give equal traces. Yields, repeated status reports and comparisons are
+/// counted, not listed.
+class Trace {
+  public:
+    /// Fails with Exit::failed when the file cannot be written.
+    explicit Trace(const std::filesystem::path &path);
+    ~Trace();
+    Trace(const Trace &) = delete;
+    Trace &operator=(const Trace &) = delete;
+
+    using NamedValues = std::vector<std::pair<const char *, std::int64_t>>;
+
+    void operation(int operation, std::string_view device);
+    void yield() { ++yields_; }
+    /// A call of the session host other than the next two.
+    void sessionCall(const char *name, const NamedValues &arguments, std::optional<std::int64_t> result = std::nullopt);
+    void poll(bool arrived, std::span<const std::uint8_t> report);
+    void compare(const char *name, std::int32_t address, bool stops);
+    void io(const kx3_io_call &call);
+    void messageBox(std::string_view title, std::string_view prompt, std::int32_t style, std::int32_t button);
+    /// The plug-in's call has returned.
+    void ended(std::string_view result);
+
+  private:
+    struct Pending;
+
+    void flush();
+    void write(const std::string &line);
+
+    struct Close {
+        void operator()(std::FILE *file) const noexcept { std::fclose(file); }
+    };
+
+    std::string name_;
+    std::unique_ptr<std::FILE, Close> file_;
+    std::unique_ptr<Pending> pending_;
+    std::uint64_t yields_ = 0;
+};
+
+} // namespace kx3console
