@@ -55,8 +55,10 @@ configure_and_build() { # PRESET [configure option...]
     cmake --preset "$@" && cmake --build --preset "$1" -j "$(jobs)" -- -k 0
 }
 
-# Value of an attribute of a JUnit file's testsuite element.
-junit_count() { sed -n '1,/<testsuite/s/.*[[:space:]]'"$2"'="\([0-9]*\)".*/\1/p;/<testcase/q' "$1" | head -n 1; }
+# Value of an attribute of a JUnit file's testsuite element, which ctest writes one to a line.
+junit_count() { # JUNIT ATTRIBUTE
+    sed -n '/<testcase/q;s/^[[:space:]]*'"$2"'="\([0-9]\{1,\}\)".*/\1/p' "$1"
+}
 
 # Count the tests of a ctest run by its JUnit file. A run that went wrong without a failed test, or
 # that found no test at all, is a failure, too.
@@ -97,8 +99,15 @@ build_and_test() { # PRESET
     run_ctest "$1"
 }
 
+# Names the files that clang-format would change, and the command that repairs them.
 check_format() {
-    source_files '*.h' '*.cpp' | xargs -d '\n' clang-format --dry-run -Werror
+    local file bad=()
+    while IFS= read -r file; do
+        clang-format "$file" | cmp -s - "$file" || bad+=("$file")
+    done < <(source_files '*.h' '*.cpp')
+    [ "${#bad[@]}" -gt 0 ] || return 0
+    printf 'clang-format -i %s\n' "${bad[*]}"
+    return 1
 }
 
 check_shell() {
