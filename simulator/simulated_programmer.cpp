@@ -144,6 +144,7 @@ Integer SimulatedProgrammer::reject(std::string why) {
 }
 
 Integer SimulatedProgrammer::execute(std::span<const Byte> packet) {
+    writeChannel_ = Channel::none; // an announcement holds until the next packet
     switch (static_cast<Command>(packet[packet::command])) {
     case Command::signature:
         return packet.size() == shortPacketBytes ? transferAccepted : reject("a signature packet of a wrong length");
@@ -177,7 +178,6 @@ Integer SimulatedProgrammer::executeData(std::span<const Byte> packet) {
 }
 
 Integer SimulatedProgrammer::announceData(std::span<const Byte> packet) {
-    writeChannel_ = Channel::none;
     stagedBytes_ = 0;
     if (packet.size() != writeAnnouncementBytes || packet[packet::chunk] != 0)
         return reject("a malformed write announcement");
@@ -233,7 +233,6 @@ Integer SimulatedProgrammer::startRun(std::span<const Byte> packet) {
     run_.reset();
     closeWindow();
     stopRequested_ = false;
-    writeChannel_ = Channel::none;
     if (!geometry_) return reject("a run before a device is prepared");
     if (algorithmLength_ == 0) return reject("a run without an algorithm image");
     const std::optional<Operation> operation = operationOf(packet[packet::service]);

@@ -66,7 +66,9 @@ class PlugIn {
     [[nodiscard]] std::string log() const { return kx3::toUtf8(kx3::readText(host.MainRtstr, 0)); }
     [[nodiscard]] Long imageBytes() { return host.tlength(0) * host.wordmode(0); }
 
+    // Both libraries are open before the current directory changes.
     kx3::platform::DynamicLibrary library{"kx6io"};
+    kx3::platform::DynamicLibrary textLibrary{"kx3io"};
     kx3::sharemap host;
     kx3::test::FakeUi *ui = nullptr;
     std::shared_ptr<SessionHost> sim;

@@ -37,7 +37,7 @@ TEST_P(Sessions, EraseProgramVerifyReadAuto) {
     EXPECT_EQ(plugIn.run(program), Signal::pass) << plugIn.log() << plugIn.sim->trouble();
     EXPECT_EQ(plugIn.chip(), image);
     EXPECT_EQ(plugIn.run(verify), Signal::pass) << plugIn.log();
-    EXPECT_EQ(plugIn.run(blankCheck), Signal::fail);
+    EXPECT_EQ(plugIn.run(blankCheck), Signal::fail) << kx3::toUtf8(plugIn.apartment.sessionFailure());
 
     plugIn.setBuffer(Bytes(image.size(), 0));
     EXPECT_EQ(plugIn.run(read), Signal::pass) << plugIn.log();
@@ -154,6 +154,10 @@ TEST_P(FaultSweep, NoFaultEndsInAFalsePass) {
                     if (operation == read) plugIn.setBuffer(Bytes(image.size(), 0));
                     plugIn.setFaults(fault);
                     const Signal signal = plugIn.run(operation);
+                    if (call == 1) {
+                        const bool harmless = fault.find("pending") != std::string::npos;
+                        ASSERT_EQ(signal == Signal::pass, harmless) << "the fault strikes";
+                    }
                     const bool corruptRead = operation == read && fault.ends_with("corrupt");
                     if (signal == Signal::pass && !corruptRead) {
                         ASSERT_EQ(plugIn.chip(), image);
