@@ -1,0 +1,226 @@
+// An ARM driver module with a scripted programmer, and algorithm files in a folder of its own.
+#pragma once
+
+#include "support/test_apartment.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <random>
+
+namespace kx3::test {
+
+using Bytes = std::vector<Byte>;
+/// Status reports of one command, in the order in which they are polled. Then none comes any more.
+using Reports = std::vector<Bytes>;
+
+inline std::string joined(const std::vector<std::string> &lines) {
+    std::string text;
+    for (const std::string &line : lines)
+        text += (text.empty() ? "" : "; ") + line;
+    return text;
+}
+
+/// The process's current directory while it lives.
+class TemporaryFolder {
+  public:
+    TemporaryFolder() {
+        std::filesystem::create_directories(path_);
+        std::filesystem::current_path(path_);
+    }
+    ~TemporaryFolder() {
+        std::filesystem::current_path(former_);
+        std::filesystem::remove_all(path_);
+    }
+    TemporaryFolder(const TemporaryFolder &) = delete;
+    TemporaryFolder &operator=(const TemporaryFolder &) = delete;
+
+  private:
+    std::filesystem::path former_ = std::filesystem::current_path();
+    std::filesystem::path path_ =
+        std::filesystem::temp_directory_path() / ("kx3mpu6-arm-" + std::to_string(std::random_device()()));
+};
+
+enum class Module { arm32f, arm };
+
+/// A host with a programmer that takes its status reports from a script and keeps what it receives.
+class ArmRig {
+  public:
+    explicit ArmRig(Module module = Module::arm32f, Long bufferLength = 0x1000) : is32f(module == Module::arm32f) {
+        t.attach(bufferLength);
+        t.host.modeltype(0) = is32f ? 80 : 40;
+        t.host.selmode(0) = 0x40;
+        t.host.figvol(1) = 1;
+        t.host.figmode(0) = 3;
+        t.host.wsign(1) = version;
+        t.host.wordmode(0) = 1;
+        t.host.ramlg(0) = 0x100;
+        t.host.tlength(0) = 0x100;
+        for (Long i = 0; i < 13; ++i)
+            storeText(t.host.prgnote, i, u"n" + decimal(i) + u" ");
+        for (Long i = 0; i < 20; ++i)
+            storeText(t.host.MainmnuPrg, i, u"op" + decimal(i) + u" ");
+        storeText(t.host.algorithm, 0, u" clock ");
+        storeText(t.host.algorithm, 1, u" family ");
+        storeText(t.host.algorithm, 2, u"  part");
+        writeFile(general(), {1, 2, 3, 4});
+        connect();
+    }
+
+    [[nodiscard]] std::string general() const { return is32f ? "algo4/family/part.alg" : "algo/family/part.bin"; }
+    [[nodiscard]] std::string clockSpecific() const { return is32f ? "algo4/clk/clock.alg" : "algo/clk/clock.bin"; }
+    static void writeFile(const std::filesystem::path &path, const Bytes &bytes) {
+        std::filesystem::create_directories(path.parent_path());
+        std::ofstream file(path, std::ios::binary);
+        for (const Byte byte : bytes)
+            file.put(static_cast<char>(byte));
+    }
+
+    /// Run `operation` and give the log that it leaves.
+    std::string run(Byte operation) {
+        t.host.prgresult(1) = operation;
+        storeText(t.host.MainRtstr, 0, {});
+        traffic.clear();
+        progress.clear();
+        Boolean usbenable;
+        t.mpu.runMpu6Prg(usbenable);
+        return log();
+    }
+    [[nodiscard]] std::string log() const { return toUtf8(readText(t.host.MainRtstr, 0)); }
+    [[nodiscard]] Byte result() const { return t.host.prgresult(0); }
+    [[nodiscard]] std::string failure() const { return toUtf8(t.apartment.sessionFailure()); }
+    /// What went on after the version query.
+    [[nodiscard]] std::string operationTraffic() const {
+        const auto query = std::find(traffic.begin(), traffic.end(), "34 1A 00 10 00/16");
+        return query == traffic.end() ? "" : joined({query + 1, traffic.end()});
+    }
+
+    bool is32f;
+    TemporaryFolder folder;
+    TestApartment t;
+    /// Calls to the programmer and to the session host (without polls), in order.
+    std::vector<std::string> traffic;
+    std::vector<Bytes> packets; ///< all bytes of each packet
+    /// Different values that the host saw in `prgmode`(1), in its message loop and its calls.
+    std::vector<int> progress;
+
+    // The script.
+    std::deque<Reports> runs;    ///< one for each run command; without one it finishes at once
+    std::deque<Reports> chipIds; ///< one for each reading of the chip's identity
+    Byte version = 7;
+    int stopAtReport = 0;                    ///< the host asks for a stop with this report of a run
+    std::map<std::string, Integer> statuses; ///< results of calls other than 0
+    std::deque<Byte> readStates;             ///< of the bulk reads to come; without one: 2
+    bool spoilsReadBack = false;
+    std::string failingCall; ///< this call of the session host or the programmer fails
+
+  private:
+    void connect() {
+        t.sessionHost->onCall = [this](const std::string &call) {
+            if (!call.starts_with("PollStatus")) (void)note(call);
+        };
+        t.sessionHost->onPoll = [this] { return poll(); };
+        t.ui->onYield = [this] { yield(); };
+        t.io.onComWrite = [this](Byte *packet, Long count) { return command(Bytes(packet, packet + count)); };
+        t.io.onBulkWrite = [this](Byte *data, Long count) { return take(data, count); };
+        t.io.onBulkRead = [this](Byte *data, Long count, Byte *state) { give(data, count, state); };
+    }
+
+    Integer note(const std::string &entry) {
+        traffic.push_back(entry);
+        look();
+        if (entry == failingCall) raise(ErrorNumber::deviceIo, u"Cable unplugged");
+        const auto found = statuses.find(entry);
+        return found == statuses.end() ? Integer{0} : found->second;
+    }
+
+    void yield() {
+        if (state_ != nullptr) {
+            *state_ = readStates.empty() ? Byte{2} : readStates.front();
+            if (!readStates.empty()) readStates.pop_front();
+            state_ = nullptr;
+        }
+        look();
+    }
+    void look() {
+        const int seen = t.host.prgmode(1);
+        if (progress.empty() || progress.back() != seen) progress.push_back(seen);
+    }
+
+    bool poll() {
+        if (pending_.empty()) return false;
+        for (std::size_t i = 0; i < 13; ++i)
+            t.host.ibuf1(static_cast<Long>(i)) = i < pending_.front().size() ? pending_.front()[i] : Byte{0};
+        pending_.pop_front();
+        if (++reportsOfRun_ == stopAtReport) t.host.prgresult(0) = 2;
+        return true;
+    }
+
+    static std::size_t headLength(const Bytes &packet) {
+        switch (packet[0]) {
+        case 0x5A: return 2;
+        case 0x33: return 3;
+        case 0x0A: return 4;
+        default: return packet.size() == 8 ? 2 : 5;
+        }
+    }
+
+    Integer command(const Bytes &packet) {
+        packets.push_back(packet);
+        std::string entry;
+        for (std::size_t i = 0; i < headLength(packet); ++i)
+            entry += toUtf8(t.io.datstr(packet[i], 2)) + ' ';
+        entry.back() = '/';
+        const Integer status = note(entry + std::to_string(packet.size()));
+        algorithmNext_ = packet[0] == 0x33;
+        if (packet[0] == 0x34 && packet.size() == 16) start(packet[1]);
+        return status;
+    }
+
+    void start(Byte code) {
+        Reports reports;
+        if (code == 0x1A)
+            reports = {{100, 0, version}};
+        else
+            reports = next(code == 0x1D ? chipIds : runs);
+        pending_.assign(reports.begin(), reports.end());
+        reportsOfRun_ = code == 0x1A ? -1000 : 0;
+    }
+    static Reports next(std::deque<Reports> &script) {
+        if (script.empty()) return {{100}};
+        Reports reports = script.front();
+        script.pop_front();
+        return reports;
+    }
+
+    std::string place(const Byte *data) {
+        const sharemap &blocks = t.apartment.blocks();
+        if (data == &blocks.ibuf2(0)) return "ibuf2";
+        const auto offset = data - &blocks.ibuffer(0);
+        return "ibuffer+" + std::to_string(offset);
+    }
+
+    Integer take(const Byte *data, Long count) {
+        if (!algorithmNext_) return note(place(data) + " -> " + std::to_string(count));
+        algorithm_.assign(data, data + count);
+        return note("algorithm -> " + std::to_string(count));
+    }
+
+    void give(Byte *data, Long count, Byte *state) {
+        (void)note((algorithmNext_ ? "algorithm" : place(data)) + " <- " + std::to_string(count));
+        for (Long i = 0; i < count; ++i)
+            data[i] = static_cast<Byte>(i + 1);
+        if (algorithmNext_) std::copy(algorithm_.begin(), algorithm_.end(), data);
+        if (algorithmNext_ && spoilsReadBack) ++data[count - 2];
+        state_ = state;
+    }
+
+    Bytes algorithm_;
+    bool algorithmNext_ = false;
+    Byte *state_ = nullptr;
+    std::deque<Bytes> pending_;
+    int reportsOfRun_ = 0;
+};
+
+} // namespace kx3::test
