@@ -22,18 +22,18 @@ enum class StopRequest : Byte {
 
 /// Constants of one twin module.
 struct ArmProfile {
-    std::size_t twin;                         ///< index of the module, 0 or 1
-    std::u16string_view algorithmFolder;      ///< below the current directory
-    std::u16string_view algorithmExtension;   ///< of the algorithm files
+    std::size_t twin;                       ///< index of the module, 0 or 1
+    std::u16string_view algorithmFolder;    ///< below the current directory
+    std::u16string_view algorithmExtension; ///< of the algorithm files
     Long (SessionHost::*prepareDevice)(Byte, Byte);
-    Long readChunk;                           ///< bytes of one bulk read
-    Long smallBlockProgramChunk;              ///< bytes of one bulk write
-    Long largeBlockProgramChunk;              ///< the same for blocks of at least 10000 hex addresses
+    Long readChunk;              ///< bytes of one bulk read
+    Long smallBlockProgramChunk; ///< bytes of one bulk write
+    Long largeBlockProgramChunk; ///< the same for blocks of at least 10000 hex addresses
     ReadRequest readRequest;
     StopRequest stopRequest;
-    bool announcesBank;                       ///< write announcements carry the bank instead of 2
-    bool testsStopEvent;                      ///< event 1E ends a read or program run with code 2
-    bool roundsProgramEnd;                    ///< ProgramBlocks ends at a multiple of 256 on large devices
+    bool announcesBank;    ///< write announcements carry the bank instead of 2
+    bool testsStopEvent;   ///< event 1E ends a read or program run with code 2
+    bool roundsProgramEnd; ///< ProgramBlocks ends at a multiple of 256 on large devices
 };
 
 /// Chunk size in bytes of a bulk write for blocks of `blockSize` addresses.

@@ -20,10 +20,8 @@ struct PlainStage {
     TextId name;
 };
 constexpr std::array plainStages{
-    PlainStage{Stage::erase, textErase},
-    PlainStage{Stage::blankCheck, textBlankCheck},
-    PlainStage{Stage::program, textProgram},
-    PlainStage{Stage::configuration, textProgConfig},
+    PlainStage{Stage::erase, textErase},       PlainStage{Stage::blankCheck, textBlankCheck},
+    PlainStage{Stage::program, textProgram},   PlainStage{Stage::configuration, textProgConfig},
     PlainStage{Stage::protection, textSecure},
 };
 

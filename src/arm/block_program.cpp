@@ -5,8 +5,8 @@ namespace kx3 {
 
 Outcome ProgramBlocks(ArmDriver &driver) {
     constexpr Long wholeRun = 100;
-    const BlockGeometry geometry = programGeometry(
-        driver, driver.profile.roundsProgramEnd ? EndRounding::largeDevices : EndRounding::never);
+    const BlockGeometry geometry =
+        programGeometry(driver, driver.profile.roundsProgramEnd ? EndRounding::largeDevices : EndRounding::never);
     for (Long block = 0;; ++block) {
         const Sent sent = sendBlock(driver, geometry, block, Tail::dataOnly);
         if (sent == Sent::announcementFailed) return Outcome::fatal;

@@ -98,8 +98,8 @@ void BlockReader::startBulkRead(const Chunk &chunk) {
     state = 0;
     const bool isShort = mode_ == 2 || mode_ == 5;
     const Long count = isShort ? shortRead : chunk.count;
-    const std::span<Byte> destination = mode_ == intoDeviceBuffer ? blocks.ibuffer.range(chunk.offset, chunk.count)
-                                                                  : blocks.ibuf2.range(0, count);
+    const std::span<Byte> destination =
+        mode_ == intoDeviceBuffer ? blocks.ibuffer.range(chunk.offset, chunk.count) : blocks.ibuf2.range(0, count);
     driver_.context.io.usbbulkread(destination.data(), count, &state);
 }
 

@@ -11,8 +11,9 @@ enum class Answer : Byte { goOn, aborted, retry };
 
 std::u16string identityText(const ArmDriver &driver) {
     const sharemap &blocks = driver.blocks();
-    return join(readText(blocks.prgnote, 9), driver.link.makerText(), u"   ", readText(blocks.prgnote, 10),
-                driver.link.deviceCodeText());
+    const std::u16string maker = driver.link.makerText();
+    const std::u16string code = driver.link.deviceCodeText();
+    return join(readText(blocks.prgnote, 9), maker, u"   ", readText(blocks.prgnote, 10), code);
 }
 
 Answer askUser(const ArmDriver &driver, const std::u16string &prompt) {
@@ -28,8 +29,7 @@ Answer askUser(const ArmDriver &driver, const std::u16string &prompt) {
 Answer judge(const ArmDriver &driver) {
     const sharemap &blocks = driver.blocks();
     const std::u16string identity = identityText(driver);
-    const bool matches =
-        blocks.typeid_(0) == driver.link.deviceCode() && blocks.compid(0) == driver.link.makerCode();
+    const bool matches = blocks.typeid_(0) == driver.link.deviceCode() && blocks.compid(0) == driver.link.makerCode();
     if (!matches) return askUser(driver, identity);
     driver.context.logLine(u">>", identity);
     return Answer::goOn;
@@ -54,7 +54,8 @@ IdCheck ReadChipId(ArmDriver &driver) {
     const sharemap &blocks = driver.blocks();
     const bool expectsNothing = blocks.typeid_(0) == 0 && blocks.compid(0) == 0;
     Answer answer = expectsNothing ? Answer::goOn : readOnce(driver);
-    while (answer == Answer::retry) answer = readOnce(driver);
+    while (answer == Answer::retry)
+        answer = readOnce(driver);
     driver.context.sessionHost->Delay(settleMilliseconds);
     return answer == Answer::aborted ? IdCheck::aborted : IdCheck::goOn;
 }

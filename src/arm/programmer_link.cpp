@@ -105,7 +105,8 @@ bool ProgrammerLink::poll() {
 }
 
 void ProgrammerLink::clearReport(Long count) {
-    for (Long i = 0; i < count; ++i) context_.blocks.ibuf1(i) = 0;
+    for (Long i = 0; i < count; ++i)
+        context_.blocks.ibuf1(i) = 0;
 }
 
 Byte ProgrammerLink::takeConfigurationByte(Long index) {
@@ -120,39 +121,48 @@ std::u16string ProgrammerLink::digits(Byte value) const { return context_.io.dat
 std::u16string ProgrammerLink::deviceCodeText() const {
     const Long last = report(deviceCodeCountInReport);
     std::u16string text;
-    for (Long i = 0; i <= last; ++i) text += digits(report(deviceCodeInReport + i));
+    for (Long i = 0; i <= last; ++i)
+        text += digits(report(deviceCodeInReport + i));
     return text;
 }
 
 std::u16string ProgrammerLink::addressDigits() const {
     std::u16string text;
-    for (Long i = 3; i >= 0; --i) text += digits(report(addressInReport + i));
+    for (Long i = 3; i >= 0; --i)
+        text += digits(report(addressInReport + i));
     return text;
 }
 
 std::u16string ProgrammerLink::dataDigits(Long lowByte) const {
-    const std::u16string low = digits(report(lowByte));
-    return byteWide() ? low : join(digits(report(lowByte + 1)), low);
+    const std::u16string high = byteWide() ? std::u16string() : digits(report(lowByte + 1));
+    return join(high, digits(report(lowByte)));
 }
+
+// Each library call has a statement of its own: the order of a function's arguments is the compiler's,
+// that of the outside calls is not.
 
 std::u16string ProgrammerLink::compareErrorLine() const {
-    return join(context_.text(textDeviceAddress), addressDigits(), context_.text(textDeviceData),
-                dataDigits(deviceDataInReport), u"H");
+    const std::u16string address = addressDigits();
+    const std::u16string deviceData = dataDigits(deviceDataInReport);
+    return join(context_.text(textDeviceAddress), address, context_.text(textDeviceData), deviceData, u"H");
 }
 
-std::u16string ProgrammerLink::bufferAddress() const {
-    if (byteWide()) return addressDigits();
+std::u16string ProgrammerLink::wordBufferAddress() const {
     std::uint32_t address = 0;
-    for (Long i = 3; i >= 0; --i) address = address << 8 | report(addressInReport + i);
+    for (Long i = 3; i >= 0; --i)
+        address = address << 8 | report(addressInReport + i);
     std::u16string text = hex((Checked(static_cast<Long>(address)) * 2).value());
     text.resize(std::max(text.size(), bufferAddressWidth), u' ');
     return text;
 }
 
 std::u16string ProgrammerLink::programErrorLine() const {
-    return join(context_.text(textDeviceAddress), addressDigits(), context_.text(textDeviceData),
-                dataDigits(deviceDataInReport), context_.text(textBufferAddress), bufferAddress(),
-                context_.text(textBufferData), dataDigits(bufferDataInReport), u"H");
+    const std::u16string address = addressDigits();
+    const std::u16string deviceData = dataDigits(deviceDataInReport);
+    const std::u16string inBuffer = byteWide() ? address : wordBufferAddress();
+    const std::u16string bufferData = dataDigits(bufferDataInReport);
+    return join(context_.text(textDeviceAddress), address, context_.text(textDeviceData), deviceData,
+                context_.text(textBufferAddress), inBuffer, context_.text(textBufferData), bufferData, u"H");
 }
 
 } // namespace kx3

@@ -25,9 +25,9 @@ enum class Stage : Byte {
 
 /// What a run command starts.
 struct RunCommand {
-    Byte code;             ///< as the programmer numbers operations
-    Long block = 0;        ///< index of the block
-    bool lastBlock = false;///< marks the bank byte
+    Byte code;              ///< as the programmer numbers operations
+    Long block = 0;         ///< index of the block
+    bool lastBlock = false; ///< marks the bank byte
 };
 
 /// Builds the packets in block `ubuf1`, sends them, and reads the latest report in `ibuf1`. A packet
@@ -93,7 +93,8 @@ class ProgrammerLink {
     [[nodiscard]] std::u16string digits(Byte value) const;
     [[nodiscard]] std::u16string addressDigits() const;
     [[nodiscard]] std::u16string dataDigits(Long lowByte) const;
-    [[nodiscard]] std::u16string bufferAddress() const;
+    /// Twice the reported address, without leading zeros, padded with blanks.
+    [[nodiscard]] std::u16string wordBufferAddress() const;
 
     Context &context_;
     const ArmProfile &profile_;

@@ -143,7 +143,8 @@ VerifyRanges VerifyRanges::of(const VerifyParameters &device) {
         return candidate.firstFamily <= device.family && device.family <= candidate.lastFamily;
     });
     if (row != familyRows.end()) {
-        for (const HalfOpen &fixed : row->fixed) ranges.add(fixed.first, fixed.end);
+        for (const HalfOpen &fixed : row->fixed)
+            ranges.add(fixed.first, fixed.end);
         const HalfOpen selected = selectedRange(*row, device);
         ranges.add(selected.first, selected.end);
     } else if (device.family == familyWithPages) {
