@@ -13,15 +13,16 @@ using namespace kx3;
 using native::guarded;
 using native::required;
 
-/// A block that the host holds open.
+/// A block that the host holds open. Its memory is had before the block is opened, so that an opened
+/// block is never lost.
 struct kx3_block {
-    platform::MappingHandle mapping;
-    void *view;
+    platform::MappingHandle mapping = 0;
+    void *view = nullptr;
 
-    explicit kx3_block(platform::MappingHandle handle) noexcept : mapping(handle), view(platform::mapView(handle)) {}
+    kx3_block() = default;
     ~kx3_block() {
         platform::unmapView(mapping, view);
-        platform::closeMapping(mapping);
+        if (mapping != 0) platform::closeMapping(mapping);
     }
     kx3_block(const kx3_block &) = delete;
     kx3_block &operator=(const kx3_block &) = delete;
@@ -37,9 +38,9 @@ const BlockRow &rowAt(std::int32_t index) {
     return index == tableSize ? deviceBufferRow : deviceBuffer66Row;
 }
 
-void handOut(platform::MappingHandle mapping, ErrorNumber ifNone, const char *name, kx3_block *&out) {
-    if (mapping == 0) raise(ifNone, join(standardDescription(ifNone), u": shared block ", fromUtf8(name)));
-    auto block = std::make_unique<kx3_block>(mapping);
+void handOut(std::unique_ptr<kx3_block> block, ErrorNumber ifNone, const char *name, kx3_block *&out) {
+    if (block->mapping == 0) raise(ifNone, join(standardDescription(ifNone), u": shared block ", fromUtf8(name)));
+    block->view = platform::mapView(block->mapping);
     if (block->view == nullptr)
         raise(ErrorNumber::outOfMemory, join(u"Out of memory: shared block ", fromUtf8(name), u" cannot be mapped"));
     out = block.release();
@@ -90,8 +91,10 @@ kx3_status kx3_block_create(const char *name, int32_t bytes, kx3_block **block) 
         kx3_block *&out = required(block, u"block");
         out = nullptr;
         (void)required(name, u"name");
-        const platform::MappingHandle mapping = platform::createMappingExclusively(name, bytes);
-        handOut(mapping, mapping == 0 ? reasonNotCreated(name) : ErrorNumber::outOfMemory, name, out);
+        auto made = std::make_unique<kx3_block>();
+        made->mapping = platform::createMappingExclusively(name, bytes);
+        const ErrorNumber reason = made->mapping == 0 ? reasonNotCreated(name) : ErrorNumber::outOfMemory;
+        handOut(std::move(made), reason, name, out);
     });
 }
 
@@ -99,7 +102,9 @@ kx3_status kx3_block_open(const char *name, kx3_block **block) {
     return guarded([&] {
         kx3_block *&out = required(block, u"block");
         out = nullptr;
-        handOut(platform::openMapping(&required(name, u"name")), ErrorNumber::fileNotFound, name, out);
+        auto opened = std::make_unique<kx3_block>();
+        opened->mapping = platform::openMapping(&required(name, u"name"));
+        handOut(std::move(opened), ErrorNumber::fileNotFound, name, out);
     });
 }
 

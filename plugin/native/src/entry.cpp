@@ -20,22 +20,26 @@ namespace {
 /// Objects of the calling thread, so that a stale or foreign handle is an error and not a fault.
 auto findObject(ThreadState &state, const kx3_mpu *mpu) {
     return std::find_if(state.objects.begin(), state.objects.end(),
-                        [mpu](const std::unique_ptr<kx3_mpu> &object) { return object.get() == mpu; });
+                        [mpu](const std::shared_ptr<kx3_mpu> &object) { return object.get() == mpu; });
 }
 
-clsMPU &objectOf(kx3_mpu *mpu) {
+/// The object lives until its call has ended, also when the host releases it from a callback.
+std::shared_ptr<clsMPU> objectOf(kx3_mpu *mpu) {
     ThreadState &state = threadState();
-    if (findObject(state, mpu) == state.objects.end())
+    const auto found = findObject(state, mpu);
+    if (found == state.objects.end())
         raise(ErrorNumber::objectNotSet, u"No entry object of this thread: released, or made on another thread");
-    return mpu->object;
+    return {*found, &mpu->object};
 }
 
 /// Copy a structure of callbacks; members that an older host does not know become NULL.
 template <class T> T copyOf(const T &given) {
     if (given.struct_size < offsetof(T, context) + sizeof(void *))
         raise(ErrorNumber::invalidCall, u"struct_size is not set");
+    // All members are as wide as a pointer: a size inside one leaves that one out, too.
+    const std::size_t wholeMembers = given.struct_size / sizeof(void *) * sizeof(void *);
     T copy{};
-    std::memcpy(&copy, &given, std::min(given.struct_size, sizeof(T)));
+    std::memcpy(&copy, &given, std::min(wholeMembers, sizeof(T)));
     return copy;
 }
 
@@ -47,16 +51,24 @@ uint32_t kx3_abi_version(void) { return KX3_ABI_VERSION; }
 
 const char *kx3_version(void) { return KX3_PRODUCT_VERSION; }
 
-const char *kx3_last_error(void) { return threadState().lastError.c_str(); }
+const char *kx3_last_error(void) {
+    const char *text = "";
+    (void)guarded([&] { text = threadState().lastError.c_str(); });
+    return text;
+}
 
 void kx3_fail_with(const char *description) {
     (void)guarded([&] { threadState().callbacks.failure = description == nullptr ? "" : description; });
 }
 
 const char *kx3_session_failure(void) {
-    ThreadState &state = threadState();
-    (void)guarded([&] { state.sessionFailure = toUtf8(state.apartment.sessionFailure()); });
-    return state.sessionFailure.c_str();
+    const char *text = "";
+    (void)guarded([&] {
+        ThreadState &state = threadState();
+        state.sessionFailure = toUtf8(state.apartment.sessionFailure());
+        text = state.sessionFailure.c_str();
+    });
+    return text;
 }
 
 kx3_status kx3_set_ui(const kx3_ui *ui) {
@@ -83,7 +95,7 @@ kx3_status kx3_mpu_create(kx3_mpu **mpu) {
         kx3_mpu *&out = required(mpu, u"mpu");
         out = nullptr;
         ThreadState &state = threadState();
-        state.objects.push_back(std::make_unique<kx3_mpu>(state.apartment));
+        state.objects.push_back(std::make_shared<kx3_mpu>(state.apartment));
         out = state.objects.back().get();
     });
 }
@@ -93,53 +105,53 @@ void kx3_mpu_release(kx3_mpu *mpu) {
     (void)guarded([&] {
         (void)objectOf(mpu);
         ThreadState &state = threadState();
-        const std::unique_ptr<kx3_mpu> object = std::move(*findObject(state, mpu));
+        const std::shared_ptr<kx3_mpu> object = std::move(*findObject(state, mpu));
         std::erase(state.objects, nullptr);
     });
 }
 
 kx3_status kx3_mpu_get_buflg(kx3_mpu *mpu, int32_t *value) {
-    return guarded([&] { required(value, u"value") = objectOf(mpu).buflg; });
+    return guarded([&] { required(value, u"value") = objectOf(mpu)->buflg; });
 }
 
 kx3_status kx3_mpu_put_buflg(kx3_mpu *mpu, int32_t value) {
-    return guarded([&] { objectOf(mpu).buflg = value; });
+    return guarded([&] { objectOf(mpu)->buflg = value; });
 }
 
 kx3_status kx3_mpu_get_exitpower(kx3_mpu *mpu, int16_t *value) {
-    return guarded([&] { required(value, u"value") = objectOf(mpu).exitpower.bits; });
+    return guarded([&] { required(value, u"value") = objectOf(mpu)->exitpower.bits; });
 }
 
 kx3_status kx3_mpu_put_exitpower(kx3_mpu *mpu, int16_t value) {
-    return guarded([&] { objectOf(mpu).exitpower.bits = value; });
+    return guarded([&] { objectOf(mpu)->exitpower.bits = value; });
 }
 
 kx3_status kx3_mpu_runMpu6Prg(kx3_mpu *mpu, int16_t *usbenable) {
     return guarded([&] {
         (void)required(usbenable, u"usbenable");
         Boolean unused;
-        objectOf(mpu).runMpu6Prg(unused);
+        objectOf(mpu)->runMpu6Prg(unused);
     });
 }
 
 kx3_status kx3_mpu_mpu6warn(kx3_mpu *mpu, uint8_t *no) {
-    return guarded([&] { objectOf(mpu).mpu6warn(required(no, u"no")); });
+    return guarded([&] { objectOf(mpu)->mpu6warn(required(no, u"no")); });
 }
 
 kx3_status kx3_mpu_editfigmpu6(kx3_mpu *mpu) {
-    return guarded([&] { objectOf(mpu).editfigmpu6(); });
+    return guarded([&] { objectOf(mpu)->editfigmpu6(); });
 }
 
 kx3_status kx3_mpu_bufcommpu6(kx3_mpu *mpu, int16_t *num) {
-    return guarded([&] { objectOf(mpu).bufcommpu6(required(num, u"num")); });
+    return guarded([&] { objectOf(mpu)->bufcommpu6(required(num, u"num")); });
 }
 
 kx3_status kx3_mpu_freesharebuffermpu6(kx3_mpu *mpu) {
-    return guarded([&] { objectOf(mpu).freesharebuffermpu6(); });
+    return guarded([&] { objectOf(mpu)->freesharebuffermpu6(); });
 }
 
 kx3_status kx3_mpu_sinitmpu6(kx3_mpu *mpu) {
-    return guarded([&] { objectOf(mpu).sinitmpu6(); });
+    return guarded([&] { objectOf(mpu)->sinitmpu6(); });
 }
 
 } // extern "C"

@@ -44,7 +44,7 @@ struct ThreadState {
 
     Callbacks callbacks;
     Apartment apartment;
-    std::vector<std::unique_ptr<kx3_mpu>> objects; ///< end before the apartment
+    std::vector<std::shared_ptr<kx3_mpu>> objects; ///< end before the apartment
     std::string lastError;
     std::string sessionFailure;
 };
