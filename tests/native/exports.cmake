@@ -1,0 +1,16 @@
+# Fails unless LIBRARY exports the C interface and nothing else.
+cmake_minimum_required(VERSION 3.22)
+execute_process(COMMAND ${NM} -D --defined-only --format=posix ${LIBRARY} OUTPUT_VARIABLE listing
+  COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCHALL "[^\n]+" lines "${listing}")
+set(exported "")
+foreach(line IN LISTS lines)
+  string(REGEX MATCH "^[^ @]+" symbol "${line}")
+  if(NOT symbol MATCHES "^(kx3_[a-zA-Z0-9_]+|KX3MPU6_1)$")
+    message(SEND_ERROR "exported by mistake: ${symbol}")
+  endif()
+  list(APPEND exported ${symbol})
+endforeach()
+if(NOT "kx3_mpu_runMpu6Prg" IN_LIST exported)
+  message(SEND_ERROR "kx3_mpu_runMpu6Prg is not exported")
+endif()
