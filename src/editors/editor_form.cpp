@@ -11,10 +11,6 @@ namespace {
 
 // The language whose literal wording is Chinese.
 constexpr Long chineseLanguage = 3000;
-// Fields of 3 bits with Coding::wholeSize, for an image of one protected size.
-constexpr Byte nothingLocked = 7;
-constexpr Byte allLockedOld = 6;
-constexpr Byte allLocked = 0;
 
 constexpr ControlKind controlKind(FieldKind kind) {
     switch (kind) {
@@ -24,29 +20,6 @@ constexpr ControlKind controlKind(FieldKind kind) {
     case FieldKind::hexWord: break;
     }
     return ControlKind::textBox;
-}
-
-/// List index or check state that shows `bits`; -1 shows none.
-Long indexOf(const Field &field, Byte bits) {
-    switch (field.coding) {
-    case Coding::plain: break;
-    case Coding::inverted: return ((1 << field.width) - 1) ^ bits;
-    case Coding::indexOrFirst: return bits < field.items->size() ? bits : 0;
-    case Coding::wholeSize: return bits == nothingLocked ? 0 : bits == allLockedOld || bits == allLocked ? 1 : -1;
-    }
-    return bits;
-}
-
-/// The reverse of `indexOf`; no selection stands for item 0.
-Byte bitsAt(const Field &field, Long index) {
-    if (index < 0) index = 0;
-    switch (field.coding) {
-    case Coding::plain:
-    case Coding::indexOrFirst: break;
-    case Coding::inverted: return static_cast<Byte>(((1 << field.width) - 1) ^ index);
-    case Coding::wholeSize: return index == 0 ? nothingLocked : allLocked;
-    }
-    return static_cast<Byte>(index);
 }
 
 /// A caption as the name of its field, without blanks and colon.
@@ -124,9 +97,9 @@ void EditorForm::showField(const Field &field, Control &control) {
     if (field.byteCount == 0) return;
     switch (field.kind) {
     case FieldKind::list:
-        if (!field.items->empty()) control.setListIndex(indexOf(field, bitsOf(field)));
+        if (!field.items->empty()) control.setListIndex(field.indexOf(bitsOf(field)));
         break;
-    case FieldKind::check: control.setChecked(indexOf(field, bitsOf(field)) != 0); break;
+    case FieldKind::check: control.setChecked(field.indexOf(bitsOf(field)) != 0); break;
     case FieldKind::hexNumber: control.setText(hex(static_cast<Long>(numberOf(field)))); break;
     case FieldKind::hexWord: control.setText(hexWord(numberOf(field))); break;
     }
@@ -234,8 +207,8 @@ void EditorForm::composeField(const Field &field, const Control &control, std::v
         values[layout_.byteAt(field.offsets[0])] |= static_cast<Byte>(bits << field.bit);
     };
     switch (field.kind) {
-    case FieldKind::list: addBits(field.items->empty() ? bitsOf(field) : bitsAt(field, control.listIndex())); break;
-    case FieldKind::check: addBits(bitsAt(field, control.checked() ? 1 : 0)); break;
+    case FieldKind::list: addBits(field.items->empty() ? bitsOf(field) : field.bitsAt(control.listIndex())); break;
+    case FieldKind::check: addBits(field.bitsAt(control.checked() ? 1 : 0)); break;
     case FieldKind::hexNumber:
     case FieldKind::hexWord: {
         std::uint32_t rest = parseHex(control.text()).value_or(0);

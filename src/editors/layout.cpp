@@ -15,6 +15,11 @@ constinit const std::array<const EditorDescription *, editorCount> editorDescrip
 
 namespace {
 
+// Fields of 3 bits with Coding::wholeSize, for an image of one protected size.
+constexpr Byte nothingLocked = 7;
+constexpr Byte allLockedOld = 6;
+constexpr Byte allLocked = 0;
+
 /// Beginnings of captions of fields that can lock the user out.
 constexpr struct {
     std::u16string_view start;
@@ -175,6 +180,27 @@ void apply(const Change &change, EditorLayout &layout) {
 
 ItemList itemList(Texts texts) {
     return std::make_shared<ItemList::element_type>(ItemList::element_type(texts.begin(), texts.end()));
+}
+
+Long Field::indexOf(Byte bits) const {
+    switch (coding) {
+    case Coding::plain: break;
+    case Coding::inverted: return ((1 << width) - 1) ^ bits;
+    case Coding::indexOrFirst: return bits < items->size() ? bits : 0;
+    case Coding::wholeSize: return bits == nothingLocked ? 0 : bits == allLockedOld || bits == allLocked ? 1 : -1;
+    }
+    return bits;
+}
+
+Byte Field::bitsAt(Long index) const {
+    if (index < 0) index = 0;
+    switch (coding) {
+    case Coding::plain:
+    case Coding::indexOrFirst: break;
+    case Coding::inverted: return static_cast<Byte>(((1 << width) - 1) ^ index);
+    case Coding::wholeSize: return index == 0 ? nothingLocked : allLocked;
+    }
+    return static_cast<Byte>(index);
 }
 
 Field &EditorLayout::field(std::string_view control, Integer index) {

@@ -98,6 +98,10 @@ struct Field {
         return byteCount == 1 ? static_cast<Byte>(((1U << width) - 1U) << bit) : Byte{0xFF};
     }
     [[nodiscard]] std::span<const Long> bytes() const { return std::span(offsets).first(byteCount); }
+    /// List index, or check state (1 checked), that shows `bits` of the field; -1 shows none.
+    [[nodiscard]] Long indexOf(Byte bits) const;
+    /// The reverse: the bits that `index` stores. No selection stands for item 0.
+    [[nodiscard]] Byte bitsAt(Long index) const;
 };
 
 /// One configuration byte.
