@@ -36,6 +36,12 @@ std::string trimmed(std::string_view text) {
     return std::string(text.substr(first, text.find_last_not_of(' ') - first + 1));
 }
 
+/// In memory, where the shared blocks live, too, unless the user wants another place.
+fs::path temporaryPlace() {
+    const char *wanted = std::getenv("TMPDIR");
+    return wanted == nullptr || *wanted == '\0' ? fs::path("/dev/shm") : fs::path(wanted);
+}
+
 std::string problemOf(const fs::path &path) {
     std::error_code error;
     if (!fs::is_regular_file(path, error)) return "there is no such file";
@@ -74,10 +80,10 @@ AlgorithmDirectory::~AlgorithmDirectory() {
 }
 
 void AlgorithmDirectory::makeSample() {
-    std::string pattern = (fs::temp_directory_path() / "mpu6-XXXXXX").string();
+    const fs::path place = temporaryPlace();
+    std::string pattern = (place / "mpu6-XXXXXX").string();
     if (::mkdtemp(pattern.data()) == nullptr)
-        throw Failure(Exit::failed,
-                      fmt::format("no temporary directory can be made in {}", fs::temp_directory_path().string()),
+        throw Failure(Exit::failed, fmt::format("no temporary directory can be made in {}", place.string()),
                       "Set TMPDIR to a directory where you may write.");
     temporary_ = directory_ = pattern;
     std::error_code error;

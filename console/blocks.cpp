@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <sys/mman.h>
 
 namespace kx3console {
 
@@ -100,6 +101,11 @@ std::u16string SharedBlocks::text(std::string_view root, std::int32_t element) c
     std::u16string text(length, u'\0');
     if (kx3_string_read(handle, reinterpret_cast<std::uint16_t *>(text.data()), length, &length) != KX3_OK) return {};
     return text;
+}
+
+void SharedBlocks::releasePages(std::string_view root) const {
+    const kx3_block *block = find(root).memory.get();
+    ::madvise(kx3_block_data(block), kx3_block_size(block), MADV_DONTNEED);
 }
 
 std::int16_t freeInstance() {

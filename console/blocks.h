@@ -39,6 +39,10 @@ class SharedBlocks {
     void storeText(std::string_view root, std::int32_t element, std::u16string_view text);
     [[nodiscard]] std::u16string text(std::string_view root, std::int32_t element) const;
 
+    /// Give back the pages of this view of a block. Its contents stay; the plug-in's own view holds
+    /// them, too, and a large block would count twice.
+    void releasePages(std::string_view root) const;
+
   private:
     struct Close {
         void operator()(kx3_block *block) const noexcept { kx3_block_close(block); }

@@ -103,6 +103,7 @@ class DeviceRun {
             session.initialiseConfiguration();
             storeConfiguration(blocks_, profile_);
             load();
+            blocks_.releasePages("ibuffer");
             runOperations(session);
         }
         if (output && report_.outcome.code == Exit::done) save(*output, format);

@@ -2,18 +2,12 @@
 
 #include "failure.h"
 #include "read_file.h"
-#include "record_library.h"
+#include "record_file.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdarg>
-#include <cstdio>
 #include <cstring>
 #include <fmt/format.h>
-#include <srecord/quit.h>
-#include <srecord/record.h>
 #include <string>
-#include <vector>
 
 namespace kx3console {
 
@@ -76,44 +70,6 @@ class Placer {
     LoadResult result_;
 };
 
-/// Takes libsrecord's messages. An error leaves as a Failure; a second one, from a destructor that
-/// runs meanwhile, is let go.
-class Quitter final : public srecord::quit {
-  public:
-    Quitter(std::string name, std::string opened) : name_(std::move(name)), opened_(std::move(opened)) {}
-
-    void message_v(const char *format, std::va_list arguments) override {
-        std::array<char, 512> text{};
-        std::vsnprintf(text.data(), text.size(), format, arguments);
-        last_ = text.data();
-        if (last_.starts_with(opened_)) last_.erase(0, opened_.size());
-        if (last_.find("warning: ") != std::string::npos) warnings_.push_back(last_);
-    }
-
-    void exit(int /*status*/) override {
-        if (std::exchange(failed_, true)) return;
-        fail(last_);
-    }
-
-    /// Warnings are signs of damage. The first `expected` of them are none.
-    void requireNoWarnings(std::size_t expected) const {
-        if (warnings_.size() > expected) fail(warnings_.front());
-    }
-
-  private:
-    /// Messages begin with ": LINE: ".
-    [[noreturn]] void fail(const std::string &message) const {
-        throw Failure(Exit::badFile, fmt::format("{} {}{}", fileKind, name_, message),
-                      "The load file is damaged; get or build it anew.");
-    }
-
-    std::string name_;
-    std::string opened_;
-    std::string last_;
-    std::vector<std::string> warnings_;
-    bool failed_ = false;
-};
-
 std::string peek(const InputFile &file, std::uint64_t offset) {
     std::string text(static_cast<std::size_t>(std::min<std::uint64_t>(peekBytes, file.size() - offset)), '\0');
     file.readAt(offset, {reinterpret_cast<std::uint8_t *>(text.data()), text.size()});
@@ -163,24 +119,28 @@ FileEnd requireEnd(FileFormat format, const InputFile &file) {
     return end;
 }
 
-void loadRecords(FileFormat format, const InputFile &file, Placer &placer) {
+/// `message` begins with ": LINE: ".
+[[noreturn]] void failDamaged(const InputFile &file, const std::string &message) {
+    throw Failure(Exit::badFile, fmt::format("{} {}{}", fileKind, file.name(), message),
+                  "The load file is damaged; get or build it anew.");
+}
+
+void visitRecords(FileFormat format, const InputFile &file, const RecordVisitor &visit) {
     const FileEnd end = requireEnd(format, file);
     // The open file itself, so that what was checked is what is read.
-    const std::string path = fmt::format("/dev/fd/{}", file.descriptor());
-    Quitter quitter(file.name(), path);
-    const auto reader = openRecords(format, path);
-    reader->set_quit(quitter);
-    srecord::record record;
-    while (reader->read(record)) {
-        if (record.get_type() != srecord::record::type_data || record.get_length() == 0) continue;
-        const std::uint64_t first = record.get_address();
-        const auto part = placer.place({first, first + record.get_length() - 1});
-        if (!part) continue;
-        const std::span<std::uint8_t> target = placer.target(*part);
-        std::memcpy(target.data(), record.get_data() + (part->first - first), target.size());
-    }
-    // The library misses the start address that a count record at the end leaves out.
-    quitter.requireNoWarnings(end == FileEnd::countRecord ? 1 : 0);
+    const RecordMessages messages = readRecords(format, fmt::format("/dev/fd/{}", file.descriptor()), visit);
+    if (!messages.error.empty()) failDamaged(file, messages.error);
+    // Warnings are signs of damage, but the library also misses the start address that a count record
+    // at the end leaves out.
+    if (messages.warnings > (end == FileEnd::countRecord ? 1 : 0)) failDamaged(file, messages.firstWarning);
+}
+
+void loadRecords(FileFormat format, const InputFile &file, Placer &placer) {
+    visitRecords(format, file, [&placer](const Record &record) {
+        if (record.kind != RecordKind::data || record.bytes.empty()) return;
+        const auto part = placer.place({record.address, record.address + record.bytes.size() - 1});
+        if (part) std::memcpy(placer.target(*part).data(), &record.bytes[part->first - record.address], part->size());
+    });
 }
 
 void loadRaw(const LoadRequest &request, const InputFile &file, Placer &placer) {
@@ -205,6 +165,10 @@ LoadResult loadFile(const LoadRequest &request, std::span<std::uint8_t> image) {
     else
         loadRecords(format, file, placer);
     return placer.finish(format);
+}
+
+void visitRecords(const std::filesystem::path &path, FileFormat format, const RecordVisitor &visit) {
+    visitRecords(format, InputFile(path, fileKind), visit);
 }
 
 } // namespace kx3console

@@ -3,6 +3,7 @@
 
 #include "address_ranges.h"
 #include "file_format.h"
+#include "record_file.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -30,5 +31,9 @@ struct LoadResult {
 /// they are. Fails with Exit::badFile for a file that is damaged, and with Exit::refused for data
 /// outside the device unless they are to be skipped.
 [[nodiscard]] LoadResult loadFile(const LoadRequest &request, std::span<std::uint8_t> image);
+
+/// Give every record of a text file to `visit`, in the order of the file. Fails with Exit::badFile for
+/// a file that is damaged, perhaps only after some records.
+void visitRecords(const std::filesystem::path &path, FileFormat format, const RecordVisitor &visit);
 
 } // namespace kx3console

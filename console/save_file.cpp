@@ -1,17 +1,15 @@
 #include "save_file.h"
 
 #include "failure.h"
-#include "record_library.h"
+#include "memory_file.h"
+#include "record_file.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <srecord/record.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -21,40 +19,12 @@ namespace {
 
 constexpr std::size_t bytesPerRecord = 32;
 
-/// A file that lies in memory alone. libsrecord ends the process when it cannot write, and here it
-/// always can.
-class MemoryFile {
-  public:
-    MemoryFile() : descriptor_(::memfd_create("mpu6", MFD_CLOEXEC)) {
-        if (descriptor_ < 0) throw Failure(Exit::failed, "no memory for the output file");
-    }
-    ~MemoryFile() { ::close(descriptor_); }
-    MemoryFile(const MemoryFile &) = delete;
-    MemoryFile &operator=(const MemoryFile &) = delete;
-
-    [[nodiscard]] std::string path() const { return fmt::format("/dev/fd/{}", descriptor_); }
-
-    void copyTo(OutputFile &file) const {
-        std::array<std::uint8_t, 65536> part{};
-        ::lseek(descriptor_, 0, SEEK_SET);
-        for (ssize_t got = 0; (got = ::read(descriptor_, part.data(), part.size())) > 0;)
-            file.write({part.data(), static_cast<std::size_t>(got)});
-    }
-
-  private:
-    int descriptor_;
-};
-
-void writeRecords(const std::string &path, FileFormat format, std::uint64_t base, std::span<const std::uint8_t> image) {
+void writeRecords(FileFormat format, const std::string &path, std::uint64_t base, std::span<const std::uint8_t> image) {
     const auto writer = createRecords(format, path);
-    writer->line_length_set(80);
-    for (std::size_t at = 0; at < image.size(); at += bytesPerRecord) {
-        const auto count = std::min(bytesPerRecord, image.size() - at);
-        writer->write(srecord::record(srecord::record::type_data, static_cast<srecord::record::address_t>(base + at),
-                                      image.data() + at, count));
-    }
-    const srecord::record start(srecord::record::type_execution_start_address, 0);
-    if (format == FileFormat::sRecord) writer->write_execution_start_address(&start);
+    for (std::size_t at = 0; at < image.size(); at += bytesPerRecord)
+        writer->write({RecordKind::data, base + at, image.subspan(at, std::min(bytesPerRecord, image.size() - at))});
+    // S-records end with a start address; without one their end could not be told from a cut.
+    if (format == FileFormat::sRecord) writer->write({RecordKind::startAddress, 0, {}});
 }
 
 mode_t permissionsFor(const std::filesystem::path &path) {
@@ -117,7 +87,7 @@ void saveFile(OutputFile &file, FileFormat format, std::uint64_t base, std::span
         file.write(image);
     } else {
         const MemoryFile records;
-        writeRecords(records.path(), format, base, image);
+        writeRecords(format, records.path(), base, image);
         records.copyTo(file);
     }
     file.commit();

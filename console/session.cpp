@@ -18,6 +18,9 @@ constexpr std::uint8_t resultStopped = 2;
 /// A bulk read whose state is above this has failed.
 constexpr std::uint8_t lastGoodReadState = 3;
 
+/// Yields after which the pages of the device buffer that comparisons have touched are given back.
+constexpr std::uint64_t releaseInterval = 16;
+
 std::u16string_view textOf(const std::uint16_t *units, std::size_t length) {
     return units == nullptr ? std::u16string_view()
                             : std::u16string_view(reinterpret_cast<const char16_t *>(units), length);
@@ -126,6 +129,7 @@ void Session::duringYield() {
         // A transfer's result may have overwritten an earlier request.
         result_[resultCode] = resultStopped;
     }
+    if (++yields_ % releaseInterval == 0) blocks_.releasePages("ibuffer");
     showLog();
     display_.progress(caption_, mode_[progressValue]);
 }

@@ -68,6 +68,7 @@ class Session {
     std::uint32_t shownHandle_ = 0;
     std::u16string shownText_;
 
+    std::uint64_t yields_ = 0;
     std::string caption_;
     RunResult current_;
     HostCalls calls_;

@@ -1,0 +1,130 @@
+// libmpu6records.so: files of records through libsrecord.
+
+#include "record_file.h"
+
+#include <array>
+#include <boost/shared_ptr.hpp>
+#include <cstdarg>
+#include <cstdio>
+#include <srecord/input/file/intel.h>
+#include <srecord/output/file/intel.h>
+#include <srecord/quit.h>
+#include <srecord/record.h>
+#include <utility>
+
+// The development package lacks the headers of these two classes. Nothing but their factories is
+// needed, which the library exports.
+namespace srecord {
+class input_file_motorola {
+  public:
+    static boost::shared_ptr<input_file> create(const std::string &path);
+};
+class output_file_motorola {
+  public:
+    static boost::shared_ptr<output> create(const std::string &path);
+};
+} // namespace srecord
+
+namespace kx3console {
+
+namespace {
+
+constexpr int lineLength = 80;
+
+struct KindRow {
+    RecordKind kind;
+    srecord::record::type_t type;
+};
+constexpr std::array kinds{
+    KindRow{RecordKind::header, srecord::record::type_header},
+    KindRow{RecordKind::data, srecord::record::type_data},
+    KindRow{RecordKind::startAddress, srecord::record::type_execution_start_address},
+};
+
+/// Leaves a reader that has met an error.
+struct ReadingEnds {};
+
+/// Takes the library's messages. An error ends the reading; a second one, from a destructor that
+/// runs meanwhile, is let go.
+class Quitter final : public srecord::quit {
+  public:
+    explicit Quitter(const std::string &path) : path_(path) {}
+
+    void message_v(const char *format, std::va_list arguments) override {
+        std::array<char, 512> text{};
+        std::vsnprintf(text.data(), text.size(), format, arguments);
+        last_ = text.data();
+        if (last_.starts_with(path_)) last_.erase(0, path_.size());
+        if (last_.find("warning: ") == std::string::npos) return;
+        if (messages_.warnings++ == 0) messages_.firstWarning = last_;
+    }
+
+    void exit(int /*status*/) override {
+        if (!messages_.error.empty()) return;
+        messages_.error = last_;
+        throw ReadingEnds();
+    }
+
+    [[nodiscard]] RecordMessages &messages() { return messages_; }
+
+  private:
+    const std::string &path_;
+    std::string last_ = ": unreadable";
+    RecordMessages messages_;
+};
+
+boost::shared_ptr<srecord::input_file> openReader(FileFormat format, const std::string &path) {
+    return format == FileFormat::sRecord ? srecord::input_file_motorola::create(path)
+                                         : srecord::input_file_intel::create(path);
+}
+
+boost::shared_ptr<srecord::output> openWriter(FileFormat format, const std::string &path) {
+    return format == FileFormat::sRecord ? srecord::output_file_motorola::create(path)
+                                         : srecord::output_file_intel::create(path);
+}
+
+RecordMessages read(FileFormat format, const std::string &path, const RecordVisitor &visit) {
+    Quitter quitter(path);
+    try {
+        const auto reader = openReader(format, path);
+        reader->set_quit(quitter);
+        srecord::record record;
+        while (reader->read(record))
+            for (const KindRow &row : kinds)
+                if (row.type == record.get_type())
+                    visit({row.kind, record.get_address(), {record.get_data(), record.get_length()}});
+    } catch (const ReadingEnds &) {
+    }
+    return std::move(quitter.messages());
+}
+
+class Writer final : public RecordWriter {
+  public:
+    Writer(FileFormat format, const std::string &path) : output_(openWriter(format, path)) {
+        output_->line_length_set(lineLength);
+    }
+
+    void write(const Record &record) override {
+        for (const KindRow &row : kinds)
+            if (row.kind == record.kind)
+                output_->write(srecord::record(row.type, static_cast<srecord::record::address_t>(record.address),
+                                               record.bytes.data(), record.bytes.size()));
+    }
+
+  private:
+    boost::shared_ptr<srecord::output> output_;
+};
+
+std::unique_ptr<RecordWriter> create(FileFormat format, const std::string &path) {
+    return std::make_unique<Writer>(format, path);
+}
+
+} // namespace
+
+} // namespace kx3console
+
+// Linkage by name only; both sides are C++.
+extern "C" __attribute__((visibility("default"))) void
+kx3console_record_functions(kx3console::RecordFunctions *functions) {
+    *functions = {kx3console::read, kx3console::create};
+}
