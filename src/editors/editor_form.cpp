@@ -160,7 +160,6 @@ void EditorForm::onKeyDown(Control &control, Integer &keyCode) {
 
 /// Write all bytes and close; a bad entry keeps the form open and the buffer as it was.
 void EditorForm::acceptEntries() {
-    clearRefusal();
     if (refuseBadEntry()) return;
     write(compose());
     unload();

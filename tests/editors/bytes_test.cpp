@@ -198,7 +198,6 @@ const Choice choices[] = {
      {1, 2, 3, 4, 0, 0, 0, 0},
      [](Person &p) { p.check("Check1", noIndex, true), p.paste("Text1", 1, u"1234"); },
      {1, 2, 255, 4, 1, 0x34, 0x12, 0xFC}},
-    {"64 row 4 is bit 5", 12, 14, 2 * t, {0, 0}, [](Person &p) { p.choose("Combo1", 4, 1); }, {0xA8, 0xFC}},
     {"65 calibration address of 24 bits and its clock",
      13,
      20,
@@ -206,20 +205,6 @@ const Choice choices[] = {
      {0, 0, 0, 7, 1, 0, 0, 0, 0, 0},
      [](Person &p) { p.paste("Text1", 1, u"56789A"), p.choose("Combo5", noIndex, 3); },
      {0, 0, 0, 7, 1, 0x9A, 0x78, 0xC0, 3, 0x56}},
-    {"65 row 3 of mode 58 is bit 4",
-     58,
-     20,
-     2 * t,
-     {0, 0, 0},
-     [](Person &p) { p.choose("Combo3", 3, 1); },
-     {0, 0, 0x18}},
-    {"65 row 3 of mode 18 is bit 3",
-     18,
-     20,
-     2 * t,
-     {0, 0, 0},
-     [](Person &p) { p.choose("Combo3", 3, 1); },
-     {0, 0, 0xF8}},
     {"66 all protected",
      26,
      48,
@@ -308,6 +293,102 @@ TEST_F(EditorTest, ChoicesBecomeBytes) {
             person.ok();
         });
         EXPECT_EQ(peek(choice.address, static_cast<Long>(choice.expected.size())), choice.expected);
+    }
+}
+
+// Which bit each row shows.
+
+/// Elements of `control` from 0 on, or the control itself, show `bits` of the byte at `address`.
+struct BitRows {
+    std::vector<int> modes;
+    const char *control;
+    Long address;
+    std::vector<int> bits;
+    Integer first = 0;
+    bool inverted = false; ///< a bit that is 1 shows item 0, or checks the box
+};
+
+const std::vector<int> eight = {0, 1, 2, 3, 4, 5, 6, 7};
+const std::vector<int> modes65 = {13, 14, 15, 18, 30, 31, 32, 55, 56, 58, 59, 60, 61, 62};
+const BitRows bitRows[] = {
+    {{1}, "Check1", t, {4, 3, 0}, 0, true},
+    {{1}, "Check2", t + 1, {4, 1, 0}, 0, true},
+    {{1}, "Check3", t + 2, {7, 5, 3}, 0, true},
+    {{2}, "Check1", t, {3, 4}, 0, true},
+    {{2}, "Check2", t + 1, {6, 5, 4, 3}, 0, true},
+    {{2}, "Check3", t + 2, {7, 6, 5, 3}, 0, true},
+    {{3, 4, 6, 10}, "Combo1", 2 * t, eight},
+    {{3, 4, 6, 10}, "Combo2", 2 * t + 1, eight},
+    {{10}, "Combo3", 2 * t + 2, {0, 1, 2, 3, 4}},
+    {{3, 4, 6, 10}, "Check1", 2 * t + 4, {0}, noIndex},
+    {{3, 4, 6, 10}, "Combo4", 2 * t + 7, {0, 1}},
+    {{12}, "Combo1", 2 * t, {0, 1, 2, 4, 5, 6}},
+    {{12}, "Combo2", 2 * t + 1, {0, 1}},
+    {modes65, "Combo1", 2 * t, eight},
+    {modes65, "Combo2", 2 * t + 1, eight},
+    {{14, 15, 18, 55, 56}, "Combo3", 2 * t + 2, {0, 1, 2, 3, 4, 5}},
+    {{58, 59}, "Combo3", 2 * t + 2, {0, 1, 2, 4, 5, 6, 7}},
+    {modes65, "Check1", 2 * t + 4, {0}, noIndex},
+    {modes65, "Combo4", 2 * t + 7, {0, 1, 2, 3, 4, 5}},
+    {{22, 26}, "Combo1", t, {4}, noIndex, true},
+    {{22, 26}, "Combo3", t, {0}, noIndex, true},
+    {{23, 24, 25}, "Combo1", t, eight},
+    {{23, 24, 25}, "Combo2", t + 1, eight},
+    {{23, 24, 25}, "Combo3", t + 2, eight},
+    {{24, 25}, "Combo4", t + 4, {7}},
+    {{23, 24, 25}, "Combo4", t + 3, {1, 2, 3, 4, 5, 6, 7}, 1},
+    {{39, 41}, "Combo1", 4159, {2}},
+    {{40, 43, 44}, "Combo1", 4159, {1, 0}, 1, true},
+    {{50}, "Combo1", t + 1, {7, 6, 5, 4}},
+    {{50}, "Combo2", t + 1, {3, 2, 1, 0}},
+    {{50}, "Combo3", t + 2, {6}, noIndex},
+    {{50}, "Combo4", t + 2, {1}, noIndex},
+    {{50}, "Combo5", t + 2, {0}, noIndex},
+    {{50}, "Combo6", t + 3, {0, 1, 2, 3, 4}},
+    {{50}, "Combo7", t + 4, {0, 1, 2, 3, 4, 5}},
+    {{50}, "Combo8", t + 5, eight},
+    {{51}, "Combo1", 4159, {3, 2}, 1},
+    {{51}, "Combo1", 4159, {0}, 3, true},
+};
+
+TEST_F(EditorTest, EachRowShowsItsBit) {
+    for (const BitRows &c : bitRows) {
+        for (const int mode : c.modes) {
+            for (const int set : c.bits) {
+                device(static_cast<Byte>(mode), t, 20);
+                poke(c.address, {1 << set});
+                open([&](Person &person) {
+                    for (std::size_t row = 0; row < c.bits.size(); ++row) {
+                        const auto index = static_cast<Integer>(c.first + static_cast<Integer>(row));
+                        const Control &control = person.at(c.control, index);
+                        const bool isOne = control.checked() || control.listIndex() == 1;
+                        EXPECT_EQ(isOne, (c.bits[row] == set) != c.inverted)
+                            << "mode " << mode << ' ' << c.control << index << " bit " << set;
+                    }
+                });
+            }
+        }
+    }
+}
+
+TEST_F(EditorTest, FieldsOfSeveralBitsShowTheirValue) {
+    const struct {
+        Byte mode;
+        const char *control;
+        Integer index;
+        Long address;
+        int value;
+        Long shown;
+    } values[] = {
+        {1, "Combo1", noIndex, t, 0x7F, 3},     {2, "Combo1", noIndex, t, 0xA0, 5},
+        {1, "Combo2", noIndex, t + 2, 0xFE, 6}, {2, "Combo2", noIndex, t + 2, 1, 1},
+        {41, "Combo1", 1, 4159, 0xE5, 14},      {51, "Combo1", 0, 4159, 0x1F, 1},
+        {26, "Combo2", noIndex, t, 0x0C, 1},    {26, "Combo2", noIndex, t, 0xF2, 6},
+    };
+    for (const auto &c : values) {
+        device(c.mode);
+        poke(c.address, {c.value});
+        open([&](Person &person) { EXPECT_EQ(person.at(c.control, c.index).listIndex(), c.shown) << int(c.mode); });
     }
 }
 

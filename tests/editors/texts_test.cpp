@@ -50,13 +50,16 @@ const std::string clock5 = "'Calib byte value for:' Combo5, ";
 const std::string lock63 = "'Lock Bit Byte', 'LB1:' Combo40, 'LB2:' Combo41";
 const std::string lock65 = lock63 + ", 'BLB01:' Combo42, 'BLB02:' Combo43, 'BLB11:' Combo44, 'BLB12:' Combo45";
 
+const std::string bootPower = "'Fuse Extended Byte', 'BOOTRST:' Combo30, 'BOOTSZ0:' Combo31, 'BOOTSZ1:' Combo32, "
+                              "'PSCRV:' Combo33, 'PSC0RB:' Combo34, 'PSC1RB:' Combo35, 'PSC2RB:' Combo36";
+
 const struct {
-    Byte mode;
+    std::vector<int> modes;
     Integer pins;
     Byte figvol;
     Lines expected;
 } outlines[] = {
-    {1,
+    {{1},
      40,
      0,
      {"'Option Register 0 ', 'HWBS2(Eable RST force MCU to boot from ISP)' Check10, 'HWBS(Eable boot from ISP when "
@@ -65,7 +68,7 @@ const struct {
       "Check21, 'EN6T(Eable MCU runs at 6T mode) ' Check22",
       "'Option Register 2 ', 'WDSFWP(Eable WDTCR will be write-protected)' Check30, 'HWENW(Eable WDT when power-up) ' "
       "Check31, 'HWWIDL(Enable WDT stops counting)' Check32, 'WDT Prescalar:' Combo2"}},
-    {2,
+    {{2},
      40,
      0,
      {"'Option Register 0 ', 'HWBS(Eable boot from ISP when Power-up)' Check10, 'LOCK(Eable code and ID is locked)' "
@@ -75,106 +78,106 @@ const struct {
       "'Option Register 2 ', 'WDSFWP' Check30, 'WDTRCO(Eable WDT running)' Check31, 'HWENW(Eable WDT prescaler when "
       "power-up) ' Check32, 'HWWIDL' Check33, 'WDT Prescalar:' Combo2",
       "'Option Register 7', 'IAP boundary:' Text1"}},
-    {3,
+    {{3},
      20,
      0,
      {"'Fuse Low Byte', " + cksel + "'SUT0:' Combo14, 'SUT1:' Combo15, " + lowEnd,
       brownOut + "'SPIEN:' Combo25, " + highEnd, "'Fuse Extended Byte', 'SELFPRGEN:' Combo30", calib + calibEnd,
       lock63}},
-    {6,
+    {{4, 6},
      20,
      38,
      {lowFuse + lowEnd, brownOut + "'SPIEN:'- Combo25, " + highEnd, "'Fuse Extended Byte', 'SELFPRGEN:' Combo30",
       calib + calibEnd, lock63}},
-    {10,
+    {{10},
      20,
      14,
      {"'Fuse Low Byte', " + cksel + cksel23 + "'SUT0:' Combo14, " + lowEnd, brownOut + "'SPIEN:'- Combo25, " + highEnd,
       "'Fuse Extended Byte', 'SELFPRGEN:' Combo30, 'BODACT0:' Combo31, 'BODACT1:' Combo32, 'BODPD0:' Combo33, "
       "'BODPD1:' Combo34",
       calib + calibEnd, lock63}},
-    {12,
+    {{12},
      14,
      0,
      {"'Configuration bytes', 'RSTDISBL:' Combo10, 'WDTON:' Combo11, 'CKOUT:' Combo12, 'BODLEVEL0:' Combo13, "
       "'BODLEVEL1:' Combo14, 'BODLEVEL2:' Combo15",
       "'Lock bit byte', 'NVLB1:' Combo20, 'NVLB2:' Combo21"}},
-    {12,
+    {{12},
      13,
      0,
      {"'Configuration bytes', 'RSTDISBL:' Combo10, 'WDTON:' Combo11, 'CKOUT:' Combo12",
       "'Lock bit byte', 'NVLB1:' Combo20, 'NVLB2:' Combo21"}},
-    {13,
+    {{13},
      40,
      0,
      {lowFuse + "'BODEN:' Combo16, 'BODLEVEL:' Combo17",
       boot + "'EESAVE:' Combo23, 'CKOPT:' Combo24, 'SPIEN:'- Combo25, 'JTAGEN:' Combo26, 'OCDEN:' Combo27",
       calib + clock5 + calibEnd, lock65}},
-    {14,
+    {{14},
      64,
      0,
      {lowFuse + "'BODEN:' Combo16, 'BODLEVEL:' Combo17",
       boot + "'EESAVE:' Combo23, 'CKOPT:' Combo24, 'SPIEN:'- Combo25, 'JTAGEN:' Combo26, 'OCDEN:' Combo27",
       "'Fuse Extended Byte', 'WDTON:' Combo30, 'M103C:' Combo31", calib + clock5 + calibEnd, lock65}},
-    {15,
+    {{15},
      40,
      14,
      {lowFuse + lowEnd, bootWatchdog + "'SPIEN:'- Combo25, 'JTAGEN:' Combo26, 'OCDEN:' Combo27", levels,
       calib + calibEnd, lock65}},
-    {18,
+    {{18},
      32,
      0,
      {lowFuse + lowEnd, bootWatchdog + "'SPIEN:'- Combo25, 'RSTDISBL:' Combo26, 'RSTDISBL:' Combo27",
       levels + ", 'HWBE:' Combo33", calib + calibEnd, lock65}},
-    {18,
+    {{18},
      64,
      0,
      {lowFuse + lowEnd, bootWatchdog + "'SPIEN:'- Combo25, 'JTAGEN:' Combo26, 'RSTDISBL:' Combo27",
       levels + ", 'HWBE:' Combo33", calib + calibEnd, lock65}},
-    {31,
+    {{31},
      64,
      0,
      {lowFuse + lowEnd, bootWatchdog + "'SPIEN:' Combo25, 'JTAGEN:'- Combo26, 'OCDEN:' Combo27", levels,
       calib + calibEnd, lock65}},
-    {32,
+    {{30},
+     64,
+     0,
+     {lowFuse + lowEnd, bootWatchdog + "'SPIEN:' Combo25, 'JTAGEN:' Combo26, 'OCDEN:' Combo27", levels,
+      calib + calibEnd, lock65}},
+    {{32},
      64,
      0,
      {lowFuse + lowEnd, bootWatchdog + "'SPIEN:'- Combo25, 'JTAGEN:' Combo26, 'OCDEN:' Combo27", levels,
       calib + calibEnd, lock65}},
-    {55,
+    {{55, 56},
      32,
      0,
      {lowFuse + lowEnd, bootWatchdog + "'SPIEN:' Combo25, " + highEnd,
       levels + ", 'PSCRVB:' Combo33, 'PSCRVA:' Combo34, 'PSCRB:' Combo35", calib + calibEnd, lock65}},
-    {59,
-     32,
-     0,
-     {lowFuse + lowEnd, brownOut + "'SPIEN:'- Combo25, " + highEnd,
-      "'Fuse Extended Byte', 'BOOTRST:' Combo30, 'BOOTSZ0:' Combo31, 'BOOTSZ1:' Combo32, 'PSCRV:' Combo33, 'PSC0RB:' "
-      "Combo34, 'PSC1RB:' Combo35, 'PSC2RB:' Combo36",
-      calib + calibEnd, lock65}},
-    {60,
+    {{58}, 32, 0, {lowFuse + lowEnd, brownOut + "'SPIEN:' Combo25, " + highEnd, bootPower, calib + calibEnd, lock65}},
+    {{59}, 32, 0, {lowFuse + lowEnd, brownOut + "'SPIEN:'- Combo25, " + highEnd, bootPower, calib + calibEnd, lock65}},
+    {{60, 61},
      32,
      0,
      {lowFuse + lowEnd, brownOut + "'SPIEN:' Combo25, " + highEnd,
       "'Fuse Extended Byte', 'BOOTRST:' Combo30, 'BOOTSZ0:' Combo31, 'BOOTSZ1:' Combo32", calib + calibEnd, lock65}},
-    {62,
+    {{62},
      32,
      0,
      {"'Fuse Low Byte', 'OSCSEL0:' Combo10, 'OSCSEL1:' Combo11, 'SUT0:' Combo12, 'SUT1:' Combo13, 'SUT2:' Combo14, "
       "'SPIEN:' Combo15, 'EESAVE:' Combo16, 'WDTON:' Combo17",
       boot + "'DWEN:' Combo23, 'DUVRDINIT:' Combo24", calib + calibEnd, lock65}},
-    {22,
+    {{22},
      48,
      0,
      {"'Write Lock Protection Bits ', 'Boot Block Lock :' Combo1, '      Lock Size :' Combo2, 'Debug Lock Bit :' "
       "Combo3"}},
-    {26,
+    {{26},
      48,
      0,
      {"'Write Lock Protection Bits ', 'Boot Block Lock :' Combo1, '      Lock Size :' Combo2, 'SPI Read Flash :' "
       "Combo3"}},
-    {23,
+    {{23},
      40,
      0,
      {"'Option Register 0', 'HWBS:' Combo13, 'LOCK:' Combo14, 'ISP_S0:' Combo15, 'ISP_S1:' Combo16, 'ISP_S2:' Combo17",
@@ -184,7 +187,7 @@ const struct {
       "'HWENW:' Combo35, 'NSWDT:' Combo36, 'WDSFWP:' Combo37",
       "'Option Register 3', 'IAPLB0:' Combo41, 'IAPLB1:' Combo42, 'IAPLB2:' Combo43, 'IAPLB3:' Combo44, 'IAPLB4:' "
       "Combo45, 'IAPLB5:' Combo46, 'IAPLB6:' Combo47"}},
-    {24,
+    {{24, 25},
      40,
      0,
      {"'Option Register 0', 'HWBS:' Combo13, 'LOCK:' Combo14, 'ISP_S0:' Combo15, 'ISP_S1:' Combo16, 'ISP_S2:' Combo17",
@@ -193,31 +196,34 @@ const struct {
       "'HWENW:' Combo35, 'NSWDT:' Combo36, 'WDSFWP:' Combo37",
       "'Option Register 3/4', 'P36EN:' Combo40, 'IAPLB0:' Combo41, 'IAPLB1:' Combo42, 'IAPLB2:' Combo43, 'IAPLB3:' "
       "Combo44, 'IAPLB4:' Combo45, 'IAPLB5:' Combo46, 'IAPLB6:' Combo47"}},
-    {43, 48, 0, {"'', '  COP WTD System :' Combo10, '     On Chip ROM :' Combo11, '  On Chip EEPROM :' Combo12"}},
-    {41, 48, 0, {"'', '  COP WTD System :' Combo10, ' EEPROM mapped at:' Combo11, '  On Chip EEPROM :' Combo12"}},
-    {45, 48, 0, {"'OTP register', 'FMPRE:' Text10, 'FMPPE:' Text14"}},
-    {46,
+    {{39, 40, 43, 44},
+     48,
+     0,
+     {"'', '  COP WTD System :' Combo10, '     On Chip ROM :' Combo11, '  On Chip EEPROM :' Combo12"}},
+    {{41}, 48, 0, {"'', '  COP WTD System :' Combo10, ' EEPROM mapped at:' Combo11, '  On Chip EEPROM :' Combo12"}},
+    {{45}, 48, 0, {"'OTP register', 'FMPRE:' Text10, 'FMPPE:' Text14"}},
+    {{46},
      48,
      0,
      {"'OTP register', 'FMPRE0:' Text10, 'FMPRE1:' Text11, 'FMPRE2:' Text12, 'FMPRE3:' Text13, 'FMPPE0:' Text14, "
       "'FMPPE1:' Text15, 'FMPPE2:' Text16, 'FMPPE3:' Text17, 'USER_REG0:' Text18, 'USER_REG1:' Text19, 'USER_DBG:' "
       "Text110"}},
-    {47,
+    {{47},
      48,
      0,
      {"'OTP register', 'FMPRE0:' Text10, 'FMPRE1:' Text11, 'USER_REG2:' Text12, 'USER_REG3:' Text13, 'FMPPE0:' Text14, "
       "'FMPPE1:' Text15, 'USER_REG0:' Text18, 'USER_REG1:' Text19, 'USER_DBG:' Text110"}},
-    {48,
+    {{48},
      48,
      0,
      {"'OTP register', 'FMPRE0:' Text10, 'FMPPE0:' Text14, 'USER_REG0:' Text18, 'USER_REG1:' Text19, 'USER_DBG:' "
       "Text110"}},
-    {49,
+    {{49},
      48,
      0,
      {"'OTP register', 'FMPRE0:' Text10, 'FMPRE1:' Text11, 'FMPPE0:' Text14, 'FMPPE1:' Text15, 'USER_REG0:' Text18, "
       "'USER_REG1:' Text19, 'USER_DBG:' Text110"}},
-    {50,
+    {{50},
      64,
      0,
      {"'Fuses and Lock Bits'", "'Fuse Byte 0', 'JTAGUID:' Text1",
@@ -229,12 +235,12 @@ const struct {
       "Combo74, 'BODACT1:' Combo75",
       "'Lock Bits', 'LB0:' Combo80, 'LB1:' Combo81, 'BLBAT0:' Combo82, 'BLBAT1:' Combo83, 'BLBA0:' Combo84, 'BLBA1:' "
       "Combo85, 'BLBB0:' Combo86, 'BLBB1:' Combo87"}},
-    {51,
+    {{51},
      48,
      0,
      {"'Config Register', 'EEPROM mapped at :' Combo10, 'EEPROM Security :' Combo11, ' COP WTD System :' Combo12, ' On "
       "Chip EEPROM :' Combo13"}},
-    {64,
+    {{64},
      48,
      0,
      {"'CCFG register', 'BL_CONFIG:' Text10, 'ERASE_CONF:' Text11, 'CCFG_TI_OPTIONS:' Text12, 'CCFG_TAP_DAP_0:' "
@@ -243,8 +249,10 @@ const struct {
 
 TEST_F(EditorTest, ShownRowsByMode) {
     for (const auto &c : outlines) {
-        device(c.mode, 2048, c.pins, c.figvol);
-        open([&](Person &person) { EXPECT_EQ(outline(person.form), c.expected) << "mode " << int(c.mode); });
+        for (const int mode : c.modes) {
+            device(static_cast<Byte>(mode), 2048, c.pins, c.figvol);
+            open([&](Person &person) { EXPECT_EQ(outline(person.form), c.expected) << "mode " << mode; });
+        }
     }
 }
 
@@ -271,6 +279,8 @@ TEST_F(EditorTest, TitlesButtonsAndPositions) {
             EXPECT_EQ(person.form.startPosition(), c.position);
         });
     }
+    device(50);
+    open([](Person &person) { EXPECT_EQ(person.at("Frame3").columns(), 4) << "two lines of four periods"; });
     for (const Byte mode : {Byte{45}, Byte{64}, Byte{50}}) {
         device(mode);
         const Integer ok = mode == 50 ? noIndex : Integer{0};
