@@ -3,7 +3,8 @@
 
 #include "support/test_apartment.h"
 
-#include <cstdio>
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -54,6 +55,7 @@ class ArmRig {
         t.host.figvol(1) = 1;
         t.host.figmode(0) = 3;
         t.host.wsign(1) = version;
+        t.host.usbpip2readresult(0) = 2;
         t.host.wordmode(0) = 1;
         t.host.ramlg(0) = 0x100;
         t.host.tlength(0) = 0x100;
@@ -179,13 +181,17 @@ class ArmRig {
     }
 
     void start(Byte code) {
+        constexpr Byte versionQuery = 0x1A, programs[] = {1, 4, 7};
+        const Long cleared = std::find(std::begin(programs), std::end(programs), code) != std::end(programs) ? 3 : 2;
+        for (Long i = 0; i < cleared && code != versionQuery; ++i)
+            EXPECT_EQ(t.host.ibuf1(i), 0) << "the former report is wiped before command " << int{code};
         Reports reports;
-        if (code == 0x1A)
+        if (code == versionQuery)
             reports = {{100, 0, version}};
         else
             reports = next(code == 0x1D ? chipIds : runs);
         pending_.assign(reports.begin(), reports.end());
-        reportsOfRun_ = code == 0x1A ? -1000 : 0;
+        reportsOfRun_ = code == versionQuery ? -1000 : 0;
     }
     static Reports next(std::deque<Reports> &script) {
         if (script.empty()) return {{100}};
@@ -208,6 +214,7 @@ class ArmRig {
     }
 
     void give(Byte *data, Long count, Byte *state) {
+        EXPECT_EQ(*state, 0) << "the completion state is wiped before a read";
         (void)note((algorithmNext_ ? "algorithm" : place(data)) + " <- " + std::to_string(count));
         for (Long i = 0; i < count; ++i)
             data[i] = static_cast<Byte>(i + 1);

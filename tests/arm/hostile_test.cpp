@@ -27,7 +27,8 @@ void addAll(std::vector<Spoiler> &spoilers, const char *name, Array<T> BlockArra
 
 void addHandles(std::vector<Spoiler> &spoilers, const char *name, Array<String> BlockArrays::*block, Long count) {
     for (Long i = 0; i < count; ++i)
-        spoilers.push_back({name + std::to_string(i), [=](sharemap &blocks) { (blocks.*block)(i).handle = 0xDEADBEEF; }});
+        spoilers.push_back(
+            {name + std::to_string(i), [=](sharemap &blocks) { (blocks.*block)(i).handle = 0xDEADBEEF; }});
 }
 
 std::vector<Spoiler> allSpoilers() {

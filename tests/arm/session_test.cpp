@@ -103,7 +103,11 @@ TEST(ArmSession, EveryRefusalAndEveryErrorEndsOnItsPath) {
         {"read-back differs", [](ArmRig &r) { r.spoilsReadBack = true; }, aborted, "algorithm <- 5"},
         {"old firmware", [](ArmRig &r) { r.version = 8; }, warned + passed, "SignalPass 0"},
         {"no report of the run", [](ArmRig &r) { r.runs = {{{50}}}; }, started + aborted, "EndOperation"},
-        {"stopped by the programmer", [](ArmRig &r) { r.runs = {{{50, 0x1E}}}; }, passed, "SignalPass 0"},
+        {"stopped by the programmer",
+         [](ArmRig &r) {
+             r.runs = {{{50, 0x1E}}};
+         },
+         passed, "SignalPass 0"},
         {"library missing", [](ArmRig &r) { r.failingCall = "34 0A 00 00 00/16"; }, started + aborted,
          "34 0A 00 00 00/16", "Cable unplugged"},
         {"host call fails", [](ArmRig &r) { r.failingCall = "AlgorithmLoaded 4"; }, aborted, "AlgorithmLoaded 4",
@@ -118,7 +122,8 @@ TEST(ArmSession, EveryRefusalAndEveryErrorEndsOnItsPath) {
              r.t.host.tlength(0) = 0x40000000;
          },
          aborted, "34 1A 00 10 00/16", "Overflow"},
-        {"unknown language", [](ArmRig &r) {
+        {"unknown language",
+         [](ArmRig &r) {
              r.t.host.Language(0) = 1;
              r.runs = {{{50, 0, 0x3C}}};
          },
@@ -187,8 +192,8 @@ TEST(ArmSession, AlgorithmFilesAreFoundAndJudged) {
             put(rig.clockSpecific(), c.clockBytes);
             put(rig.general(), c.generalBytes);
             EXPECT_EQ(rig.run(direct), c.used == none ? rejected : passed);
-            const std::string expected =
-                c.used == none ? rig.is32f ? "PrepareDevice32f 3 0" : "PrepareDevice 3 0" : "AlgorithmLoaded " + std::to_string(c.used);
+            const std::string expected = c.used == none ? rig.is32f ? "PrepareDevice32f 3 0" : "PrepareDevice 3 0"
+                                                        : "AlgorithmLoaded " + std::to_string(c.used);
             EXPECT_EQ(c.used == none ? rig.traffic.back() : rig.traffic[2], expected);
         }
 }
@@ -213,8 +218,20 @@ TEST(ArmSession, ChipIdCheck) {
         {"mismatch, abort", {other}, {abort}, "", ask + settle + "EndOperation", 1, 2},
         {"mismatch, ignore", {other}, {ignore}, passed, ask + settle + goesOn, 1},
         {"mismatch, retry, match", {other, match}, {retry}, identity + passed, ask + ask + settle + goesOn, 1},
-        {"retry twice, abort", {other, other, other}, {retry, retry, abort}, "", ask + ask + ask + settle + "EndOperation", 3, 2},
-        {"programmer reports an error", {{{5, 0xFA}}}, {}, ">>Device Code Error!\n", ask + settle + "EndOperation", 0, 2},
+        {"retry twice, abort",
+         {other, other, other},
+         {retry, retry, abort},
+         "",
+         ask + ask + ask + settle + "EndOperation",
+         3,
+         2},
+        {"programmer reports an error",
+         {{{5, 0xFA}}},
+         {},
+         ">>Device Code Error!\n",
+         ask + settle + "EndOperation",
+         0,
+         2},
         {"no report", {{{5}}}, {}, passed, ask + settle + goesOn},
         {"retry, then no report", {other, {}}, {retry}, passed, ask + ask + settle + goesOn, 1},
         {"too many code bytes", {{{100, 0, 16}}}, {}, aborted, "34 1D 00 00 00/16"},
@@ -318,7 +335,8 @@ TEST(ArmSession, DirectRunDataFollowsBankStatusAndBounds) {
     rig.statuses["ibuffer+208 -> 48"] = 5;
     EXPECT_EQ(rig.run(direct), started + timeLine) << "a code without a line";
     EXPECT_EQ(rig.result(), 5);
-    EXPECT_EQ(rig.operationTraffic(), "0A 00 80 01/4; ibuffer+208 -> 48; 34 0A 00 00 00/16; EndOperation; SignalFail 0");
+    EXPECT_EQ(rig.operationTraffic(),
+              "0A 00 80 01/4; ibuffer+208 -> 48; 34 0A 00 00 00/16; EndOperation; SignalFail 0");
     rig.statuses["ibuffer+208 -> 48"] = -1;
     EXPECT_EQ(rig.run(direct), started + aborted) << "a status that is no byte";
     rig.t.host.tlength(0) = 0x2F;

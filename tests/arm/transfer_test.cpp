@@ -50,39 +50,63 @@ TEST(BlockTransfer, BlocksAndChunks) {
         {arm32f, 2, {2, 0x100, 0x100, 16, 32, 1}, "34 02 81 00 00/16; 0A 00 40 02/8; ibuffer+32 <- 480"},
         {arm32f, 2, {1, 0x100, 0x100, 0.5, 2.5}, "34 02 80 00 00/16; 0A 00 40 02/8; ibuffer+2 <- 256"},
         {arm32f, 2, {1, 0x100, 0x100, 255}, "34 02 80 00 00/16; 0A 00 40 02/8; ibuffer+0 <- 1"},
-        {arm32f, 2, {1, 0x18000, 0xC000},
+        {arm32f,
+         2,
+         {1, 0x18000, 0xC000},
          "34 02 00 00 00/16; 0A 00 40 02/8; ibuffer+0 <- 49152; "
          "34 02 80 01 00/16; 0A 00 40 02/8; ibuffer+49152 <- 49152"},
-        {arm32f, 2, {1, 0x18001, 0xC000},
+        {arm32f,
+         2,
+         {1, 0x18001, 0xC000},
          "34 02 00 00 00/16; 0A 00 40 02/8; ibuffer+0 <- 49152; "
          "34 02 00 01 00/16; 0A 00 40 02/8; ibuffer+49152 <- 49152; "
          "34 02 80 02 00/16; 0A 00 40 02/8; ibuffer+98304 <- 1"},
-        {arm32f, 2, {1, 0x1FF80, 0x20000},
+        {arm32f,
+         2,
+         {1, 0x1FF80, 0x20000},
          "34 02 80 00 00/16; 0A 00 40 02/8; ibuffer+0 <- 49152; ibuffer+49152 <- 49152; ibuffer+98304 <- 32640"},
         // A verify of a large device ends at a multiple of 256.
-        {arm32f, 5, {1, 0x20000, 0x20000},
+        {arm32f,
+         5,
+         {1, 0x20000, 0x20000},
          "34 06 80 00 00/16; 0A 00 40 02/8; ibuf2 <- 49152; ibuf2 <- 49152; ibuf2 <- 32768"},
-        {arm32f, 5, {1, 0x1FF80, 0x20000},
+        {arm32f,
+         5,
+         {1, 0x1FF80, 0x20000},
          "34 06 80 00 00/16; 0A 00 40 02/8; ibuf2 <- 49152; ibuf2 <- 49152; ibuf2 <- 32512"},
         {arm32f, 5, {1, 0xFF80, 0x20000}, "34 06 80 00 00/16; 0A 00 40 02/8; ibuf2 <- 49152; ibuf2 <- 16256"},
         // Reading: one request a chunk of 8000, counted in addresses also for words.
-        {arm, 2, {2, 0x10000, 0x10000},
+        {arm,
+         2,
+         {2, 0x10000, 0x10000},
          "34 02 80 00 00/16; 0A 00 40 01/8; ibuffer+0 <- 32768; 0A 01 40 01/8; ibuffer+32768 <- 32768"},
-        {arm, 5, {1, 0x8001, 0x10000, 0, 0, 1},
+        {arm,
+         5,
+         {1, 0x8001, 0x10000, 0, 0, 1},
          "34 06 81 00 00/16; 0A 00 40 02/8; ibuf2 <- 32768; 0A 01 40 02/8; ibuf2 <- 1"},
         // Programming: the last block is counted in bytes.
         {arm32f, 3, {}, "0A 00 80 02/4; ibuffer+0 -> 256; 34 04 80 00 00/16"},
-        {arm32f, 3, {2, 0x10000, 0x10000},
+        {arm32f,
+         3,
+         {2, 0x10000, 0x10000},
          "0A 00 80 02/4; ibuffer+0 -> 49152; ibuffer+49152 -> 49152; ibuffer+98304 -> 32768; 34 04 80 00 00/16"},
-        {arm32f, 3, {1, 0x30000, 0x18000},
+        {arm32f,
+         3,
+         {1, 0x30000, 0x18000},
          "0A 00 80 02/4; ibuffer+0 -> 49152; ibuffer+49152 -> 49152; 34 04 00 00 00/16; "
          "0A 00 80 02/4; ibuffer+98304 -> 49152; ibuffer+147456 -> 49152; 34 04 80 01 00/16"},
-        {arm32f, 3, {1, 0x10080, 0x20000},
+        {arm32f,
+         3,
+         {1, 0x10080, 0x20000},
          "0A 00 80 02/4; ibuffer+0 -> 49152; ibuffer+49152 -> 16512; 34 04 80 00 00/16"},
-        {arm, 3, {1, 0x20000, 0x10000},
+        {arm,
+         3,
+         {1, 0x20000, 0x10000},
          "0A 00 80 01/4; ibuffer+0 -> 65536; 34 04 00 00 00/16; "
          "0A 00 80 01/4; ibuffer+65536 -> 65536; 34 04 80 01 00/16"},
-        {arm, 3, {1, 0xFFFF, 0xFFFF, 0, 0, 1},
+        {arm,
+         3,
+         {1, 0xFFFF, 0xFFFF, 0, 0, 1},
          "0A 00 80 02/4; ibuffer+0 -> 32768; ibuffer+32768 -> 32767; 34 04 81 00 00/16"},
         {arm, 3, {1, 0x10080, 0x20000}, "0A 00 80 01/4; ibuffer+0 -> 65536; 34 04 80 00 00/16"},
         // The automatic sequence never rounds; its last chunk takes 100 bytes more where they fit.
@@ -188,11 +212,11 @@ TEST(BlockTransfer, EveryEnd) {
                       writeArm = "0A 00 80 01/4; ibuffer+0 -> 256; 34 04 80 00 00/16; ",
                       automatic = "0A 00 80 02/4; ibuffer+0 -> 356; 34 01 80 00 00/16; ", stop = "34 1E/8; ",
                       data = "0A 00 40 02/8; ibuffer+0 <- 256; ", dataArm = "0A 00 40 01/8; ibuffer+0 <- 256; ",
-                      pass = "EndOperation; SignalPass 0", fail = "EndOperation; SignalFail 0",
-                      fatal = "EndOperation";
+                      pass = "EndOperation; SignalPass 0", fail = "EndOperation; SignalFail 0", fatal = "EndOperation";
     const Case cases[] = {
         {"read, error", arm32f, 2, reports({{1, 0xFA}}), endLine(2, "n3"), read + fail, 1},
-        {"read, stop event is unknown", arm32f, 2, reports({{1, 0x1E}, {100}}), endLine(2, "n2"), read + data + pass, 0},
+        {"read, stop event is unknown", arm32f, 2, reports({{1, 0x1E}, {100}}), endLine(2, "n2"), read + data + pass,
+         0},
         {"read, stop event", arm, 2, reports({{1, 0x1E}}), stopped, read + fail, 2},
         {"read, stop leaves", arm32f, 2, reports({{1}, {2}}, 1), stopped, read + fail, 2},
         {"read, stop waits", arm, 2, reports({{1}, {2}, {2, 0x1E}}, 1), stopped, read + stop + stop + fail, 2},
@@ -200,8 +224,8 @@ TEST(BlockTransfer, EveryEnd) {
         {"read, no report", arm32f, 2, reports({{1}}), aborted, read + fatal, 0},
         {"read, one bulk read fails", arm32f, 2, states({2, 4}), endLine(2, "n2"),
          read + data + "ibuffer+0 <- 256; " + pass, 0},
-        {"read, two bulk reads fail", arm32f, 2, states({2, 4, 255}), aborted, read + data + "ibuffer+0 <- 256; " + fatal,
-         0},
+        {"read, two bulk reads fail", arm32f, 2, states({2, 4, 255}), aborted,
+         read + data + "ibuffer+0 <- 256; " + fatal, 0},
         {"read, stop while reading", arm32f, 2, codeWhileReading(2), aborted, read + data + fatal, 2},
         {"read, error while reading", arm32f, 2, codeWhileReading(3), aborted, read + data + fatal, 3},
         {"program, stop event is unknown", arm32f, 3, reports({{1, 0x1E}, {100}}), endLine(3, "n2"), write + pass, 0},
@@ -217,8 +241,8 @@ TEST(BlockTransfer, EveryEnd) {
         {"auto, stop waits", arm32f, 0, reports({{1}, {2}, {2, 0x1E}}, 1), stopped, automatic + stop + stop + fail, 2},
         {"auto, no report", arm32f, 0, reports({{1}}), aborted, automatic + fatal, 0},
         {"auto, announcement fails", arm32f, 0, status("0A 00 80 02/4"), aborted, "0A 00 80 02/4; " + fatal, 3},
-        {"auto, data fail", arm32f, 0, status("ibuffer+0 -> 356"), aborted,
-         "0A 00 80 02/4; ibuffer+0 -> 356; " + fatal, 3},
+        {"auto, data fail", arm32f, 0, status("ibuffer+0 -> 356"), aborted, "0A 00 80 02/4; ibuffer+0 -> 356; " + fatal,
+         3},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.name);
@@ -348,7 +372,9 @@ TEST(ErrorLine, TheBufferAddressOfAWordHasEightPlaces) {
         {{0xFF, 0xFF, 0xFF, 0x3F}, "Buffer Address:7FFFFFFEH"},
         {{0xFF, 0xFF, 0xFF, 0xFF}, "Buffer Address:FFFFFFFEH"},
     };
-    const auto report = [](const Bytes &address) { return Bytes{0, 0xFA, 0, address[0], address[1], address[2], address[3]}; };
+    const auto report = [](const Bytes &address) {
+        return Bytes{0, 0xFA, 0, address[0], address[1], address[2], address[3]};
+    };
     for (const auto &[address, text] : cases) {
         ArmRig rig;
         rig.t.host.wordmode(0) = 2;
@@ -403,8 +429,17 @@ TEST(AutoProgram, VerifyNotesBelongToTheirBlock) {
     const Reports block = {{1, 0, 0x1E}, {2, 0, 0x3C, 0}, {3, 0, 0x3C, 2}, {100}};
     rig.runs = {block, block};
     const std::string second = note("Verify(VCC:2.97V) ");
-    EXPECT_EQ(rig.run(0), startLine(0) + note("Erase") + second + note("Verify(VCC:3.63V) ") + second + endLine(0, "n2"));
+    EXPECT_EQ(rig.run(0),
+              startLine(0) + note("Erase") + second + note("Verify(VCC:3.63V) ") + second + endLine(0, "n2"));
     EXPECT_EQ(rig.progress, std::vector<int>({0, 1, 0, 17, 33, 1, 67, 83, 100}));
+}
+
+TEST(AutoProgram, TheSecondPassAloneGetsItsOwnNote) {
+    ArmRig rig;
+    rig.t.host.wlverifyvcc(0) = 2;
+    rig.t.host.bvcc(0) = 330;
+    rig.runs = {{{1, 0, 0x3C, 2}, {2, 0, 0x3C, 3}, {100}}};
+    EXPECT_EQ(rig.run(0), startLine(0) + note("Verify(VCC:2.97V) ") + endLine(0, "n2"));
 }
 
 TEST(AutoProgram, ANoteClearsItsCell) {

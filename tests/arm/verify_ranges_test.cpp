@@ -104,7 +104,8 @@ TEST(VerifyRanges, OfEveryFamily) {
     };
     for (const Case &c : cases)
         EXPECT_EQ(rangesOf({c.family, c.size, c.bvcch, c.option, c.pageLength}), c.ranges)
-            << std::hex << int{c.family} << " size " << c.size << " selector " << c.bvcch << " option " << int{c.option};
+            << std::hex << int{c.family} << " size " << c.size << " selector " << c.bvcch << " option "
+            << int{c.option};
 }
 
 TEST(VerifyRanges, AStretchIsCutToTheRanges) {

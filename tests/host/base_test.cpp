@@ -64,9 +64,14 @@ TEST(Checked, NarrowingStoresTestTheirWidth) {
 }
 
 TEST(Checked, ADoubleBecomesTheNearestLongTiesToEven) {
-    const std::pair<Double, Long> fits[] = {{0.5, 0},          {1.5, 2},        {2.5, 2},
-                                            {-0.5, 0},         {-1.5, -2},      {362.99999999999994, 363},
-                                            {2147483647.25, highest}, {-2147483648.5, lowest}};
+    const std::pair<Double, Long> fits[] = {{0.5, 0},
+                                            {1.5, 2},
+                                            {2.5, 2},
+                                            {-0.5, 0},
+                                            {-1.5, -2},
+                                            {362.99999999999994, 363},
+                                            {2147483647.25, highest},
+                                            {-2147483648.5, lowest}};
     for (const auto &[value, expected] : fits)
         EXPECT_EQ(roundToLong(value), expected) << value;
     using Limits = std::numeric_limits<Double>;
@@ -82,7 +87,7 @@ TEST(Text, NumbersInTheirForms) {
     EXPECT_EQ(decimal(lowest), u"-2147483648");
 
     const std::pair<Double, std::u16string_view> twoDecimalCases[] = {
-        {0, u"0.00"},     {0.125, u"0.13"}, {0.0625, u"0.06"}, {1.999, u"2.00"},
+        {0, u"0.00"},         {0.125, u"0.13"},   {0.0625, u"0.06"}, {1.999, u"2.00"},
         {86400, u"86400.00"}, {-0.125, u"-0.13"}, {-0.001, u"0.00"}};
     for (const auto &[value, expected] : twoDecimalCases)
         EXPECT_EQ(twoDecimals(value), expected) << value;
@@ -108,13 +113,13 @@ TEST(Text, Utf8AndUtf16ConvertBothWays) {
 
 TEST(Text, IllFormedSequencesBecomeReplacementCharacters) {
     const std::pair<std::string_view, std::u16string_view> fromCases[] = {
-        {"a\x80z", u"a\uFFFDz"},                  // a tail alone
-        {"\xC0\xAF", u"\uFFFD\uFFFD"},            // longer than needed
-        {"\xE0\x80\x80", u"\uFFFD\uFFFD\uFFFD"},  // the same with three bytes
-        {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD"},  // a surrogate
+        {"a\x80z", u"a\uFFFDz"},                           // a tail alone
+        {"\xC0\xAF", u"\uFFFD\uFFFD"},                     // longer than needed
+        {"\xE0\x80\x80", u"\uFFFD\uFFFD\uFFFD"},           // the same with three bytes
+        {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD"},           // a surrogate
         {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"}, // beyond the last character
         {"\xF8z", u"\uFFFDz"},
-        {"\xE4\xBF", u"\uFFFD\uFFFD"},            // cut off
+        {"\xE4\xBF", u"\uFFFD\uFFFD"}, // cut off
         {"\xE4z", u"\uFFFDz"},
     };
     for (const auto &[utf8, expected] : fromCases)

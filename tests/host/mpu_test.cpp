@@ -82,10 +82,10 @@ TEST_F(Mpu, RunDispatchesByModelTypeAndSelection) {
         Byte selection;
         const Calls &calls;
     };
-    const Case cases[] = {
-        {-32768, 0x40, none}, {39, 0x40, none},   {40, 0x00, window}, {40, 0x01, window}, {40, 0x41, window},
-        {40, 0x40, arm},      {73, 0x40, arm},    {73, 0xBE, window}, {73, 0xFE, arm},    {73, 0xFF, window},
-        {74, 0x00, arm32f},   {74, 0x40, arm32f}, {74, 0x41, arm32f}, {32767, 0x41, arm32f}};
+    const Case cases[] = {{-32768, 0x40, none}, {39, 0x40, none},     {40, 0x00, window}, {40, 0x01, window},
+                          {40, 0x41, window},   {40, 0x40, arm},      {73, 0x40, arm},    {73, 0xBE, window},
+                          {73, 0xFE, arm},      {73, 0xFF, window},   {74, 0x00, arm32f}, {74, 0x40, arm32f},
+                          {74, 0x41, arm32f},   {32767, 0x41, arm32f}};
     for (const Case &c : cases) {
         t.host.modeltype(0) = c.modelType;
         t.host.selmode(0) = c.selection;

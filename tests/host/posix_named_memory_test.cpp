@@ -143,9 +143,9 @@ TEST_F(PosixNamedMemory, ClosingDoesNotRemoveAnotherFileOfTheName) {
 
 TEST_F(PosixNamedMemory, NamesThatAreNoPlainFileNamesAreRefused) {
     clsMemMapped block;
-    for (const std::string &name : {std::string("a/b"), std::string("../tamselA"), std::string("tamsel A"),
-                                    std::string("tamsel.A"), std::string("tamsel\xC3\xA4"), std::string(201, 'a'),
-                                    std::string("tamsel\0A", 8)})
+    for (const std::string &name :
+         {std::string("a/b"), std::string("../tamselA"), std::string("tamsel A"), std::string("tamsel.A"),
+          std::string("tamsel\xC3\xA4"), std::string(201, 'a'), std::string("tamsel\0A", 8)})
         EXPECT_FALSE(block.OpenAndMapMemoryBlock(name, 40)) << name;
     EXPECT_TRUE(block.OpenAndMapMemoryBlock(std::string(200, 'a'), 40));
     ::setenv("KX3MPU6_NAMESPACE", "../up", 1);

@@ -94,7 +94,8 @@ TEST_F(Sharemap, NamesEndWithTheInstanceNumber) {
     blocks.ibuffer(0) = 1;
     blocks.ibuffer66(0) = 2;
     clsMemMapped buffer, buffer66;
-    ASSERT_TRUE(buffer.OpenAndMapMemoryBlock("tamselibuffer", 40) && buffer66.OpenAndMapMemoryBlock("tamselibuffer66", 40));
+    ASSERT_TRUE(buffer.OpenAndMapMemoryBlock("tamselibuffer", 40) &&
+                buffer66.OpenAndMapMemoryBlock("tamselibuffer66", 40));
     EXPECT_EQ(firstByte(buffer), 1);
     EXPECT_EQ(firstByte(buffer66), 2);
 }

@@ -57,10 +57,17 @@ TEST(StringTable, AnUnknownLanguageOrTextIsAnErrorThatNamesTheIdentifier) {
         std::u16string_view identifier;
     };
     // 1927 + 75 and 1500 + 502 would hit a text of the first block.
-    const Case cases[] = {{36000, 1066, u"37066"},    {-3000, 1066, u"-1934"},  {1500, 502, u"2002"},
-                          {1927, 75, u"2002"},        {1, 1065, u"1066"},       {0, 1069, u"1069"},
-                          {0, 2025, u"2025"},         {0, -1, u"-1"},           {33000, 4066, u"37066"},
-                          {INT32_MAX, 1066, u"2147484713"}, {INT32_MIN, 1066, u"-2147482582"}};
+    const Case cases[] = {{36000, 1066, u"37066"},
+                          {-3000, 1066, u"-1934"},
+                          {1500, 502, u"2002"},
+                          {1927, 75, u"2002"},
+                          {1, 1065, u"1066"},
+                          {0, 1069, u"1069"},
+                          {0, 2025, u"2025"},
+                          {0, -1, u"-1"},
+                          {33000, 4066, u"37066"},
+                          {INT32_MAX, 1066, u"2147484713"},
+                          {INT32_MIN, 1066, u"-2147482582"}};
     for (const Case &c : cases) {
         try {
             (void)stringTableText(c.language, c.id);
