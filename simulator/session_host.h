@@ -87,6 +87,7 @@ enum class Signal { none, pass, fail, startFailure };
 inline constexpr Long pinDrivenConfigurationBytes = 16;
 
 /// Session host object on the programmer of library kx6io, the same one that the plug-in drives.
+/// Making one switches the process's programmer on: its socket is empty, earlier faults are gone.
 ///
 /// The owner clears `prgresult`(0) before an operation, calls `duringYield` in every yield, and
 /// `saveChip` after an operation that ended without `EndOperation`.

@@ -578,34 +578,35 @@ SimulatedProgrammer::StageResult SimulatedProgrammer::compareWith(std::size_t of
 /// buffer fields stay 0.
 SimulatedProgrammer::StageResult SimulatedProgrammer::differenceAt(std::size_t offset, std::span<const Byte> wanted,
                                                                    std::size_t base) {
-    const auto width = static_cast<std::size_t>(geometry_->bytes_per_address);
-    const std::size_t address = offset / width;
-    StageFailure failure{Event::compareError, static_cast<std::uint32_t>(address), {}, {}};
-    for (std::size_t i = 0; i < width; ++i) {
-        failure.device[i] = chip().main[address * width + i];
-        if (!wanted.empty()) failure.buffer[i] = wanted[address * width + i - base];
-    }
+    const std::size_t width = addressBytes();
+    const std::size_t first = offset / width * width;
+    StageFailure failure{Event::compareError, static_cast<std::uint32_t>(offset / width), dataAt(first), {}};
+    for (std::size_t i = 0; i < failure.buffer.size(); ++i)
+        if (i < width && first + i >= base && first + i - base < wanted.size())
+            failure.buffer[i] = wanted[first + i - base];
     return failure;
 }
 
 /// A failure at `address` that is not the chip's contents'; device data are shown where there are any.
 SimulatedProgrammer::StageFailure SimulatedProgrammer::refusedAt(std::uint32_t address, Event event) const {
-    StageFailure failure{event, address, {}, {}};
-    if (!chip_ || chip_->isProtected || !geometry_) return failure;
-    const auto width = static_cast<std::size_t>(geometry_->bytes_per_address);
-    if (!chip_->main.contains(bytesOf(address), width)) return failure;
-    for (std::size_t i = 0; i < width; ++i)
-        failure.device[i] = chip_->main[bytesOf(address) + i];
-    return failure;
+    const bool readable = chip_ && geometry_ && !chip_->isProtected;
+    return {event, address, readable ? dataAt(bytesOf(address)) : Data{}, {}};
+}
+
+/// The bytes of one address, which begin at `offset`; what the chip does not have is 0.
+SimulatedProgrammer::Data SimulatedProgrammer::dataAt(std::size_t offset) const {
+    Data data{};
+    for (std::size_t i = 0; i < data.size(); ++i)
+        if (i < addressBytes() && chip_->main.contains(offset + i, 1)) data[i] = chip_->main[offset + i];
+    return data;
 }
 
 bool SimulatedProgrammer::isPinDriven() const noexcept { return geometry_ && geometry_->module == KX6SIM_MODULE_NONE; }
 
 // --- Sizes ------------------------------------------------------------------------------------
 
-std::size_t SimulatedProgrammer::bytesOf(std::uint32_t addresses) const {
-    return addresses * static_cast<std::size_t>(geometry_->bytes_per_address);
-}
+std::size_t SimulatedProgrammer::addressBytes() const { return static_cast<std::size_t>(geometry_->bytes_per_address); }
+std::size_t SimulatedProgrammer::bytesOf(std::uint32_t addresses) const { return addresses * addressBytes(); }
 std::size_t SimulatedProgrammer::blockOffset() const { return bytesOf(run_->block.first); }
 std::size_t SimulatedProgrammer::blockBytes() const { return bytesOf(run_->block.addresses); }
 

@@ -69,12 +69,14 @@ class SimulatedProgrammer {
         std::uint64_t steps = 0;
         bool fails = false;
     };
+    /// The bytes of one address; a byte device's second one is 0.
+    using Data = std::array<Byte, 2>;
     /// Why a stage failed.
     struct StageFailure {
         protocol::Event event = protocol::Event::compareError;
         std::uint32_t address = 0;
-        std::array<Byte, 2> device{};
-        std::array<Byte, 2> buffer{};
+        Data device{};
+        Data buffer{};
     };
     using StageResult = std::optional<StageFailure>;
 
@@ -119,10 +121,12 @@ class SimulatedProgrammer {
     [[nodiscard]] StageResult compareWith(std::size_t offset, std::span<const Byte> wanted);
     [[nodiscard]] StageResult differenceAt(std::size_t offset, std::span<const Byte> wanted, std::size_t base);
     [[nodiscard]] StageFailure refusedAt(std::uint32_t address, protocol::Event event) const;
+    [[nodiscard]] Data dataAt(std::size_t offset) const;
 
     // Sizes of the run under way, in bytes.
     [[nodiscard]] std::size_t blockOffset() const;
     [[nodiscard]] std::size_t blockBytes() const;
+    [[nodiscard]] std::size_t addressBytes() const;
     [[nodiscard]] std::size_t bytesOf(std::uint32_t addresses) const;
     [[nodiscard]] std::size_t stagingCapacity() const;
 

@@ -58,12 +58,13 @@ struct Outcome {
 struct PacketRig {
     explicit PacketRig(const kx6sim_geometry &itsGeometry = byteDevice(), std::string_view faults = {})
         : geometry(itsGeometry) {
-        programmer.insert(Chip(mainBytes(geometry), 0, {0x1F, 2, {0x95, 0x0F}}));
+        programmer.insert(Chip(imageBytes(), 0, {0x1F, 2, {0x95, 0x0F}}));
         programmer.setFaults(FaultPlan(faults, 1));
         programmer.prepare(geometry);
         download(algorithm);
     }
 
+    [[nodiscard]] std::size_t imageBytes() const { return static_cast<std::size_t>(mainBytes(geometry)); }
     Integer send(Bytes packet, std::size_t count) {
         packet.resize(count);
         return programmer.comWrite(packet);
@@ -92,10 +93,14 @@ struct PacketRig {
 
     /// Run packet of an operation: code, bank with the mark of the last block, block, configuration.
     Bytes runPacket(Operation operation, unsigned block, bool isLast) const {
-        Bytes packet{0x34, static_cast<Byte>(operation == Operation::read ? 2 : static_cast<unsigned>(operation) + 1),
-                     static_cast<Byte>(geometry.bank | (isLast ? 0x80U : 0U)), static_cast<Byte>(block & 0xFFU),
-                     static_cast<Byte>(block >> 8U)};
-        packet.insert(packet.end(), configuration.begin(), configuration.end());
+        const auto code = operation == Operation::read ? 2U : static_cast<unsigned>(operation) + 1;
+        Bytes packet(protocol::controlPacketBytes);
+        packet[0] = 0x34;
+        packet[1] = static_cast<Byte>(code);
+        packet[2] = static_cast<Byte>(geometry.bank | (isLast ? 0x80U : 0U));
+        packet[3] = static_cast<Byte>(block & 0xFFU);
+        packet[4] = static_cast<Byte>(block >> 8U);
+        std::copy(configuration.begin(), configuration.end(), packet.begin() + protocol::packet::configuration);
         return packet;
     }
     Outcome direct(Operation operation) { return command(runPacket(operation, 0, false)); }

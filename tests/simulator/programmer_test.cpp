@@ -61,7 +61,7 @@ TEST_P(Devices, WhatIsProgrammedIsReadAndNothingElseTouched) {
     PacketRig rig(GetParam().geometry);
     const std::size_t before =
         static_cast<std::size_t>(rig.geometry.first_address) * static_cast<std::size_t>(rig.geometry.bytes_per_address);
-    const Bytes image = pattern(mainBytes(rig.geometry) - before);
+    const Bytes image = pattern(rig.imageBytes() - before);
     Bytes expected(before, FlashArray::erased);
     expected.insert(expected.end(), image.begin(), image.end());
 
@@ -152,6 +152,18 @@ TEST(DirectRuns, FamiliesWithADataWindowNeedIt) {
     const Outcome differs = withKey(wrong, Operation::checkConfiguration);
     EXPECT_EQ(differs.event(), 0xFA);
     EXPECT_EQ(differs.address(), 0x1000U - 0x30 + 5);
+}
+
+TEST(DirectRuns, ADataWindowMayBeginInsideAWord) {
+    kx6sim_geometry geometry = device(0x801, 2, 0x801, 0);
+    geometry.family = 0x31;
+    PacketRig rig(geometry);
+    EXPECT_EQ(rig.send({0x0A, 0, 0x80, 2}, 4), 0);
+    EXPECT_EQ(rig.programmer.bulkWrite(Bytes(0x30, 0x11)), 0);
+    const Outcome differs = rig.direct(Operation::checkConfiguration);
+    EXPECT_EQ(differs.address(), (0x801U - 0x30) / 2);
+    const Report &report = differs.reports.back();
+    EXPECT_EQ(Bytes(report.begin() + 7, report.begin() + 11), (Bytes{0xFF, 0xFF, 0x00, 0x11}));
 }
 
 TEST(ProgramErrors, CarryAddressDeviceAndBufferData) {

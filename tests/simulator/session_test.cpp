@@ -80,6 +80,14 @@ TEST(ArmSession, AVerifyThatLeavesDataUnreadFails) {
     EXPECT_EQ(plugIn.run(read), Signal::fail);
 }
 
+TEST(ArmSession, AVerifyOfALargeDeviceMayEndBeforeTheDevice) {
+    for (const kx3::Integer model : {model32f, modelArm}) {
+        PlugIn plugIn({.model = model, .addresses = 0x1FF80, .block = 0x20000});
+        for (const Byte operation : {autoSequence, verify, read, erase, program, verify})
+            EXPECT_EQ(plugIn.run(operation), Signal::pass) << int{operation} << plugIn.log() << plugIn.sim->trouble();
+    }
+}
+
 TEST(ArmSession, AProtectedDeviceRefusesUntilErased) {
     for (const kx3::Integer model : {model32f, modelArm}) {
         PlugIn plugIn({.model = model});
