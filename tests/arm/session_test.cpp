@@ -54,7 +54,7 @@ TEST(ArmSession, PacketsWriteOnlyTheirOwnBytes) {
         {0x34, 0x1E, 0x02, 0x00, 0x00, 0xA0, 0xA1, 0xA2},
     };
     EXPECT_EQ(rig.packets, expected);
-    EXPECT_EQ(rig.traffic[1], "5A F7/8") << "between StartCheck and PrepareDevice32f";
+    EXPECT_EQ(rig.traffic.at(1), "5A F7/8") << "between StartCheck and PrepareDevice32f";
 }
 
 TEST(ArmSession, ConfigurationBytesComeFromBehindTheImageOrFromItsEnd) {
@@ -194,7 +194,7 @@ TEST(ArmSession, AlgorithmFilesAreFoundAndJudged) {
             EXPECT_EQ(rig.run(direct), c.used == none ? rejected : passed);
             const std::string expected = c.used == none ? rig.is32f ? "PrepareDevice32f 3 0" : "PrepareDevice 3 0"
                                                         : "AlgorithmLoaded " + std::to_string(c.used);
-            EXPECT_EQ(c.used == none ? rig.traffic.back() : rig.traffic[2], expected);
+            EXPECT_EQ(c.used == none ? rig.traffic.back() : rig.traffic.at(2), expected);
         }
 }
 
