@@ -102,9 +102,7 @@ kx3_status tracedCompareWord(void *context, std::uint8_t low, std::uint8_t high,
 
 void noteIo(void *context, const kx3_io_call *call) {
     HostCalls &calls = callsOf(context);
-    const bool failed = (call->function == KX3_USBBULKWRITE && call->result == 1) ||
-                        (call->function == KX3_USBBULKREAD && call->result > 3);
-    if (failed) calls.evidence.transferFailed = true;
+    if (call->function == KX3_USBBULKWRITE && call->result == 1) calls.evidence.transferFailed = true;
     if (calls.trace != nullptr) calls.trace->io(*call);
 }
 

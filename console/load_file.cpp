@@ -96,27 +96,19 @@ std::string lastLine(const InputFile &file) {
     return start == std::string::npos ? tail : tail.substr(start + 1);
 }
 
-enum class FileEnd { none, endRecord, countRecord };
-
-/// How a file of records ends. A count record at the end of S-records shows a whole file, too.
-FileEnd fileEnd(FileFormat format, const std::string &line) {
+/// Whether the last line shows that a file of records is whole: an end record, or, for S-records, a
+/// record that counts the others.
+bool isEnd(FileFormat format, std::string_view line) {
     constexpr std::size_t intelType = 7; // ":LLAAAATT"
-    if (format == FileFormat::intelHex)
-        return line.size() > intelType + 1 && line.compare(intelType, 2, "01") == 0 ? FileEnd::endRecord
-                                                                                    : FileEnd::none;
-    if (line.size() < 2 || line[0] != 'S') return FileEnd::none;
-    if (line[1] >= '7' && line[1] <= '9') return FileEnd::endRecord;
-    return line[1] == '5' || line[1] == '6' ? FileEnd::countRecord : FileEnd::none;
+    if (format == FileFormat::intelHex) return line.size() > intelType + 1 && line.substr(intelType, 2) == "01";
+    return line.size() > 1 && line[0] == 'S' && line[1] >= '5' && line[1] <= '9';
 }
 
-FileEnd requireEnd(FileFormat format, const InputFile &file) {
-    const FileEnd end = fileEnd(format, lastLine(file));
-    if (end == FileEnd::none)
-        throw Failure(
-            Exit::badFile,
-            fmt::format("{} {}: its last line is no {} end record", fileKind, file.name(), formatName(format)),
-            "The file is cut off or damaged; get or build it anew.");
-    return end;
+void requireEnd(FileFormat format, const InputFile &file) {
+    if (isEnd(format, lastLine(file))) return;
+    throw Failure(Exit::badFile,
+                  fmt::format("{} {}: its last line is no {} end record", fileKind, file.name(), formatName(format)),
+                  "The file is cut off or damaged; get or build it anew.");
 }
 
 /// `message` begins with ": LINE: ".
@@ -126,13 +118,11 @@ FileEnd requireEnd(FileFormat format, const InputFile &file) {
 }
 
 void visitRecords(FileFormat format, const InputFile &file, const RecordVisitor &visit) {
-    const FileEnd end = requireEnd(format, file);
+    requireEnd(format, file);
     // The open file itself, so that what was checked is what is read.
     const RecordMessages messages = readRecords(format, fmt::format("/dev/fd/{}", file.descriptor()), visit);
     if (!messages.error.empty()) failDamaged(file, messages.error);
-    // Warnings are signs of damage, but the library also misses the start address that a count record
-    // at the end leaves out.
-    if (messages.warnings > (end == FileEnd::countRecord ? 1 : 0)) failDamaged(file, messages.firstWarning);
+    if (!messages.warning.empty()) failDamaged(file, messages.warning);
 }
 
 void loadRecords(FileFormat format, const InputFile &file, Placer &placer) {

@@ -58,9 +58,21 @@ Outcome reportedFailure(const StatusReport &report, const OutcomeContext &contex
             "Erase the device and try again; if that does not help, it is protected or worn out."};
 }
 
+Outcome aborted(const Evidence &seen) {
+    if (seen.reportMissing)
+        return {Exit::noAnswer, with("no status report came from the programmer", seen.trouble),
+                std::string(checkConnection)};
+    if (seen.transferFailed)
+        return {Exit::noAnswer, with("a transfer to or from the programmer failed", seen.trouble),
+                std::string(checkConnection)};
+    const std::string &reason = seen.sessionFailure.empty() ? seen.trouble : seen.sessionFailure;
+    return {Exit::failed, with("the session with the programmer was broken off", reason), std::string(checkConnection)};
+}
+
 Outcome failure(const Evidence &seen, const OutcomeContext &context) {
     if (seen.differences.bytes > 0) return contentsDiffer(seen.differences, context);
     if (seen.lastReport && seen.lastReport->event != 0) return reportedFailure(*seen.lastReport, context, seen.trouble);
+    if (seen.transferFailed) return aborted(seen);
     return {Exit::failed, with("the operation failed", seen.trouble), "The log says where."};
 }
 
@@ -92,17 +104,6 @@ std::optional<Outcome> refusedStart(const Evidence &seen, const OutcomeContext &
         return Outcome{Exit::badFile, context.algorithmProblem,
                        "Put the image there, or name the right directory with --algorithm-dir."};
     return std::nullopt;
-}
-
-Outcome aborted(const Evidence &seen) {
-    if (seen.reportMissing)
-        return {Exit::noAnswer, with("no status report came from the programmer", seen.trouble),
-                std::string(checkConnection)};
-    if (seen.transferFailed)
-        return {Exit::noAnswer, with("a transfer to or from the programmer failed", seen.trouble),
-                std::string(checkConnection)};
-    const std::string &reason = seen.sessionFailure.empty() ? seen.trouble : seen.sessionFailure;
-    return {Exit::failed, with("the session with the programmer was broken off", reason), std::string(checkConnection)};
 }
 
 } // namespace

@@ -4,7 +4,6 @@
 
 #include "file_format.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -27,13 +26,12 @@ using RecordVisitor = std::function<void(const Record &)>;
 
 /// What is known of a file of records once it has been read.
 struct RecordMessages {
-    std::string error;        ///< ": LINE: what"; empty when it could be read to its end
-    std::string firstWarning; ///< the same, of the first thing that was odd
-    std::size_t warnings = 0;
+    std::string error;   ///< ": LINE: what"; empty when it could be read to its end
+    std::string warning; ///< the same, of the first thing that was odd
 };
 
 /// Give every record of `path` to `visit`. Whoever wants only whole files checks their end and the
-/// warnings, too.
+/// warning, too.
 [[nodiscard]] RecordMessages readRecords(FileFormat format, const std::string &path, const RecordVisitor &visit);
 
 /// Writes a file of records; it is complete when the writer ends.

@@ -2,6 +2,7 @@
 
 #include "record_file.h"
 
+#include <algorithm>
 #include <array>
 #include <boost/shared_ptr.hpp>
 #include <cstdarg>
@@ -10,6 +11,7 @@
 #include <srecord/output/file/intel.h>
 #include <srecord/quit.h>
 #include <srecord/record.h>
+#include <string_view>
 #include <utility>
 
 // The development package lacks the headers of these two classes. Nothing but their factories is
@@ -41,6 +43,14 @@ constexpr std::array kinds{
     KindRow{RecordKind::startAddress, srecord::record::type_execution_start_address},
 };
 
+/// S-records need neither; that a file is whole is seen from its end.
+constexpr std::array harmlessWarnings{"no header record", "no execution start address record"};
+
+bool isHarmless(std::string_view message) {
+    return std::any_of(harmlessWarnings.begin(), harmlessWarnings.end(),
+                       [message](const char *each) { return message.find(each) != std::string_view::npos; });
+}
+
 /// Leaves a reader that has met an error.
 struct ReadingEnds {};
 
@@ -55,8 +65,8 @@ class Quitter final : public srecord::quit {
         std::vsnprintf(text.data(), text.size(), format, arguments);
         last_ = text.data();
         if (last_.starts_with(path_)) last_.erase(0, path_.size());
-        if (last_.find("warning: ") == std::string::npos) return;
-        if (messages_.warnings++ == 0) messages_.firstWarning = last_;
+        if (messages_.warning.empty() && last_.find("warning: ") != std::string::npos && !isHarmless(last_))
+            messages_.warning = last_;
     }
 
     void exit(int /*status*/) override {

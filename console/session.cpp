@@ -105,8 +105,10 @@ RunResult Session::run(Operation operation) {
 
     std::int16_t unused = 0;
     const kx3_status status = kx3_mpu_runMpu6Prg(mpu_.get(), &unused);
-    display_.endProgress();
     Evidence &seen = current_.evidence;
+    // The plug-in takes the value back before it returns.
+    if (seen.signalledPass) display_.progress(caption_, 100);
+    display_.endProgress();
     if (status != KX3_OK) seen.callFailure = kx3_last_error();
     seen.sessionFailure = kx3_session_failure();
     showLogText(blocks_.text("MainRtstr", 0));
