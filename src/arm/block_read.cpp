@@ -21,6 +21,11 @@ constexpr int readAttempts = 2;
 constexpr Long wordMask = 0xFF;
 constexpr Long stopVerify = 1;
 
+VerifyRanges verifyRanges(const BlockArrays &blocks) {
+    return VerifyRanges::of(
+        {blocks.prgmode(0), blocks.tlength(0), blocks.bvcch(0), blocks.woption(0), blocks.pagelength(0)});
+}
+
 /// One ReadBlocks call.
 class BlockReader {
   public:
@@ -29,8 +34,7 @@ class BlockReader {
           mode_(static_cast<Integer>(driver.operation() - 2)),
           geometry_(driver.blocks(), driver.profile.readChunk,
                     verify_ ? EndRounding::largeDevices : EndRounding::never),
-          ranges_(VerifyRanges::of({driver.blocks().prgmode(0), driver.blocks().tlength(0), driver.blocks().bvcch(0),
-                                    driver.blocks().woption(0), driver.blocks().pagelength(0)})) {}
+          ranges_(verify_ ? verifyRanges(driver.blocks()) : VerifyRanges()) {}
 
     Outcome run() {
         const RunEnd end = readAllBlocks();

@@ -101,6 +101,11 @@ class CallbackSessionHost final : public SessionHost {
         return result;
     }
 
+    [[noreturn]] void raiseMissing(const char *name) const {
+        if (!callbacks_.hasSessionHost) raise(ErrorNumber::objectNotSet, u"The SessionHost was taken away");
+        raise(ErrorNumber::memberNotFound, join(u"SessionHost has no ", fromUtf8(name)));
+    }
+
     Callbacks &callbacks_;
 };
 
