@@ -60,7 +60,7 @@ class Quitter final : public srecord::quit {
   public:
     explicit Quitter(const std::string &path) : path_(path) {}
 
-    void message_v(const char *format, std::va_list arguments) override {
+    [[gnu::format(printf, 2, 0)]] void message_v(const char *format, std::va_list arguments) override {
         std::array<char, 512> text{};
         std::vsnprintf(text.data(), text.size(), format, arguments);
         last_ = text.data();

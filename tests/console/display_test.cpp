@@ -58,7 +58,7 @@ TEST(Display, RedrawsNoMoreThanNeeded) {
     });
     // At most one drawing each 50 ms; the loop takes far less than a second.
     EXPECT_LT(text.size(), std::size_t{20} * 60);
-    EXPECT_EQ(text.substr(0, 20), "\r\x1B[KProgram [........");
+    EXPECT_TRUE(text.starts_with("\r\x1B[KProgram [.......")) << text;
 }
 
 TEST(Display, MessagesStandAboveTheBar) {
