@@ -93,6 +93,19 @@ TEST(Stages, FollowTheBlockTheMarginAndTheProtection) {
     EXPECT_TRUE(rig.programmer.chip().isProtected);
 }
 
+TEST(Stages, OneVerifyPassWithoutAMargin) {
+    PacketRig rig(device(0x400, 1, 0x400, 0));
+    EXPECT_EQ(rig.sendImage(Operation::autoSequence, pattern(0x400)).stages(),
+              (std::vector<unsigned>{0x1E, 0x28, 0x32, 0x3C01, 0x46}));
+}
+
+TEST(Stages, AnAutoSequenceErasesOnlyWhatItPrograms) {
+    PacketRig rig(device(0x400, 1, 0x400, 0x100));
+    rig.programmer.chip().main.flipBit(0xFF, 0);
+    EXPECT_TRUE(rig.sendImage(Operation::autoSequence, pattern(0x300)).passed());
+    EXPECT_EQ(rig.programmer.chip().main[0xFF], 0xFE);
+}
+
 TEST(Stages, ProgressRisesAndEndsOnceAtHundred) {
     for (const char *faults : {"", "slow=1", "slow=3"}) {
         PacketRig rig(device(0x400, 1, 0x400, 0), faults);
@@ -327,10 +340,24 @@ TEST(SeededFaults, ReportsTransfersAndBits) {
     EXPECT_EQ(program("report@1:stop").event(), 0x1E);
     EXPECT_EQ(program("report@1:compare=0x12345678").address(), 0x12345678U);
 
-    PacketRig flipping(byteDevice(), "bitflip@0x123.6");
-    EXPECT_EQ(flipping.sendBlock(Operation::autoSequence, block, 0, false).address(), 0x123U)
-        << "the verify stage finds the bit";
-    EXPECT_EQ(flipping.programmer.chip().main[0x123], block[0x123] ^ 0x40);
+    PacketRig writing;
+    writing.programmer.setFaults(FaultPlan("bulkwrite@1:fail,comwrite@3:fail", 0));
+    EXPECT_EQ(writing.download(writing.algorithm), 1);
+    EXPECT_EQ(writing.download(writing.algorithm), 0);
+    EXPECT_EQ(writing.send({0x34, 0x1E}, 8), 1);
+    EXPECT_EQ(writing.send({0x34, 0x1E}, 8), 0);
+
+    // In a part of the chip, and in all of it, which an earlier image may have taken over as a whole.
+    for (const int blockAddresses : {0x400, 0x1000}) {
+        PacketRig flipping(device(0x1000, 1, blockAddresses, 0));
+        const Bytes image = pattern(0x1000);
+        EXPECT_TRUE(flipping.sendImage(Operation::autoSequence, image).passed());
+        flipping.programmer.setFaults(FaultPlan("bitflip@0x123.6", 0));
+        EXPECT_EQ(flipping.sendImage(Operation::autoSequence, image).address(), 0x123U)
+            << "the verify stage finds the bit";
+        EXPECT_EQ(flipping.programmer.chip().main[0x123], image[0x123] ^ 0x40);
+        EXPECT_TRUE(flipping.sendImage(Operation::autoSequence, image).passed()) << "it flips once";
+    }
 
     PacketRig reading(byteDevice(),
                       "bulkread@1:pending=2,bulkread@2:fail,bulkread@3:corrupt,version@1:wrong,chipid@1:wrong");
