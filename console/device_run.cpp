@@ -5,6 +5,7 @@
 #include "base/text.h"
 #include "blocks.h"
 #include "load_file.h"
+#include "platform/dynamic_library.h"
 #include "save_file.h"
 #include "session.h"
 #include "stop_request.h"
@@ -66,15 +67,24 @@ kx3sim::Options simulatorOptions(const Options &options, const Profile &profile)
     return simulator;
 }
 
+/// The plug-in would meet a missing library only in the middle of a session.
+void requireProgrammerFunctions() {
+    const kx3::platform::DynamicLibrary io("kx6io");
+    for (const char *name : {"usbcomwrite", "usbbulkwrite", "usbbulkread"})
+        static_cast<void>(io.function<void()>(name));
+    static_cast<void>(kx3::platform::DynamicLibrary("kx3io").function<void()>("datstr"));
+}
+
 /// The session host, whose errors become ours.
 std::unique_ptr<kx3sim::SessionHost> makeSessionHost(const Options &options, const Profile &profile) {
     try {
+        requireProgrammerFunctions();
         return std::make_unique<kx3sim::SessionHost>(simulatorOptions(options, profile));
     } catch (const kx3::Error &error) {
         const std::string reason = kx3::toUtf8(error.description());
         if (error.number() == kx3::ErrorNumber::invalidCall)
             throw Failure(Exit::usage, "--faults: " + reason, "The simulator's documentation lists the faults.");
-        throw Failure(Exit::noAnswer, "the programmer's I/O library cannot be used: " + reason,
+        throw Failure(Exit::noAnswer, "the programmer's I/O libraries cannot be used: " + reason,
                       "Install libkx6io.so and libkx3io.so beside the plug-in.");
     }
 }

@@ -58,6 +58,7 @@ void Display::progress(std::string_view caption, int percent) {
 }
 
 void Display::progressLine() {
+    if (percent_ + lineStep <= shownPercent_) shownPercent_ = percent_; // a new stage
     if (percent_ <= shownPercent_) return;
     const bool due = settings_.progress == ProgressMode::always ? percent_ / lineStep > shownPercent_ / lineStep
                                                                 : Clock::now() - shownAt_ >= lineInterval;

@@ -31,7 +31,7 @@ Outcome contentsDiffer(const Differences &found, const OutcomeContext &context) 
                     address, found.firstDevice, found.firstFile,
                     found.bytes == 1 ? "1 byte differs" : fmt::format("{} bytes differ", found.bytes),
                     plural(found.zeroInsteadOfOne, "bit"), plural(found.oneInsteadOfZero, "bit")),
-        found.oneInsteadOfZero > 0 ? "Program the device with this file."
+        found.oneInsteadOfZero > 0 ? "Program the device with this file; if that does not help, it is worn out."
                                    : "Erase and program the device again; if that does not help, it is worn out."};
 }
 

@@ -35,6 +35,13 @@ TEST(Display, AlwaysInAPipeWritesALineForEachTenPercent) {
     EXPECT_EQ(text, "Program 10 %\nProgram 35 %\nProgram 100 %\n");
 }
 
+TEST(Display, EachStageOfASequenceCounts) {
+    const auto text = shown({.progress = ProgressMode::always}, [](Display &display) {
+        runUp(display, {0, 95, 99, 3, 12, 11, 100});
+    });
+    EXPECT_EQ(text, "Program 95 %\nProgram 12 %\nProgram 100 %\n");
+}
+
 TEST(Display, SecondOperationStartsAgain) {
     const auto text = shown({.progress = ProgressMode::always}, [](Display &display) {
         runUp(display, {0, 50});

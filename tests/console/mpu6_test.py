@@ -442,7 +442,7 @@ def test_missing_libraries(world):
     here = pathlib.Path(world.program).parent
     for missing, code, command in [
         ("libkx6io.so", 4, f"erase {D80}"),
-        ("libkx3io.so", 1, f"erase {D80}"),
+        ("libkx3io.so", 4, f"erase {D80}"),
         ("libmpu6records.so", 1, f"program {D80} -i small.hex"),
     ]:
         there = pathlib.Path(tempfile.mkdtemp(dir=world.directory))
