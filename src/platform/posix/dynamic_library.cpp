@@ -4,6 +4,8 @@
 #include "base/text.h"
 
 #include <dlfcn.h>
+#include <filesystem>
+#include <system_error>
 
 namespace kx3::platform {
 
@@ -14,16 +16,19 @@ std::string ownFolder() {
     Dl_info info{};
     if (::dladdr(reinterpret_cast<const void *>(&standardDescription), &info) == 0 || info.dli_fname == nullptr)
         return {};
-    const std::string_view path = info.dli_fname;
-    const std::size_t separator = path.rfind('/');
-    return separator == std::string_view::npos ? std::string() : std::string(path.substr(0, separator + 1));
+    std::error_code failed;
+    const std::filesystem::path folder = std::filesystem::absolute(info.dli_fname, failed).parent_path();
+    return failed ? std::string() : folder.string() + '/';
 }
+
+/// Taken while the library is being loaded: its path may be relative to the directory of that moment.
+const std::string folderAtLoad = ownFolder();
 
 } // namespace
 
 DynamicLibrary::DynamicLibrary(std::string_view name)
     : fileName_(std::string("lib").append(name).append(".so")),
-      handle_(::dlopen((ownFolder() + fileName_).c_str(), RTLD_NOW | RTLD_LOCAL)) {
+      handle_(::dlopen((folderAtLoad + fileName_).c_str(), RTLD_NOW | RTLD_LOCAL)) {
     if (handle_ == nullptr) handle_ = ::dlopen(fileName_.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle_ == nullptr) raise(ErrorNumber::fileNotFound, join(u"File not found: ", fromUtf8(fileName_)));
 }
