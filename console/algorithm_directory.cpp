@@ -56,7 +56,7 @@ std::string problemOf(const fs::path &path) {
 
 } // namespace
 
-AlgorithmDirectory::AlgorithmDirectory(const fs::path &directory, const Profile &profile) {
+AlgorithmDirectory::AlgorithmDirectory(const fs::path &directory, const Profile &profile) : directory_(directory) {
     const Place &place = placeFor(profile);
     const auto name = [&place](const std::string &text) { return trimmed(text) + std::string(place.ending); };
     clockImage_ = fs::path(place.folder) / "clk" / name(profile.text(Field::algorithm_clock));
@@ -65,7 +65,6 @@ AlgorithmDirectory::AlgorithmDirectory(const fs::path &directory, const Profile 
 
     std::error_code error;
     before_ = fs::current_path(error);
-    directory_ = directory;
     if (directory_.empty()) makeSample();
     fs::current_path(directory_, error);
     if (!error) return;

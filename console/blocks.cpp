@@ -49,8 +49,8 @@ SharedBlocks::SharedBlocks(std::int16_t instance, std::int32_t dataBytes) : inst
 SharedBlocks::~SharedBlocks() {
     for (const Block &block : blocks_) {
         if (block.type != KX3_STRING) continue;
-        for (const std::uint32_t handle : elements<std::uint32_t>(block.root))
-            kx3_string_free(handle);
+        const auto *handles = static_cast<const std::uint32_t *>(kx3_block_data(block.memory.get()));
+        std::for_each(handles, handles + block.count, kx3_string_free);
     }
 }
 
@@ -75,7 +75,7 @@ const SharedBlocks::Block &SharedBlocks::find(std::string_view root) const {
     return *block;
 }
 
-void SharedBlocks::store(std::string_view root, std::int32_t element, std::int64_t value) {
+void SharedBlocks::store(std::string_view root, std::int32_t element, std::int64_t value) const {
     const auto at = static_cast<std::size_t>(element);
     switch (find(root).type) {
     case KX3_BYTE: elements<std::uint8_t>(root)[at] = static_cast<std::uint8_t>(value); break;
@@ -87,7 +87,7 @@ void SharedBlocks::store(std::string_view root, std::int32_t element, std::int64
     }
 }
 
-void SharedBlocks::storeText(std::string_view root, std::int32_t element, std::u16string_view text) {
+void SharedBlocks::storeText(std::string_view root, std::int32_t element, std::u16string_view text) const {
     std::uint32_t handle = 0;
     if (kx3_string_alloc(reinterpret_cast<const std::uint16_t *>(text.data()), text.size(), &handle) != KX3_OK)
         throw pluginFailure("storing a text");

@@ -34,9 +34,9 @@ class SharedBlocks {
     }
 
     /// Store a number into an element of any numeric type.
-    void store(std::string_view root, std::int32_t element, std::int64_t value);
+    void store(std::string_view root, std::int32_t element, std::int64_t value) const;
     /// Replace the text of an element of a String block.
-    void storeText(std::string_view root, std::int32_t element, std::u16string_view text);
+    void storeText(std::string_view root, std::int32_t element, std::u16string_view text) const;
     [[nodiscard]] std::u16string text(std::string_view root, std::int32_t element) const;
 
     /// Give back the pages of this view of a block. Its contents stay; the plug-in's own view holds

@@ -177,7 +177,9 @@ class DeviceRun {
         report_.outcome = judge(result.evidence, context);
         if (operation == Operation::verify) report_.differences = result.evidence.differences;
         report_.log.insert(report_.log.end(), result.log.begin(), result.log.end());
-        if (trace_) trace_->ended(exitName(report_.outcome.code));
+        if (trace_ && !trace_->ended(exitName(report_.outcome.code)))
+            display_.error(
+                fmt::format("mpu6: the trace {} is incomplete: it cannot be written", options_.trace.string()));
     }
 
     void save(OutputFile &output, FileFormat format) {
@@ -202,12 +204,12 @@ class DeviceRun {
 
 } // namespace
 
-OperationReport runOnDevice(const Options &given, const Profile &profile, Display &display) {
-    const Options options = withAbsolutePaths(given);
-    refuseSharedFiles(options);
+OperationReport runOnDevice(const Options &options, const Profile &profile, Display &display) {
+    const Options absolute = withAbsolutePaths(options);
+    refuseSharedFiles(absolute);
     const StopRequest stopRequest;
     try {
-        return DeviceRun(options, profile, display).run();
+        return DeviceRun(absolute, profile, display).run();
     } catch (const kx3::Error &error) {
         throw Failure(Exit::failed, "the simulated programmer failed: " + kx3::toUtf8(error.description()),
                       "Check the chip file and the room on its disk.");

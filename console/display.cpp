@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <utility>
 
 namespace kx3console {
 
@@ -35,11 +36,10 @@ void Display::error(std::string_view line) { write(line); }
 
 void Display::write(std::string_view line) {
     const bool redraw = barShown_;
-    clearBar();
-    std::fwrite(line.data(), 1, line.size(), stream_);
-    std::fputc('\n', stream_);
-    if (redraw) drawBar();
-    std::fflush(stream_);
+    std::string text(barEraser());
+    text.append(line).append("\n");
+    if (redraw) text += bar();
+    put(text);
 }
 
 void Display::progress(std::string_view caption, int percent) {
@@ -53,8 +53,13 @@ void Display::progress(std::string_view caption, int percent) {
     }
     if (!settings_.terminal) return progressLine();
     if (barShown_ && percent < 100 && Clock::now() - shownAt_ < redrawInterval) return;
-    drawBar();
-    std::fflush(stream_);
+    put(bar());
+}
+
+/// There is nowhere to tell that standard error cannot be written.
+void Display::put(std::string_view text) {
+    static_cast<void>(std::fwrite(text.data(), 1, text.size(), stream_));
+    static_cast<void>(std::fflush(stream_));
 }
 
 void Display::progressLine() {
@@ -68,25 +73,19 @@ void Display::progressLine() {
     write(fmt::format("{} {} %", caption_, percent_));
 }
 
-void Display::drawBar() {
-    const int filled = percent_ * barWidth / 100;
-    const std::string line =
-        fmt::format("{}{} [{:#<{}}{:.<{}}] {:>3} %", eraseLine, caption_, "", filled, "", barWidth - filled, percent_);
-    std::fwrite(line.data(), 1, line.size(), stream_);
+std::string Display::bar() {
     shownPercent_ = percent_;
     shownAt_ = Clock::now();
     barShown_ = true;
+    const int filled = percent_ * barWidth / 100;
+    return fmt::format("{}{} [{:#<{}}{:.<{}}] {:>3} %", eraseLine, caption_, "", filled, "", barWidth - filled,
+                       percent_);
 }
 
-void Display::clearBar() {
-    if (!barShown_) return;
-    std::fwrite(eraseLine.data(), 1, eraseLine.size(), stream_);
-    barShown_ = false;
-}
+std::string_view Display::barEraser() { return std::exchange(barShown_, false) ? eraseLine : std::string_view(); }
 
 void Display::endProgress() {
-    clearBar();
-    std::fflush(stream_);
+    put(barEraser());
     caption_.clear();
     percent_ = -1;
     shownPercent_ = -1;

@@ -39,8 +39,11 @@ class Display {
     using Clock = std::chrono::steady_clock;
 
     void write(std::string_view line);
-    void drawBar();
-    void clearBar();
+    void put(std::string_view text);
+    /// The progress line as it is to be drawn; it counts as shown from now on.
+    [[nodiscard]] std::string bar();
+    /// What takes the progress line away, if there is one.
+    [[nodiscard]] std::string_view barEraser();
     void progressLine();
 
     std::FILE *stream_;

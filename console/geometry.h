@@ -25,7 +25,7 @@ struct GeometryProblem {
 /// Nothing when every operation moves exactly the bytes of every block. A driver counts transfers
 /// from addresses and makes all but the last one full, so that some divisions would move too much or
 /// too little; such a device would be programmed or verified wrongly.
-[[nodiscard]] std::optional<GeometryProblem> geometryProblem(const DeviceGeometry &geometry);
+[[nodiscard]] std::optional<GeometryProblem> geometryProblem(const DeviceGeometry &device);
 
 /// Module that drives a device of this model type and selection; empty for a device that no ARM
 /// driver drives.

@@ -17,12 +17,16 @@ namespace kx3console {
 
 namespace {
 
-void print(const std::string &text) { std::fwrite(text.data(), 1, text.size(), stdout); }
+/// Failures show when everything is flushed.
+void print(const std::string &text) { static_cast<void>(std::fwrite(text.data(), 1, text.size(), stdout)); }
+
+/// There is nowhere to tell that standard error cannot be written.
+void complain(const std::string &text) { static_cast<void>(std::fputs((text + "\n").c_str(), stderr)); }
 
 /// Standard output may be a full disk.
 Exit flushed(Exit code) {
     if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return code;
-    std::fputs("mpu6: standard output cannot be written\n", stderr);
+    complain("mpu6: standard output cannot be written");
     return code == Exit::done ? Exit::failed : code;
 }
 
@@ -54,7 +58,7 @@ Exit runOperation(const Options &options) {
 
 Exit failed(const Failure &failure, bool json) {
     if (json) print(failureJson(failure));
-    std::fputs((errorText(failure.message(), failure.advice()) + "\n").c_str(), stderr);
+    complain(errorText(failure.message(), failure.advice()));
     return failure.code();
 }
 

@@ -158,8 +158,8 @@ Options parseOptions(int argc, const char *const *argv) {
     }
 
     const CLI::App *chosen = app.get_subcommands().front();
-    const auto row = std::find_if(commandTable.begin(), commandTable.end(),
-                                  [chosen](const Command &command) { return command.name == chosen->get_name(); });
+    const auto *row = std::find_if(commandTable.begin(), commandTable.end(),
+                                   [chosen](const Command &command) { return command.name == chosen->get_name(); });
     options.command = &*row;
     refuseEmptyValues(*chosen);
     takeValues(options, values, *chosen);

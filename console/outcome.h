@@ -54,6 +54,6 @@ struct OutcomeContext {
     std::string algorithmProblem; ///< what is wrong with the image, should it have been rejected
 };
 
-[[nodiscard]] Outcome judge(const Evidence &evidence, const OutcomeContext &context);
+[[nodiscard]] Outcome judge(const Evidence &seen, const OutcomeContext &context);
 
 } // namespace kx3console

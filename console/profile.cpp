@@ -43,8 +43,8 @@ std::string_view kindName(ValueKind kind) {
 }
 
 const ProfileField *findField(std::string_view key) {
-    const auto row = std::find_if(profileTable.begin(), profileTable.end(),
-                                  [key](const ProfileField &field) { return field.key == key; });
+    const auto *row = std::find_if(profileTable.begin(), profileTable.end(),
+                                   [key](const ProfileField &field) { return field.key == key; });
     return row == profileTable.end() ? nullptr : &*row;
 }
 
@@ -129,6 +129,7 @@ void refuseUnknownKeys(const Source &source, const toml::table &table) {
     for (const auto &[key, node] : table) {
         if (findField(key.str()) != nullptr) continue;
         std::vector<std::string> keys;
+        keys.reserve(profileTable.size());
         for (const ProfileField &field : profileTable)
             keys.emplace_back(field.key);
         source.fail(key.source(), fmt::format("unknown entry \"{}\"", key.str()),
@@ -143,9 +144,9 @@ std::optional<GeometryProblem> problemOfWhole(const Profile &profile) {
                                "Their sum is one byte of the signature packet."};
     for (const Field field : {Field::algorithm_clock, Field::algorithm_folder, Field::algorithm_file}) {
         const std::string &name = profile.text(field);
-        if (name.find_first_of("/\\") != std::string::npos || name.find("..") != std::string::npos)
+        if (name.find_first_of(R"(/\)") != std::string::npos || name.find("..") != std::string::npos)
             return GeometryProblem{fmt::format("algorithm name \"{}\" leads out of the algorithm folder", name),
-                                   "Give a plain name without \"/\", \"\\\" and \"..\"."};
+                                   R"(Give a plain name without "/", "\" and "..".)"};
     }
     return geometryProblem({profile.integer(Field::model_type), profile.integer(Field::selection),
                             profile.integer(Field::size), profile.integer(Field::bytes_per_address),

@@ -53,7 +53,7 @@ struct Question::Style {
             Style{33, okOrCancel, KX3_BUTTON_CANCEL},
             Style{50, abortRetryIgnore, KX3_BUTTON_ABORT},
         };
-        const auto row =
+        const auto *row =
             std::find_if(styles.begin(), styles.end(), [style](const Style &each) { return each.style == style; });
         return row == styles.end() ? styles.front() : *row;
     }

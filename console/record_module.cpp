@@ -62,7 +62,7 @@ class Quitter final : public srecord::quit {
 
     [[gnu::format(printf, 2, 0)]] void message_v(const char *format, std::va_list arguments) override {
         std::array<char, 512> text{};
-        std::vsnprintf(text.data(), text.size(), format, arguments);
+        static_cast<void>(std::vsnprintf(text.data(), text.size(), format, arguments));
         last_ = text.data();
         if (last_.starts_with(path_)) last_.erase(0, path_.size());
         if (messages_.warning.empty() && last_.find("warning: ") != std::string::npos && !isHarmless(last_))

@@ -60,7 +60,7 @@ void storeTexts(SharedBlocks &blocks, std::int32_t language) {
         store("prgnote", text);
     for (const Text &text : captions)
         store("MainmnuPrg", text);
-    for (std::int32_t i = static_cast<std::int32_t>(captions.size()); i < captionCount; ++i)
+    for (auto i = static_cast<std::int32_t>(captions.size()); i < captionCount; ++i)
         blocks.storeText("MainmnuPrg", i, u"");
 }
 

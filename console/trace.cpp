@@ -22,12 +22,12 @@ std::uint32_t checksum(std::span<const std::uint8_t> data) {
         for (std::uint32_t i = 0; i < rows.size(); ++i) {
             std::uint32_t row = i;
             for (int bit = 0; bit < 8; ++bit)
-                row = (row & 1) != 0 ? 0xEDB88320u ^ (row >> 1) : row >> 1;
+                row = (row & 1) != 0 ? 0xEDB88320U ^ (row >> 1) : row >> 1;
             rows[i] = row;
         }
         return rows;
     }();
-    std::uint32_t sum = 0xFFFFFFFFu;
+    std::uint32_t sum = 0xFFFFFFFFU;
     for (const std::uint8_t byte : data)
         sum = table[(sum ^ byte) & 0xFF] ^ (sum >> 8);
     return ~sum;
@@ -90,11 +90,11 @@ Trace::Trace(const std::filesystem::path &path)
                       "Choose another place for --trace.");
 }
 
-Trace::~Trace() { flush(); }
+Trace::~Trace() = default;
 
 void Trace::write(const std::string &line) {
-    std::fwrite(line.data(), 1, line.size(), file_.get());
-    std::fputc('\n', file_.get());
+    const std::string whole = line + "\n";
+    complete_ = std::fwrite(whole.data(), 1, whole.size(), file_.get()) == whole.size() && complete_;
 }
 
 void Trace::flush() {
@@ -168,9 +168,10 @@ void Trace::messageBox(std::string_view title, std::string_view prompt, std::int
               .dump());
 }
 
-void Trace::ended(std::string_view result) {
+bool Trace::ended(std::string_view result) {
     flush();
     write(Json{{"ended", result}}.dump());
+    return std::fflush(file_.get()) == 0 && complete_;
 }
 
 } // namespace kx3console

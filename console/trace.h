@@ -36,8 +36,8 @@ class Trace {
     void compare(const char *name, std::int32_t address, bool stops);
     void io(const kx3_io_call &call);
     void messageBox(std::string_view title, std::string_view prompt, std::int32_t style, std::int32_t button);
-    /// The plug-in's call has returned.
-    void ended(std::string_view result);
+    /// The plug-in's call has returned. False when the trace could not be written in whole.
+    [[nodiscard]] bool ended(std::string_view result);
 
   private:
     struct Pending;
@@ -46,13 +46,14 @@ class Trace {
     void write(const std::string &line);
 
     struct Close {
-        void operator()(std::FILE *file) const noexcept { std::fclose(file); }
+        void operator()(std::FILE *file) const noexcept { static_cast<void>(std::fclose(file)); }
     };
 
     std::string name_;
     std::unique_ptr<std::FILE, Close> file_;
     std::unique_ptr<Pending> pending_;
     std::uint64_t yields_ = 0;
+    bool complete_ = true;
 };
 
 } // namespace kx3console
