@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <fmt/format.h>
 #include <fstream>
+#include <utility>
 
 namespace kx3console {
 
@@ -56,7 +57,7 @@ std::string problemOf(const fs::path &path) {
 
 } // namespace
 
-AlgorithmDirectory::AlgorithmDirectory(const fs::path &directory, const Profile &profile) : directory_(directory) {
+AlgorithmDirectory::AlgorithmDirectory(fs::path directory, const Profile &profile) : directory_(std::move(directory)) {
     const Place &place = placeFor(profile);
     const auto name = [&place](const std::string &text) { return trimmed(text) + std::string(place.ending); };
     clockImage_ = fs::path(place.folder) / "clk" / name(profile.text(Field::algorithm_clock));

@@ -16,7 +16,7 @@ class AlgorithmDirectory {
     /// for the device is made, which the simulated programmer takes for any. Relative paths of other
     /// files must be made absolute before. Fails with Exit::badFile for a directory that cannot be
     /// entered.
-    AlgorithmDirectory(const std::filesystem::path &directory, const Profile &profile);
+    AlgorithmDirectory(std::filesystem::path directory, const Profile &profile);
     ~AlgorithmDirectory();
     AlgorithmDirectory(const AlgorithmDirectory &) = delete;
     AlgorithmDirectory &operator=(const AlgorithmDirectory &) = delete;

@@ -270,6 +270,7 @@ CASES = [
     Case("output is a directory", f"read {D80} -o good --format raw", 6, err="directory"),
     Case("output is a device", f"read {D80} -o /dev/null --format raw", 6, err="no regular file"),
     Case("output on the chip", f"read {D80} -o c.chip --chip c.chip --format raw", 6, err="same file"),
+    Case("trace on a full disk", f"erase {D80} --trace /dev/full", err="the trace /dev/full is incomplete"),
     Case("trace in no directory", f"erase {D80} --trace nowhere/t", 1, err="nowhere/t"),
 
     # Profiles: file, line and key.
