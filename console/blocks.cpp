@@ -138,7 +138,7 @@ void storeField(SharedBlocks &blocks, const Profile &profile, const ProfileField
 void storeProfile(SharedBlocks &blocks, const Profile &profile) {
     for (const ProfileField &field : profileTable)
         if (!field.block.empty()) storeField(blocks, profile, field);
-    blocks.store("buflength", 0, profile.dataBytes());
+    blocks.store("buflength", 0, profile.bufferBytes());
     blocks.store("wautonum", 0, static_cast<std::int64_t>(profile.bytes(Field::auto_sequence).size()));
     blocks.storeText("wtype", 0, kx3::fromUtf8(profile.name));
 

@@ -15,6 +15,8 @@ enum class Operation : std::uint8_t {
     blankCheck = 4,
     verify = 5,
     erase = 8,
+    programConfiguration = 9,
+    checkConfiguration = 10,
 };
 
 struct Command {

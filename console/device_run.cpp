@@ -4,6 +4,7 @@
 #include "base/error.h"
 #include "base/text.h"
 #include "blocks.h"
+#include "configuration.h"
 #include "load_file.h"
 #include "platform/dynamic_library.h"
 #include "save_file.h"
@@ -12,6 +13,7 @@
 #include "texts.h"
 #include "trace.h"
 
+#include <algorithm>
 #include <fmt/format.h>
 #include <optional>
 #include <unistd.h>
@@ -22,11 +24,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::size_t configurationBytes = 11;
-
 /// The options with paths that hold in every directory.
 Options withAbsolutePaths(Options options) {
-    for (fs::path *path : {&options.input, &options.output, &options.chip, &options.trace, &options.algorithmDirectory})
+    for (fs::path *path :
+         {&options.input, &options.output, &options.eeprom, &options.chip, &options.trace, &options.algorithmDirectory})
         if (!path->empty()) *path = fs::absolute(*path);
     return options;
 }
@@ -37,8 +38,11 @@ void refuseSharedFiles(const Options &options) {
         std::string_view option;
         const fs::path &path;
     };
-    const Part parts[] = {
-        {"--input", options.input}, {"--output", options.output}, {"--chip", options.chip}, {"--trace", options.trace}};
+    const Part parts[] = {{"--input", options.input},
+                          {"--output", options.output},
+                          {"--eeprom", options.eeprom},
+                          {"--chip", options.chip},
+                          {"--trace", options.trace}};
     for (const Part &left : parts)
         for (const Part &right : parts)
             if (left.option < right.option && !left.path.empty() && !right.path.empty() &&
@@ -49,10 +53,10 @@ void refuseSharedFiles(const Options &options) {
                     "Give each a file of its own.");
 }
 
-FileFormat outputFormat(const Options &options) {
+FileFormat outputFormat(const Options &options, const fs::path &path) {
     if (options.format) return *options.format;
-    if (const auto format = formatFromEnding(options.output)) return *format;
-    throw Failure(Exit::usage, fmt::format("the ending of {} names no load file format", options.output.string()),
+    if (const auto format = formatFromEnding(path)) return *format;
+    throw Failure(Exit::usage, fmt::format("the ending of {} names no load file format", path.string()),
                   "Say which one with --format ihex, srec or raw.");
 }
 
@@ -64,6 +68,7 @@ kx3sim::Options simulatorOptions(const Options &options, const Profile &profile)
     simulator.firmwareVersion = static_cast<kx3::Byte>(profile.integer(Field::firmware_version));
     simulator.faults = options.faults;
     simulator.seed = options.seed;
+    simulator.eepromBytes = static_cast<kx3::Long>(profile.integer(Field::eeprom_size));
     return simulator;
 }
 
@@ -89,34 +94,68 @@ std::unique_ptr<kx3sim::SessionHost> makeSessionHost(const Options &options, con
     }
 }
 
+/// What the command line asks of this device must be possible before anything is touched.
+void refuseImpossible(const Options &options, const Profile &profile) {
+    if (!options.eeprom.empty() && profile.integer(Field::eeprom_size) == 0)
+        throw Failure(Exit::usage, fmt::format("--eeprom: {} has no EEPROM", profile.name),
+                      "Leave --eeprom out, or choose the right device.");
+    const auto sequence = profile.bytes(Field::auto_sequence);
+    const bool runsSequence = options.command->operation == Operation::automatic && profile.isHostDriven();
+    const auto configures = static_cast<std::uint8_t>(Operation::programConfiguration);
+    if (runsSequence && !options.configuration.empty() && !sequence.empty() &&
+        std::find(sequence.begin(), sequence.end(), configures) == sequence.end())
+        throw Failure(Exit::usage,
+                      fmt::format("the automatic sequence of {} programs no configuration bytes", profile.name),
+                      fmt::format("Add operation {} to auto_sequence in its profile, or use `mpu6 program`.",
+                                  static_cast<int>(configures)));
+}
+
+/// A file that a read writes, and its format.
+struct Output {
+    Output(const Options &options, const fs::path &path) : format(outputFormat(options, path)), file(path) {}
+
+    FileFormat format;
+    OutputFile file;
+};
+
 /// Everything that a command's operations share.
 class DeviceRun {
   public:
     DeviceRun(const Options &options, const Profile &profile, Display &display)
         : options_(options), profile_(profile), display_(display), base_(unsignedOf(profile.integer(Field::load_base))),
           host_(makeSessionHost(options, profile)), blocks_(options.instance ? *options.instance : freeInstance(),
-                                                            static_cast<std::int32_t>(profile.dataBytes())) {
+                                                            static_cast<std::int32_t>(profile.bufferBytes())) {
         report_.device = profile.name;
     }
 
     OperationReport run() {
-        const bool saves = options_.command->needsOutput;
-        const FileFormat format = saves ? outputFormat(options_) : FileFormat::raw;
-        std::optional<OutputFile> output;
-        if (saves) output.emplace(options_.output);
+        const auto changes = configurationChanges(options_.configuration, profile_);
+        std::optional<Output> output;
+        std::optional<Output> eepromOutput;
+        if (options_.command->needsOutput) {
+            output.emplace(options_, options_.output);
+            if (!options_.eeprom.empty()) eepromOutput.emplace(options_, options_.eeprom);
+        }
         if (!options_.trace.empty()) trace_.emplace(options_.trace);
         storeProfile(blocks_, profile_);
         storeTexts(blocks_, options_.language);
         {
-            const Session::Settings settings{mayAsk(), usesChipFile(), trace_ ? &*trace_ : nullptr};
+            const Session::Settings settings{mayAsk(), options_.answers, usesChipFile(), profile_.isHostDriven(),
+                                             trace_ ? &*trace_ : nullptr};
             Session session(blocks_, *host_, display_, settings);
             session.initialiseConfiguration();
             storeConfiguration(blocks_, profile_);
+            for (const auto &[offset, value] : changes)
+                configuration()[offset] = value;
             load();
+            loadEeprom();
             blocks_.releasePages("ibuffer");
             runOperations(session);
         }
-        if (output && report_.outcome.code == Exit::done) save(*output, format);
+        if (report_.outcome.code != Exit::done) return std::move(report_);
+        if (!changes.empty()) noteConfiguration();
+        if (output) save(*output);
+        if (eepromOutput) saveEeprom(*eepromOutput);
         return std::move(report_);
     }
 
@@ -132,6 +171,14 @@ class DeviceRun {
     }
     [[nodiscard]] std::span<std::uint8_t> image() const {
         return blocks_.elements<std::uint8_t>("ibuffer").first(static_cast<std::size_t>(profile_.dataBytes()));
+    }
+    [[nodiscard]] std::span<std::uint8_t> configuration() const {
+        return blocks_.elements<std::uint8_t>("ibuffer").subspan(image().size(), configurationBytesOf(profile_));
+    }
+    [[nodiscard]] std::span<std::uint8_t> eeprom() const {
+        return blocks_.elements<std::uint8_t>("ibuffer").subspan(
+            image().size() + configurationBytesOf(profile_),
+            static_cast<std::size_t>(profile_.integer(Field::eeprom_size)));
     }
 
     void load() {
@@ -155,25 +202,56 @@ class DeviceRun {
                 fmt::format("Left out {} bytes outside the device: {}", loaded.outside.size(), report_.outside));
     }
 
+    /// The EEPROM's image is erased bytes where the file has none.
+    void loadEeprom() {
+        if (options_.eeprom.empty() || !options_.command->needsInput) return;
+        const LoadResult loaded = loadFile({options_.eeprom, options_.format, 0, {}, false}, eeprom());
+        report_.eeprom = options_.eeprom.filename().string();
+        display_.detail(
+            fmt::format("Loaded {} bytes of EEPROM from {}", loaded.inside.size(), options_.eeprom.string()));
+    }
+
     [[nodiscard]] bool verifies() const { return options_.command->operation == Operation::verify; }
 
     void runOperations(Session &session) {
-        const AlgorithmDirectory directory(options_.algorithmDirectory, profile_);
-        if (options_.algorithmDirectory.empty()) display_.detail("Using a sample algorithm image.");
+        std::optional<AlgorithmDirectory> directory;
+        if (!profile_.isHostDriven()) {
+            directory.emplace(options_.algorithmDirectory, profile_);
+            if (options_.algorithmDirectory.empty()) display_.detail("Using a sample algorithm image.");
+        }
         if (options_.chip.empty()) display_.detail("The simulated chip is not kept; --chip FILE keeps one.");
-        runOperation(session, directory, options_.command->operation);
-        if (!options_.verify || report_.outcome.code != Exit::done) return;
-        runOperation(session, directory, Operation::verify);
-        report_.verified = report_.outcome.code == Exit::done;
+        for (const Operation operation : operations()) {
+            runOperation(session, directory, operation);
+            if (report_.outcome.code != Exit::done) return;
+        }
+        report_.verified = options_.verify;
     }
 
-    void runOperation(Session &session, const AlgorithmDirectory &directory, Operation operation) {
+    /// The command's operations. Configuration bytes are an operation of their own, unless the whole
+    /// sequence runs.
+    [[nodiscard]] std::vector<Operation> operations() const {
+        const bool programs = options_.command->operation == Operation::program;
+        const bool configures = !options_.configuration.empty();
+        std::vector<Operation> list{options_.command->operation};
+        if (programs && configures) list.push_back(Operation::programConfiguration);
+        if (options_.verify) list.push_back(Operation::verify);
+        if ((options_.verify || verifies()) && configures) list.push_back(Operation::checkConfiguration);
+        return list;
+    }
+
+    void runOperation(Session &session, const std::optional<AlgorithmDirectory> &directory, Operation operation) {
         if (StopRequest::pending()) throw Failure(Exit::stopped, "stopped before the operation began");
         if (trace_) trace_->operation(static_cast<int>(operation), profile_.name);
         RunResult result = session.run(operation);
         host_->saveChip();
-        OutcomeContext context{operation, profile_.integer(Field::bytes_per_address), base_, {}};
-        if (!result.evidence.algorithmLoaded) context.algorithmProblem = directory.problem();
+        OutcomeContext context{operation,
+                               profile_.integer(Field::bytes_per_address),
+                               base_,
+                               profile_.dataBytes(),
+                               static_cast<std::int64_t>(configurationBytesOf(profile_)),
+                               profile_.integer(Field::family),
+                               {}};
+        if (directory && !result.evidence.algorithmLoaded) context.algorithmProblem = directory->problem();
         report_.outcome = judge(result.evidence, context);
         if (operation == Operation::verify) report_.differences = result.evidence.differences;
         report_.log.insert(report_.log.end(), result.log.begin(), result.log.end());
@@ -182,14 +260,23 @@ class DeviceRun {
                 fmt::format("mpu6: the trace {} is incomplete: it cannot be written", options_.trace.string()));
     }
 
-    void save(OutputFile &output, FileFormat format) {
-        report_.output = output.path().filename().string();
-        report_.format = formatName(format);
-        const auto configuration =
-            blocks_.elements<std::uint8_t>("ibuffer").subspan(image().size(), configurationBytes);
-        report_.configuration.assign(configuration.begin(), configuration.end());
-        saveFile(output, format, base_, image());
-        display_.detail(fmt::format("Wrote {}", output.path().string()));
+    void noteConfiguration() { report_.configuration.assign(configuration().begin(), configuration().end()); }
+
+    void save(Output &output) {
+        report_.output = output.file.path().filename().string();
+        report_.format = formatName(output.format);
+        noteConfiguration();
+        write(output, base_, image());
+    }
+
+    void saveEeprom(Output &output) {
+        report_.eeprom = output.file.path().filename().string();
+        write(output, 0, eeprom());
+    }
+
+    void write(Output &output, std::uint64_t base, std::span<std::uint8_t> bytes) {
+        saveFile(output.file, output.format, base, bytes);
+        display_.detail(fmt::format("Wrote {}", output.file.path().string()));
     }
 
     const Options &options_;
@@ -207,6 +294,7 @@ class DeviceRun {
 OperationReport runOnDevice(const Options &options, const Profile &profile, Display &display) {
     const Options absolute = withAbsolutePaths(options);
     refuseSharedFiles(absolute);
+    refuseImpossible(absolute, profile);
     const StopRequest stopRequest;
     try {
         return DeviceRun(absolute, profile, display).run();

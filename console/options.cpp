@@ -19,6 +19,7 @@ struct NamedValues {
     std::string language = "en";
     std::string progress = "auto";
     std::string base;
+    std::string onWrongId;
     int instance = 0;
 };
 
@@ -44,9 +45,41 @@ void addFileOptions(CLI::App &app, Options &options, NamedValues &values, const 
         app.add_option("-o,--output", options.output, "file to write; it is replaced only when all is well")
             ->required()
             ->type_name("FILE");
+    app.add_option("--eeprom", options.eeprom,
+                   command.needsInput
+                       ? "load file of the EEPROM, from address 0 on; without it the EEPROM is erased bytes"
+                       : "file to write the EEPROM into")
+        ->type_name("FILE");
     app.add_option("--format", values.format, "ihex, srec or raw; told from the content or the file name when left out")
         ->type_name("NAME");
     app.add_option("--base", values.base, "load address of the first byte of a raw file")->type_name("ADDRESS");
+}
+
+void addConfigurationOptions(CLI::App &app, Options &options) {
+    app.add_option(
+           "--fuse", options.configuration.fuses,
+           "configuration byte by its name (low, high, extended, lock, ...) or offset, such as low=0xFF; may be "
+           "repeated; the device's defaults when left out")
+        ->type_name("NAME=VALUE")
+        ->expected(1)
+        ->take_all();
+    app.add_option("--config-bytes", options.configuration.bytes,
+                   "configuration bytes from the first one on, in hexadecimal: FF DE FD")
+        ->type_name("HEX")
+        ->expected(1, 16);
+}
+
+void addQuestionOptions(CLI::App &app, Options &options, NamedValues &values) {
+    app.add_flag("-y,--yes", options.neverAsk,
+                 "never ask: go on with a device that is not blank; other questions get their safe answer");
+    app.add_option("--on-wrong-id", values.onWrongId,
+                   "abort, retry or ignore when the chip's identifier is not the device's; asked when left out")
+        ->check(CLI::IsMember({"abort", "retry", "ignore"}))
+        ->type_name("WHAT");
+    app.add_option("--retries", options.answers.retries, "how often --on-wrong-id retry tries again before it aborts")
+        ->check(CLI::Range(0, 1000))
+        ->capture_default_str()
+        ->type_name("N");
 }
 
 void addRunOptions(CLI::App &app, Options &options, NamedValues &values) {
@@ -62,7 +95,7 @@ void addRunOptions(CLI::App &app, Options &options, NamedValues &values) {
         ->type_name("WHEN");
     app.add_option("--trace", options.trace, "write every outside call into this file, one JSON object a line")
         ->type_name("FILE");
-    app.add_flag("-y,--yes", options.neverAsk, "never ask: questions get their safe answer");
+    addQuestionOptions(app, options, values);
 }
 
 void addCommonOptions(CLI::App &app, Options &options) {
@@ -87,6 +120,12 @@ std::string footer() {
 ProgressMode progressMode(const std::string &name) {
     if (name == "always") return ProgressMode::always;
     return name == "never" ? ProgressMode::never : ProgressMode::automatic;
+}
+
+std::optional<WrongId> wrongIdAnswer(const std::string &name) {
+    if (name.empty()) return std::nullopt;
+    if (name == "retry") return WrongId::retry;
+    return name == "ignore" ? WrongId::ignore : WrongId::abort;
 }
 
 FileFormat requireFormat(const std::string &name) {
@@ -117,6 +156,8 @@ void takeValues(Options &options, const NamedValues &values, const CLI::App &cho
     if (!values.base.empty()) options.base = requireAddress(values.base);
     options.language = requireLanguage(values.language);
     options.progress = progressMode(values.progress);
+    options.answers.onWrongId = wrongIdAnswer(values.onWrongId);
+    options.answers.goOn = options.neverAsk;
     const CLI::Option *instance = chosen.get_option_no_throw("--instance");
     if (instance != nullptr && instance->count() > 0) options.instance = static_cast<std::int16_t>(values.instance);
 }
@@ -143,6 +184,7 @@ Options parseOptions(int argc, const char *const *argv) {
         sub.footer(fmt::format("\nExample:\n  {}", command.example));
         if (command.runs) addDeviceOptions(sub, options);
         if (command.needsInput || command.needsOutput) addFileOptions(sub, options, values, command);
+        if (command.needsInput) addConfigurationOptions(sub, options);
         if (command.operation == Operation::program && command.runs)
             sub.add_flag("--verify", options.verify, "compare the device with the load file afterwards");
         if (command.runs) addRunOptions(sub, options, values);

@@ -2,7 +2,9 @@
 #pragma once
 
 #include "commands.h"
+#include "configuration.h"
 #include "file_format.h"
+#include "prepared_answers.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -26,6 +28,8 @@ struct Options {
     std::optional<std::uint64_t> base; ///< load address of a raw file's first byte
     bool skipOutside = false;
     bool verify = false;
+    std::filesystem::path eeprom; ///< read from or written to, like input and output
+    ConfigurationTexts configuration;
 
     std::filesystem::path chip;
     std::filesystem::path algorithmDirectory;
@@ -38,6 +42,7 @@ struct Options {
     bool json = false;
     std::filesystem::path trace;
     bool neverAsk = false;
+    AnswerSettings answers;
     bool quiet = false;
     bool verbose = false;
 };

@@ -1,5 +1,7 @@
 #include "outcome.h"
 
+#include "configuration.h"
+
 #include <fmt/format.h>
 
 namespace kx3console {
@@ -10,6 +12,8 @@ namespace {
 constexpr std::uint8_t resultPassed = 0;
 constexpr std::uint8_t resultFailed = 1;
 constexpr std::uint8_t resultStopped = 2;
+/// The host knows no such operation.
+constexpr std::uint8_t resultUnknownOperation = 3;
 
 constexpr std::string_view checkConnection = "Check the programmer, its connection and the device in the socket.";
 
@@ -22,17 +26,26 @@ std::string plural(std::uint64_t count, std::string_view one) {
     return fmt::format("{} {}{}", count, one, count == 1 ? "" : "s");
 }
 
+/// What lies at an address of the device buffer.
+std::string placeInDevice(std::int64_t address, const OutcomeContext &context) {
+    if (address < context.dataBytes)
+        return fmt::format("address 0x{:X}", context.loadBase + static_cast<std::uint64_t>(address));
+    const std::int64_t behindData = address - context.dataBytes;
+    if (behindData < context.configurationBytes)
+        return fmt::format("configuration byte {}",
+                           configurationName(context.family, static_cast<std::size_t>(behindData)));
+    return fmt::format("EEPROM address 0x{:X}", behindData - context.configurationBytes);
+}
+
 Outcome contentsDiffer(const Differences &found, const OutcomeContext &context) {
-    const std::uint64_t address = context.loadBase + static_cast<std::uint64_t>(found.firstAddress);
-    return {
-        Exit::differs,
-        fmt::format("the device differs from the load file: first at address 0x{:X}, device 0x{:02X}, file 0x{:02X}; "
-                    "{} in all, {} 0 instead of 1, {} 1 instead of 0",
-                    address, found.firstDevice, found.firstFile,
-                    found.bytes == 1 ? "1 byte differs" : fmt::format("{} bytes differ", found.bytes),
-                    plural(found.zeroInsteadOfOne, "bit"), plural(found.oneInsteadOfZero, "bit")),
-        found.oneInsteadOfZero > 0 ? "Program the device with this file; if that does not help, it is worn out."
-                                   : "Erase and program the device again; if that does not help, it is worn out."};
+    return {Exit::differs,
+            fmt::format("the device differs from the load file: first at {}, device 0x{:02X}, file 0x{:02X}; "
+                        "{} in all, {} 0 instead of 1, {} 1 instead of 0",
+                        placeInDevice(found.firstAddress, context), found.firstDevice, found.firstFile,
+                        found.bytes == 1 ? "1 byte differs" : fmt::format("{} bytes differ", found.bytes),
+                        plural(found.zeroInsteadOfOne, "bit"), plural(found.oneInsteadOfZero, "bit")),
+            found.oneInsteadOfZero > 0 ? "Program the device with this file; if that does not help, it is worn out."
+                                       : "Erase and program the device again; if that does not help, it is worn out."};
 }
 
 /// What a compare event of the programmer says.
@@ -69,8 +82,18 @@ Outcome aborted(const Evidence &seen) {
     return {Exit::failed, with("the session with the programmer was broken off", reason), std::string(checkConnection)};
 }
 
+/// A step that the host carried out itself.
+Outcome stepFailure(const Evidence &seen) {
+    if (seen.step == Operation::blankCheck)
+        return {Exit::differs, "the device is not blank",
+                "Erase the device; an automatic sequence goes on all the same with --yes."};
+    return {Exit::failed, with(fmt::format("step {} failed", seen.stepName), seen.trouble),
+            "Erase the device and try again; if that does not help, it is protected or worn out."};
+}
+
 Outcome failure(const Evidence &seen, const OutcomeContext &context) {
     if (seen.differences.bytes > 0) return contentsDiffer(seen.differences, context);
+    if (seen.step) return stepFailure(seen);
     if (seen.lastReport && seen.lastReport->event != 0) return reportedFailure(*seen.lastReport, context, seen.trouble);
     if (seen.transferFailed) return aborted(seen);
     return {Exit::failed, with("the operation failed", seen.trouble), "The log says where."};
@@ -100,7 +123,7 @@ std::optional<Outcome> refusedStart(const Evidence &seen, const OutcomeContext &
                        with("the device cannot be prepared", seen.trouble),
                        seen.chipFileUsed ? "Give the chip file of this device, or a new name for a blank chip."
                                          : std::string(checkConnection)};
-    if (!seen.algorithmLoaded && seen.sessionFailure.empty())
+    if (!seen.hostDriven && !seen.algorithmLoaded && seen.sessionFailure.empty())
         return Outcome{Exit::badFile, context.algorithmProblem,
                        "Put the image there, or name the right directory with --algorithm-dir."};
     return std::nullopt;
@@ -110,7 +133,13 @@ std::optional<Outcome> refusedStart(const Evidence &seen, const OutcomeContext &
 
 Outcome judge(const Evidence &seen, const OutcomeContext &context) {
     if (auto refused = refusedStart(seen, context)) return *std::move(refused);
-    if (seen.resultCode == resultStopped) return stopped(seen);
+    if (seen.resultCode == resultUnknownOperation && seen.step)
+        return {Exit::failed,
+                fmt::format("the device's automatic sequence has operation {}, which does not exist",
+                            static_cast<int>(*seen.step)),
+                "Correct auto_sequence in its profile."};
+    // An abort of the identifier test leaves no result code when the host drives the device.
+    if (seen.resultCode == resultStopped || seen.identityQuestion) return stopped(seen);
     if (seen.differences.bytes > 0 || seen.resultCode == resultFailed) return failure(seen, context);
     if (seen.signalledPass && seen.resultCode == resultPassed) return {};
     return aborted(seen);

@@ -29,6 +29,7 @@ struct Evidence {
     bool startRefused = false;
     bool deviceRefused = false;
     bool chipFileUsed = false; ///< and nothing else that makes a preparation fail
+    bool hostDriven = false;   ///< the host carried the operation out itself, without an algorithm image
     bool algorithmLoaded = false;
     bool reportMissing = false;
     bool transferFailed = false;
@@ -37,6 +38,8 @@ struct Evidence {
     bool signalledPass = false;
     std::uint8_t resultCode = 0;
     std::optional<StatusReport> lastReport;
+    std::optional<Operation> step; ///< that the host carried out last
+    std::string stepName;
     Differences differences;
 };
 
@@ -51,6 +54,9 @@ struct OutcomeContext {
     Operation operation;
     std::int64_t bytesPerAddress;
     std::uint64_t loadBase;
+    std::int64_t dataBytes;          ///< configuration bytes lie behind them in the device buffer,
+    std::int64_t configurationBytes; ///< the EEPROM behind these
+    std::int64_t family;
     std::string algorithmProblem; ///< what is wrong with the image, should it have been rejected
 };
 

@@ -148,24 +148,33 @@ std::optional<GeometryProblem> problemOfWhole(const Profile &profile) {
             return GeometryProblem{fmt::format("algorithm name \"{}\" leads out of the algorithm folder", name),
                                    R"(Give a plain name without "/", "\" and "..".)"};
     }
+    if (profile.integer(Field::eeprom_size) > 0 && !profile.isHostDriven())
+        return GeometryProblem{"the drivers of ARM devices know no EEPROM",
+                               "Leave eeprom_size out, or choose the model type of a device that the host drives."};
     return geometryProblem({profile.integer(Field::model_type), profile.integer(Field::selection),
                             profile.integer(Field::size), profile.integer(Field::bytes_per_address),
                             profile.integer(Field::block_size)});
 }
 
+void requireEntries(const Source &source, const toml::key &name, const toml::table &table, Required required) {
+    for (const ProfileField &field : profileTable)
+        if (field.required == required && table.get(field.key) == nullptr)
+            source.fail(name.source(), fmt::format("device {} has no entry \"{}\"", name.str(), field.key),
+                        fmt::format("Add {} = ...: {}.", field.key, field.meaning));
+}
+
 Profile readProfile(const Source &source, const toml::key &name, const toml::table &table) {
     refuseUnknownKeys(source, table);
+    requireEntries(source, name, table, Required::always);
     Profile profile;
     profile.name = name.str();
     profile.place = source.at(name.source());
     for (const ProfileField &field : profileTable) {
         const toml::node *node = table.get(field.key);
-        if (node == nullptr && field.required)
-            source.fail(name.source(), fmt::format("device {} has no entry \"{}\"", profile.name, field.key),
-                        fmt::format("Add {} = ...: {}.", field.key, field.meaning));
         profile.values[static_cast<std::size_t>(field.field)] =
             node == nullptr ? standardValue(field) : FieldReader(source, field, *node).read();
     }
+    if (!profile.isHostDriven()) requireEntries(source, name, table, Required::withArmDriver);
     if (const auto problem = problemOfWhole(profile))
         throw Failure(Exit::badFile, fmt::format("{}: device {}: {}", profile.place, profile.name, problem->message),
                       problem->advice);
@@ -182,6 +191,8 @@ toml::table parse(std::string_view text, const std::string &file) {
 }
 
 } // namespace
+
+bool Profile::isHostDriven() const { return driverName(integer(Field::model_type), integer(Field::selection)).empty(); }
 
 void ProfileStore::add(std::string_view text, const std::string &file) {
     const Source source{file};

@@ -26,8 +26,12 @@ struct Profile {
     [[nodiscard]] std::span<const std::uint8_t> bytes(Field field) const {
         return std::get<std::vector<std::uint8_t>>(value(field));
     }
-    /// Bytes of the device data: the value of `buflength`(0).
+    /// Bytes of the device's main memory.
     [[nodiscard]] std::int64_t dataBytes() const { return integer(Field::size) * integer(Field::bytes_per_address); }
+    /// Bytes of all its memories: the value of `buflength`(0).
+    [[nodiscard]] std::int64_t bufferBytes() const { return dataBytes() + integer(Field::eeprom_size); }
+    /// No driver of the plug-in runs its operations: it announces them, and the host carries them out.
+    [[nodiscard]] bool isHostDriven() const;
 
   private:
     [[nodiscard]] const FieldValue &value(Field field) const { return values[static_cast<std::size_t>(field)]; }

@@ -62,10 +62,9 @@ struct Question::Style {
 Question::Question(std::string_view title, std::string_view prompt, std::int32_t style)
     : title_(title), prompt_(prompt), style_(Style::of(style)) {}
 
-std::int32_t Question::safeAnswer() const { return style_.safe; }
 bool Question::hasChoice() const { return style_.answers.size() > 1; }
 
-std::int32_t Question::ask(Display &display, bool mayAsk) const {
+std::int32_t Question::ask(Display &display, bool mayAsk, std::optional<std::int32_t> prepared) const {
     std::string lines(prompt_);
     std::replace(lines.begin(), lines.end(), '\r', '\n');
     display.error(title_.empty() ? lines : fmt::format("{}: {}", title_, lines));
@@ -80,14 +79,15 @@ std::int32_t Question::ask(Display &display, bool mayAsk) const {
         return std::find_if(style_.answers.begin(), style_.answers.end(),
                             [typed](const Answer &answer) { return meant(typed, answer.name); });
     };
-    if (mayAsk) {
+    if (mayAsk && !prepared) {
         display.error(choices + "?");
         if (const auto answer = chosen(readAnswer()); answer != style_.answers.end()) return answer->button;
     }
-    const auto safe = std::find_if(style_.answers.begin(), style_.answers.end(),
-                                   [this](const Answer &answer) { return answer.button == style_.safe; });
-    display.error(fmt::format("Answered: {}", safe->name));
-    return style_.safe;
+    const std::int32_t button = prepared.value_or(style_.safe);
+    const auto given = std::find_if(style_.answers.begin(), style_.answers.end(),
+                                    [button](const Answer &answer) { return answer.button == button; });
+    if (given != style_.answers.end()) display.error(fmt::format("Answered: {}", given->name));
+    return button;
 }
 
 } // namespace kx3console

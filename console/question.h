@@ -4,6 +4,7 @@
 #include "display.h"
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace kx3console {
@@ -14,12 +15,11 @@ class Question {
     /// `style` as in kx3_ui: 0 or 64 OK, 33 OK and Cancel, 50 Abort, Retry and Ignore.
     Question(std::string_view title, std::string_view prompt, std::int32_t style);
 
-    [[nodiscard]] std::int32_t safeAnswer() const;
     /// Whether there is something to decide.
     [[nodiscard]] bool hasChoice() const;
-    /// Show the box. With `mayAsk` read the answer from standard input, otherwise, and when there is
-    /// no answer, take the safe one. Gives a button, KX3_BUTTON_....
-    [[nodiscard]] std::int32_t ask(Display &display, bool mayAsk) const;
+    /// Show the box and give a button, KX3_BUTTON_...: the prepared answer; without one, with `mayAsk`,
+    /// the answer from standard input; otherwise, and when there is none, the safe one.
+    [[nodiscard]] std::int32_t ask(Display &display, bool mayAsk, std::optional<std::int32_t> prepared = {}) const;
 
   private:
     struct Style;

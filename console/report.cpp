@@ -65,12 +65,17 @@ std::string resultText(const Command &command, const OperationReport &report) {
                            report.format);
         break;
     case Operation::read:
-        text = fmt::format("Read {} bytes of {} into {} ({}).\nConfiguration bytes: {:02X}", report.bytes,
-                           report.device, report.output, report.format, fmt::join(report.configuration, " "));
+        text =
+            fmt::format("Read {} bytes of {} into {} ({}).", report.bytes, report.device, report.output, report.format);
         break;
     case Operation::erase: text = fmt::format("Erased {}.", report.device); break;
     case Operation::blankCheck: text = fmt::format("{} is blank.", report.device); break;
+    case Operation::programConfiguration:
+    case Operation::checkConfiguration: break; // no commands of their own
     }
+    if (!report.configuration.empty())
+        text += fmt::format("\nConfiguration bytes: {:02X}", fmt::join(report.configuration, " "));
+    if (!report.eeprom.empty()) text += fmt::format("\nEEPROM: {}", report.eeprom);
     if (!report.outside.empty()) text += fmt::format("\nLeft out, outside the device: {}", report.outside);
     return text + "\n";
 }
@@ -85,6 +90,7 @@ std::string resultJson(const Command &command, const OperationReport &report) {
     if (report.bytes != 0) json["bytes"] = report.bytes;
     if (!report.outside.empty()) json["outside"] = report.outside;
     if (!report.configuration.empty()) json["configuration"] = report.configuration;
+    if (!report.eeprom.empty()) json["eeprom"] = report.eeprom;
     if (report.differences) json["differences"] = differencesJson(*report.differences);
     json["log"] = report.log;
     if (report.outcome.code != Exit::done) json["error"] = errorJson(report.outcome.message, report.outcome.advice);

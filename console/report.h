@@ -22,7 +22,8 @@ struct OperationReport {
     std::string format;                      ///< of input or output
     std::uint64_t bytes = 0;                 ///< of the load file in the device, or of the device
     std::string outside;                     ///< load file addresses left out
-    std::vector<std::uint8_t> configuration; ///< bytes that a read brought
+    std::vector<std::uint8_t> configuration; ///< bytes that a read brought, or that went into the device
+    std::string eeprom;                      ///< file of the EEPROM
     bool verified = false;
     Outcome outcome;
     std::optional<Differences> differences;

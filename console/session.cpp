@@ -60,8 +60,11 @@ void Session::Release::operator()(kx3_mpu *mpu) const noexcept {
 Session::Session(SharedBlocks &blocks, kx3sim::SessionHost &host, Display &display, const Settings &settings)
     : blocks_(blocks), host_(host), display_(display), settings_(settings),
       result_(blocks.elements<std::uint8_t>("prgresult")), mode_(blocks.elements<std::uint8_t>("prgmode")),
-      logText_(blocks.elements<std::uint32_t>("MainRtstr")), calls_{host, blocks.elements<std::uint8_t>("ibuf1"),
-                                                                    current_.evidence, settings.trace} {
+      logText_(blocks.elements<std::uint32_t>("MainRtstr")),
+      announcements_(
+          {result_, mode_, blocks.elements<std::uint8_t>("wautonum"), blocks.elements<std::uint8_t>("autoprg")}),
+      answers_(settings.answers), calls_{host, blocks.elements<std::uint8_t>("ibuf1"), current_.evidence,
+                                         settings.trace} {
     host_.setBlocks(hostBlocks(blocks_));
 
     kx3_ui ui{};
@@ -95,6 +98,9 @@ void Session::initialiseConfiguration() {
 RunResult Session::run(Operation operation) {
     current_ = {};
     current_.evidence.chipFileUsed = settings_.chipFileUsed;
+    current_.evidence.hostDriven = settings_.hostDriven;
+    announcements_.restart();
+    answers_.restart();
     const auto number = static_cast<std::uint8_t>(operation);
     caption_ = kx3::toUtf8(blocks_.text("MainmnuPrg", number));
     result_[resultCode] = 0;
@@ -124,16 +130,37 @@ kx3_status Session::yield(void *context) {
 }
 
 void Session::duringYield() {
-    if (settings_.trace != nullptr) settings_.trace->yield();
+    const auto announced = settings_.hostDriven ? announcements_.take() : std::nullopt;
+    if (settings_.trace != nullptr && !announced) settings_.trace->yield();
     host_.duringYield();
-    if (StopRequest::pending()) {
-        if (!std::exchange(current_.evidence.stopRequested, true)) display_.message("Stopping; please wait.");
-        // A transfer's result may have overwritten an earlier request.
-        result_[resultCode] = resultStopped;
-    }
+    if (announced)
+        carryOut(*announced);
+    else if (StopRequest::pending())
+        requestStop();
     if (++yields_ % releaseInterval == 0) blocks_.releasePages("ibuffer");
     showLog();
     display_.progress(caption_, mode_[progressValue]);
+}
+
+void Session::requestStop() {
+    if (!std::exchange(current_.evidence.stopRequested, true)) display_.message("Stopping; please wait.");
+    // A transfer's result may have overwritten an earlier request.
+    result_[resultCode] = resultStopped;
+}
+
+/// Carry out a step that the plug-in has announced, unless a stop is asked for: the steps before have
+/// been finished, and this one has not begun.
+void Session::carryOut(std::uint8_t operation) {
+    Evidence &seen = current_.evidence;
+    seen.step = static_cast<Operation>(operation);
+    seen.stepName = kx3::toUtf8(blocks_.text("MainmnuPrg", operation));
+    caption_ = seen.stepName;
+    showLog();
+    if (StopRequest::pending())
+        requestStop();
+    else
+        host_.carryOut(operation);
+    if (settings_.trace != nullptr) settings_.trace->carriedOut(operation, seen.stepName, result_[resultCode]);
 }
 
 /// Show what the log has got since the last time.
@@ -166,8 +193,9 @@ kx3_status Session::messageBox(void *context, const std::uint16_t *prompt, std::
 }
 
 std::int32_t Session::answer(const std::string &title, const std::string &prompt, std::int32_t style) {
-    const std::int32_t button = Question(title, prompt, style).ask(display_, settings_.mayAsk);
+    const std::int32_t button = Question(title, prompt, style).ask(display_, settings_.mayAsk, answers_.to(style));
     if (button == KX3_BUTTON_ABORT) current_.evidence.identityQuestion = true;
+    if (StopRequest::pending()) requestStop();
     if (settings_.trace != nullptr) settings_.trace->messageBox(title, prompt, style, button);
     return button;
 }

@@ -1,10 +1,12 @@
 // Running operations through the plug-in.
 #pragma once
 
+#include "announcements.h"
 #include "blocks.h"
 #include "display.h"
 #include "host_callbacks.h"
 #include "outcome.h"
+#include "prepared_answers.h"
 #include "trace.h"
 
 #include <kx3mpu6.h>
@@ -26,7 +28,9 @@ class Session {
   public:
     struct Settings {
         bool mayAsk = false; ///< questions may be put to a person
+        AnswerSettings answers;
         bool chipFileUsed = false;
+        bool hostDriven = false; ///< the plug-in announces operations, and this host carries them out
         Trace *trace = nullptr;
     };
 
@@ -48,6 +52,8 @@ class Session {
                                  std::int32_t *button);
 
     void duringYield();
+    void requestStop();
+    void carryOut(std::uint8_t operation);
     std::int32_t answer(const std::string &title, const std::string &prompt, std::int32_t style);
     void showLog();
     void showLogText(const std::u16string &text);
@@ -65,6 +71,8 @@ class Session {
     std::span<std::uint8_t> result_;   ///< prgresult
     std::span<std::uint8_t> mode_;     ///< prgmode
     std::span<std::uint32_t> logText_; ///< MainRtstr
+    Announcements announcements_;
+    PreparedAnswers answers_;
     std::uint32_t shownHandle_ = 0;
     std::u16string shownText_;
 

@@ -144,6 +144,11 @@ void Trace::compare(const char *name, std::int32_t address, bool stops) {
     ++pending_->count;
 }
 
+void Trace::carriedOut(int operation, std::string_view name, int result) {
+    flush();
+    write(Json{{"call", "yield"}, {"announced", operation}, {"name", name}, {"result", result}}.dump());
+}
+
 void Trace::io(const kx3_io_call &call) {
     flush();
     Json line;

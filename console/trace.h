@@ -34,6 +34,8 @@ class Trace {
     void sessionCall(const char *name, const NamedValues &arguments, std::optional<std::int64_t> result = std::nullopt);
     void poll(bool arrived, std::span<const std::uint8_t> report);
     void compare(const char *name, std::int32_t address, bool stops);
+    /// A yield in which the host carried out the announced operation; `result` is its result code.
+    void carriedOut(int operation, std::string_view name, int result);
     void io(const kx3_io_call &call);
     void messageBox(std::string_view title, std::string_view prompt, std::int32_t style, std::int32_t button);
     /// The plug-in's call has returned. False when the trace could not be written in whole.

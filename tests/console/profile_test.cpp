@@ -41,7 +41,7 @@ TEST(ProfileTable, HasEachKeyAndEachElementOnce) {
     std::set<std::pair<std::string_view, std::int32_t>> elements;
     for (const ProfileField &field : profileTable) {
         EXPECT_TRUE(keys.insert(field.key).second) << field.key;
-        if (field.kind == ValueKind::integer && !field.required) {
+        if (field.kind == ValueKind::integer && field.required == Required::never) {
             EXPECT_TRUE(field.low <= field.standard && field.standard <= field.high) << field.key;
         }
         for (std::size_t i = 0; i < field.most && !field.block.empty(); ++i)
