@@ -18,12 +18,30 @@ constexpr Byte readComplete = 2;
 constexpr Byte highestReadState = 3;
 constexpr int readAttempts = 2;
 
+/// Arguments of a comparison: the operation's number less 2, and the bits that count.
+constexpr Long verifyMode = 3;
 constexpr Long wordMask = 0xFF;
 constexpr Long stopVerify = 1;
 
 VerifyRanges verifyRanges(const BlockArrays &blocks) {
     return VerifyRanges::of(
         {blocks.prgmode(0), blocks.tlength(0), blocks.bvcch(0), blocks.woption(0), blocks.pagelength(0)});
+}
+
+// The two loops of a verify. Beside the host's own call, a byte or word costs a few instructions.
+
+bool compareRun(SessionHost &host, std::span<const Byte> data, Long address) {
+    for (std::size_t i = 0; i < data.size(); ++i)
+        if (host.CompareByte(data[i], address + static_cast<Long>(i), verifyMode) == stopVerify) return false;
+    return true;
+}
+
+bool compareWordRun(SessionHost &host, std::span<const Byte> data, Long address) {
+    for (std::size_t i = 0; i + 1 < data.size(); i += 2)
+        if (host.CompareWord(data[i], data[i + 1], address + static_cast<Long>(i / 2), verifyMode, wordMask) ==
+            stopVerify)
+            return false;
+    return true;
 }
 
 /// One ReadBlocks call.
@@ -129,24 +147,18 @@ bool BlockReader::compare(const Chunk &chunk) {
 }
 
 bool BlockReader::compareBytes(const Chunk &chunk, std::span<const Byte> data) {
-    SessionHost &host = *driver_.context.sessionHost;
-    const std::int64_t first = chunk.offset;
-    const Long mode = mode_;
-    return ranges_.forEachRun(first, first + chunk.count, [&](std::int64_t from, std::int64_t to) {
-        const Byte *byte = data.data() + (from - first);
-        for (auto address = static_cast<Long>(from); address < to; ++address)
-            if (host.CompareByte(*byte++, address, mode) == stopVerify) return false;
-        return true;
-    });
+    return ranges_.forEachRun(
+        chunk.offset, std::int64_t{chunk.offset} + chunk.count, [&](std::int64_t from, std::int64_t to) {
+            const std::span<const Byte> run =
+                data.subspan(static_cast<std::size_t>(from - chunk.offset), static_cast<std::size_t>(to - from));
+            return compareRun(*driver_.context.sessionHost, run, static_cast<Long>(from));
+        });
 }
 
 bool BlockReader::compareWords(const Chunk &chunk, std::span<const Byte> data) {
-    SessionHost &host = *driver_.context.sessionHost;
     const Long words = (Checked(chunk.count) / driver_.blocks().wordmode(0)).value();
-    const Byte *bytes = data.data();
-    for (Long word = 0; word < words; ++word, bytes += 2)
-        if (host.CompareWord(bytes[0], bytes[1], chunk.offset / 2 + word, mode_, wordMask) == stopVerify) return false;
-    return true;
+    return compareWordRun(*driver_.context.sessionHost, data.first(static_cast<std::size_t>(words) * 2),
+                          chunk.offset / 2);
 }
 
 void BlockReader::close() {

@@ -1,0 +1,261 @@
+// The engine's own time, each figure beside the bare work that it cannot do without.
+
+#include "support/bare_session.h"
+#include "support/paired.h"
+
+#include "editors/editors.h"
+
+#include <array>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace kx3::bench {
+namespace {
+
+constexpr Byte readOperation = 2;
+constexpr Byte programOperation = 3;
+constexpr Byte verifyOperation = 5;
+constexpr Byte eraseOperation = 8;
+
+constexpr Long kibi = 1024;
+constexpr Long byteBlock = 0xC000; // one chunk of module arm_prg_32f
+constexpr Long wordBlock = 0x6000; // the same in words
+constexpr Long armByteBlock = 0x10000;
+
+Device byteDevice(Long kibibytes) { return {80, kibibytes * kibi, 1, byteBlock}; }
+Device wordDevice(Long kibibytes) { return {80, kibibytes * kibi / 2, 2, wordBlock}; }
+Device armByteDevice(Long kibibytes) { return {60, kibibytes * kibi, 1, armByteBlock}; }
+
+using DeviceOfSize = Device (*)(Long);
+
+void reportBytes(benchmark::State &state, std::size_t bytes, double seconds) {
+    state.counters["ns/byte"] = seconds * 1e9 / static_cast<double>(bytes);
+    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) * static_cast<std::int64_t>(bytes));
+}
+
+/// Program or read: beside one memcpy of the same bytes.
+void transfer(benchmark::State &state, DeviceOfSize deviceOfSize, Byte operation) {
+    const Device device = deviceOfSize(static_cast<Long>(state.range(0)));
+    BareSession session(device);
+    const std::span<Byte> buffer = session.host.ibuffer.range(0, static_cast<Long>(device.bytes()));
+    const double seconds = measurePair(
+        state, [&] { session.run(operation); },
+        [&] {
+            std::memcpy(session.programmer->device.data(), buffer.data(), buffer.size());
+            benchmark::ClobberMemory();
+        });
+    reportBytes(state, device.bytes(), seconds);
+}
+
+/// The bare loop of a verify: one virtual call per byte or word, which the compiler cannot see through.
+[[gnu::noinline]] void compareAll(SessionHost &host, std::span<const Byte> data, Byte bytesPerAddress) {
+    if (bytesPerAddress == 1) {
+        for (std::size_t i = 0; i < data.size(); ++i)
+            if (host.CompareByte(data[i], static_cast<Long>(i), 3) == 1) return;
+        return;
+    }
+    for (std::size_t i = 0; i + 1 < data.size(); i += 2)
+        if (host.CompareWord(data[i], data[i + 1], static_cast<Long>(i / 2), 3, 0xFF) == 1) return;
+}
+
+void verify(benchmark::State &state, DeviceOfSize deviceOfSize) {
+    const Device device = deviceOfSize(static_cast<Long>(state.range(0)));
+    BareSession session(device);
+    session.run(programOperation);
+    SessionHost *host = session.sessionHost.get();
+    const double seconds = measurePair(
+        state, [&] { session.run(verifyOperation); },
+        [&] {
+            benchmark::DoNotOptimize(host);
+            compareAll(*host, session.programmer->device, device.bytesPerAddress);
+        });
+    reportBytes(state, device.bytes(), seconds);
+}
+
+/// 24 KiB algorithm sent, read back and compared, one run command.
+void emptySession(benchmark::State &state) {
+    BareSession session(byteDevice(256));
+    for (auto _ : state)
+        session.run(eraseOperation);
+}
+
+class IgnoringUi final : public Ui {
+  public:
+    MessageBoxResult messageBox(std::u16string_view, Long, std::optional<std::u16string_view>) override {
+        std::abort();
+    }
+    void yield() override {}
+    void showModal(Form &form) override { onModal(form); }
+    void (*onModal)(Form &form) = [](Form &form) { form.close(); };
+};
+
+std::vector<std::string> blockPaths(Integer instance) {
+    const std::string prefix =
+        "/dev/shm/kx3mpu6-" + std::to_string(::geteuid()) + "-" + std::getenv("KX3MPU6_NAMESPACE") + "-";
+    std::vector<std::string> paths;
+    for (const BlockRow &row : blockTable)
+        paths.push_back(prefix + blockName(row, instance));
+    paths.push_back(prefix + blockName(deviceBufferRow));
+    paths.push_back(prefix + blockName(deviceBuffer66Row));
+    return paths;
+}
+
+/// What no attach to a file can do without.
+void mapAndUnmap(const std::string &path) {
+    const int file = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+    struct stat status {};
+    if (file < 0 || ::fstat(file, &status) != 0) std::abort();
+    const auto size = static_cast<std::size_t>(status.st_size);
+    void *view = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+    ::close(file);
+    ::munmap(view, size);
+}
+
+void attachAndRelease(benchmark::State &state) {
+    constexpr Integer instance = 7;
+    constexpr Long deviceBytes = 256 * kibi + deviceBufferExtra;
+    IgnoringUi ui;
+    sharemap host;
+    host.MapSharedBlocks(instance, ui);
+    host.MapDeviceBuffer(deviceBytes, ui);
+    const std::vector<std::string> paths = blockPaths(instance);
+    sharemap plugin;
+    measurePair(
+        state,
+        [&] {
+            plugin.MapSharedBlocks(instance, ui);
+            plugin.MapDeviceBuffer(deviceBytes, ui);
+            plugin.UnmapDeviceBuffer();
+            plugin.UnmapSharedBlocks();
+        },
+        [&] {
+            for (const std::string &path : paths)
+                mapAndUnmap(path);
+        });
+}
+
+/// Sum of 64 KiB through the bounds-tested array and through a plain pointer.
+void elementAccess(benchmark::State &state) {
+    BareSession session(byteDevice(256));
+    constexpr Long count = 64 * kibi;
+    const Array<Byte> &array = session.host.ibuf2;
+    const Byte *plain = session.host.ibuf2.range(0, count).data();
+    measurePair(
+        state,
+        [&] {
+            std::uint32_t sum = 0;
+            for (Long i = 0; i < count; ++i)
+                benchmark::DoNotOptimize(sum += array(i));
+        },
+        [&] {
+            std::uint32_t sum = 0;
+            for (Long i = 0; i < count; ++i)
+                benchmark::DoNotOptimize(sum += plain[i]);
+        });
+}
+
+/// Open an editor, change its first list or box, press OK.
+void changeOneField(Form &form) {
+    for (const Control &control : form.controls()) {
+        if (!form.isShown(control) || !form.isEnabled(control)) continue;
+        if (control.kind() == ControlKind::comboBox && form.choose(control, control.listIndex() == 0 ? 1 : 0)) break;
+        if (control.kind() == ControlKind::checkBox && form.click(control)) break;
+        if (control.kind() == ControlKind::textBox && form.type(control, u"0")) break;
+    }
+    form.click(*form.defaultButton());
+    if (form.loaded()) std::abort();
+}
+
+/// One mode of each editor.
+constexpr std::array<Byte, 11> editorModes{2, 10, 12, 15, 22, 24, 41, 46, 50, 51, 64};
+
+void editors(benchmark::State &state) {
+    BareSession session(byteDevice(256));
+    IgnoringUi ui;
+    ui.onModal = changeOneField;
+    SessionHostSlot noHost([]() -> std::shared_ptr<SessionHost> { return nullptr; });
+    struct NoClock final : Clock {
+        float secondsSinceMidnight() override { return 0; }
+    } clock;
+    Context context{session.host, *session.programmer, noHost, ui, clock};
+    Editors opened(context);
+    session.host.tlength(0) = 0x10000;
+    std::array<std::vector<double>, editorModes.size()> times;
+    for (auto _ : state) {
+        double all = 0;
+        for (std::size_t i = 0; i < editorModes.size(); ++i) {
+            session.host.prgmode(0) = editorModes[i];
+            times[i].push_back(secondsOf([&] { opened.open(editorModes[i]); }));
+            all += times[i].back();
+        }
+        state.SetIterationTime(all);
+    }
+    double slowest = 0;
+    for (const std::vector<double> &one : times)
+        slowest = std::max(slowest, median(one));
+    state.counters["slowest_us"] = slowest * 1e6;
+}
+
+BENCHMARK_CAPTURE(transfer, program_byte, byteDevice, programOperation)
+    ->Arg(256)
+    ->Arg(1024)
+    ->Arg(8192)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(transfer, program_word, wordDevice, programOperation)
+    ->Arg(256)
+    ->Arg(1024)
+    ->Arg(8192)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(transfer, program_arm_prg, armByteDevice, programOperation)
+    ->Arg(8192)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(transfer, read_byte, byteDevice, readOperation)
+    ->Arg(256)
+    ->Arg(1024)
+    ->Arg(8192)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(transfer, read_word, wordDevice, readOperation)
+    ->Arg(256)
+    ->Arg(1024)
+    ->Arg(8192)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(verify, byte, byteDevice)
+    ->Arg(64)
+    ->Arg(256)
+    ->Arg(1024)
+    ->Arg(8192)
+    ->Arg(65536)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(verify, word, wordDevice)
+    ->Arg(64)
+    ->Arg(256)
+    ->Arg(1024)
+    ->Arg(8192)
+    ->Arg(65536)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(emptySession)->Unit(benchmark::kMicrosecond);
+BENCHMARK(attachAndRelease)->UseManualTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK(elementAccess)->UseManualTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK(editors)->UseManualTime()->Unit(benchmark::kMicrosecond);
+
+} // namespace
+} // namespace kx3::bench
+
+int main(int argc, char **argv) {
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+    kx3::bench::prepareSurroundings();
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
