@@ -9,6 +9,11 @@ namespace {
 constexpr StatusReport compareError{100, StatusReport::compareError, 0x32, 0x1234, 0xBEEF, 0xCAFE};
 constexpr StatusReport identityError{100, StatusReport::identityError, 0, 0, 0, 0};
 
+/// A device of 0x8000 bytes of words or bytes, whose fuses have names.
+OutcomeContext contextOf(Operation operation, std::int64_t bytesPerAddress, std::uint64_t loadBase) {
+    return {operation, bytesPerAddress, loadBase, 0x8000, 16, 55, "the image is bad"};
+}
+
 struct Case {
     const char *what;
     Operation operation;
@@ -26,7 +31,7 @@ TEST_P(Outcomes, AreTold) {
     seen.algorithmLoaded = true;
     seen.signalledPass = true;
     GetParam().change(seen);
-    const Outcome outcome = judge(seen, {GetParam().operation, 1, 0x100, "the image is bad"});
+    const Outcome outcome = judge(seen, contextOf(GetParam().operation, 1, 0x100));
     EXPECT_EQ(outcome.code, GetParam().code) << outcome.message;
     EXPECT_NE(outcome.message.find(GetParam().message), std::string::npos) << outcome.message;
     EXPECT_EQ(outcome.message.empty(), outcome.code == Exit::done);
@@ -41,6 +46,50 @@ void stopped(Evidence &seen) {
     seen.signalledPass = false;
     seen.resultCode = 2;
 }
+
+template <std::int64_t address> void differs(Evidence &seen) {
+    failed(seen);
+    seen.differences = {1, address, 0x00, 0x03, 2, 0};
+}
+/// The host carries the steps out by itself: no image, no reports.
+template <Operation step, std::uint8_t code> void hostDriven(Evidence &seen) {
+    failed(seen);
+    seen.hostDriven = true;
+    seen.algorithmLoaded = false;
+    seen.resultCode = code;
+    seen.step = step;
+    seen.stepName = "Step";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    HostDriven, Outcomes,
+    testing::Values(
+        Case{"passed without an image", Operation::automatic,
+             [](Evidence &seen) {
+                 hostDriven<Operation::verify, 0>(seen);
+                 seen.signalledPass = true;
+             },
+             Exit::done, ""},
+        Case{"blank check as a step", Operation::automatic, hostDriven<Operation::blankCheck, 1>, Exit::differs,
+             "not blank"},
+        Case{"another step", Operation::automatic, hostDriven<Operation::program, 1>, Exit::failed, "step Step failed"},
+        Case{"unknown step", Operation::automatic, hostDriven<Operation{19}, 3>, Exit::failed, "operation 19"},
+        Case{"stopped between steps", Operation::automatic,
+             [](Evidence &seen) {
+                 hostDriven<Operation::program, 2>(seen);
+                 seen.stopRequested = true;
+             },
+             Exit::stopped, "stopped"},
+        Case{"aborted before the first step", Operation::automatic,
+             [](Evidence &seen) {
+                 noSignal(seen);
+                 seen.hostDriven = seen.identityQuestion = true;
+             },
+             Exit::noAnswer, "identifier"},
+        Case{"last byte of the data", Operation::verify, differs<0x7FFF>, Exit::differs, "at address 0x80FF,"},
+        Case{"named configuration byte", Operation::verify, differs<0x8007>, Exit::differs, "byte lock,"},
+        Case{"nameless configuration byte", Operation::verify, differs<0x8003>, Exit::differs, "byte 3,"},
+        Case{"EEPROM", Operation::verify, differs<0x8012>, Exit::differs, "EEPROM address 0x2,"}));
 
 INSTANTIATE_TEST_SUITE_P(
     Ends, Outcomes,
@@ -138,7 +187,7 @@ TEST(Outcomes, WordsShowBothBytes) {
     seen.algorithmLoaded = true;
     seen.resultCode = 1;
     seen.lastReport = compareError;
-    EXPECT_NE(judge(seen, {Operation::program, 2, 0, {}}).message.find("device 0xBEEF, file 0xCAFE"),
+    EXPECT_NE(judge(seen, contextOf(Operation::program, 2, 0)).message.find("device 0xBEEF, file 0xCAFE"),
               std::string::npos);
 }
 
