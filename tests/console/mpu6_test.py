@@ -456,28 +456,35 @@ def test_missing_libraries(world):
         require(result.code == code and missing in result.err, f"without {missing}: exit {result.code}, {result.err}")
 
 
-def on_terminal(world, command, answer):
-    """Run with standard input and error on a terminal; gives exit code and what was shown."""
+def on_terminal(world, command, *answers, question=b"Ignore?"):
+    """Run with standard input and error on a terminal; gives exit code and what was shown. Each time the
+    question is shown it gets the next answer: keys to type, or a signal."""
+    answers = list(answers)
     master, slave = pty.openpty()
     process = world.start(command, stdin=slave, stderr=slave, stdout=subprocess.DEVNULL)
     os.close(slave)
-    shown, deadline = b"", time.monotonic() + TIMEOUT
+    shown, answered, deadline = b"", 0, time.monotonic() + TIMEOUT
     while time.monotonic() < deadline:
         try:
             part = os.read(master, 4096)
         except OSError:  # the terminal's other end is closed
             break
         shown += part
-        if answer and b"Ignore?" in shown:
-            os.write(master, answer)
-            answer = None
+        asked = shown.count(question)
+        while answers and asked > answered:
+            answer = answers.pop(0)
+            answered += 1
+            if isinstance(answer, bytes):
+                os.write(master, answer)
+            else:
+                process.send_signal(answer)
     code = process.wait(timeout=TIMEOUT)
     os.close(master)
     return code, shown.decode()
 
 
 def test_bar_on_a_terminal(world):
-    code, shown = on_terminal(world, f"program {D80} -i image.bin", None)
+    code, shown = on_terminal(world, f"program {D80} -i image.bin")
     require(code == 0, f"exit {code}: {shown}")
     require(re.search(r"\r\x1b\[KProgram \[#{30}\] 100 %", shown), f"no full bar: {shown!r}")
     require(re.search(r"\r\x1b\[K>>Program passed", shown), f"the log does not take the bar's place: {shown!r}")
@@ -488,7 +495,7 @@ def test_question_on_a_terminal(world):
     for answer, code in [(b"retry\n", 0), (b"i\n", 0), (b"abort\n", 4), (b"\n", 4)]:
         got, shown = on_terminal(world, command, answer)
         require(got == code, f"answer {answer}: exit {got}, {shown!r}")
-    got, shown = on_terminal(world, command + " --yes", None)
+    got, shown = on_terminal(world, command + " --yes")
     require(got == 4 and "Ignore?" not in shown, f"--yes: exit {got}, {shown!r}")
 
 
@@ -509,10 +516,11 @@ def test_nothing_is_left_behind(world):
     require(not blocks, f"shared blocks remain: {blocks}")
 
 
-def main():
+def main(cases, names):
+    """Run the cases, and the functions test_... among the names of a module."""
     program, wanted = os.path.abspath(sys.argv[1]), sys.argv[2:]
-    tests = [(case.name, lambda world, case=case: run_case(case, world)) for case in CASES]
-    tests += [(name[5:].replace("_", " "), run) for name, run in globals().items() if name.startswith("test_")]
+    tests = [(case.name, lambda world, case=case: run_case(case, world)) for case in cases]
+    tests += [(name[5:].replace("_", " "), run) for name, run in names.items() if name.startswith("test_")]
     failed = 0
     for name, run in tests:
         if wanted and name not in wanted:
@@ -529,4 +537,4 @@ def main():
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(main(CASES, globals()))
