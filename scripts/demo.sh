@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Show kx3mpu6 at work on a simulated programmer: install what is missing, build, and drive two ARM
-# devices with the real firmware of a small board. Every command is shown as one would type it.
+# Show kx3mpu6 at work on a simulated programmer: install what is missing, build, drive two ARM devices
+# with the real firmware of a small board, and a device with fuses with a real boot loader. Every command
+# is shown as one would type it.
 #
 #   scripts/demo.sh
 #
@@ -11,6 +12,7 @@ cd "$(dirname "$0")/.."
 . scripts/lib.sh
 
 readonly firmware=/usr/share/firmware-microbit-micropython/firmware.hex
+readonly boards=/usr/share/arduino/hardware/arduino/avr
 readonly broken_address=0x1234
 progress=auto
 if [ ! -t 2 ]; then
@@ -84,11 +86,51 @@ demonstrate_verify_error() {
     shown+=("one bad bit at $broken_address found by verify")
 }
 
+# board_entry KEY...: the first of these entries that the list of boards has.
+board_entry() {
+    local key
+    for key in "$@"; do
+        if sed -n "s/^${key//./\\.}=//p" "$boards/boards.txt" | grep .; then return; fi
+    done
+    warn "$boards/boards.txt has none of: $*"
+    return 1
+}
+
+demonstrate_fuses() {
+    announce "A device with fuses: a real boot loader with the fuse and lock bytes of its board"
+    local board=diecimila processor=atmega328 name key value fuses=()
+    for name in low=low_fuses high=high_fuses extended=extended_fuses lock=lock_bits; do
+        key=bootloader.${name#*=}
+        value=$(board_entry "$board.menu.cpu.$processor.$key" "$board.$key")
+        fuses+=(--fuse "${name%=*}=$value")
+    done
+    cp "$boards/bootloaders/$(board_entry "$board.menu.cpu.$processor.bootloader.file")" loader.hex
+
+    show mpu6 auto --device FUSE55-32K --chip fuse55.chip --input loader.hex "${fuses[@]}" --trace story.jsonl
+    show mpu6 verify --device FUSE55-32K --chip fuse55.chip --input loader.hex "${fuses[@]}"
+    show mpu6 read --device FUSE55-32K --chip fuse55.chip --output fuse55.hex
+    show srec_cmp fuse55.hex -Intel loader.hex -Intel -fill 0xFF 0 0x8000
+    printf 'identical\n'
+    show cat story.jsonl
+    shown+=("a boot loader with its fuses and lock bits likewise")
+}
+
+demonstrate_wrong_identifier() {
+    announce "Another chip in the socket: the question answered Abort, then Retry, then Ignore"
+    local check=(mpu6 verify --device FUSE55-32K --chip fuse55.chip --input loader.hex)
+    show_failing 4 "${check[@]}" --faults chipid@1+:wrong --on-wrong-id abort
+    show "${check[@]}" --faults chipid@1:wrong --on-wrong-id retry
+    show "${check[@]}" --faults chipid@1+:wrong --on-wrong-id ignore
+    shown+=("a wrong chip identifier aborted, retried and ignored")
+}
+
 main() {
     prepare
     demonstrate_arm_prg_32f
     demonstrate_arm_prg
     demonstrate_verify_error
+    demonstrate_fuses
+    demonstrate_wrong_identifier
 
     local list
     list=$(printf '; %s' "${shown[@]}")

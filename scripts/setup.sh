@@ -16,8 +16,9 @@ build_packages=(
 )
 # Second compiler with its sanitizers, style and lint.
 checks_packages=(clang libclang-rt-14-dev clang-format clang-tidy shellcheck git)
-# Real firmware and a tool of somebody else's to compare load files with.
-demo_packages=(firmware-microbit-micropython srecord)
+# Real firmware, boot loaders with their boards' fuses, and a tool of somebody else's to compare load
+# files with.
+demo_packages=(firmware-microbit-micropython arduino-core-avr srecord)
 
 is_installed() {
     [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
