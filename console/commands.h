@@ -43,7 +43,7 @@ inline constexpr std::array commandTable{
             "mpu6 blank-check --device ARM60-256K --chip board.chip --json"},
     Command{"auto", Operation::automatic, true, true, false,
             "run the device's automatic sequence: erase, blank check, program, verify, configuration",
-            "mpu6 auto --device ARM60-256K --input firmware.s19 --trace story.jsonl"},
+            "mpu6 auto --device FUSE55-32K --input loader.hex --fuse low=0xFF --fuse lock=0x0F --trace story.jsonl"},
 };
 
 } // namespace kx3console

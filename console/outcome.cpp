@@ -63,6 +63,9 @@ Outcome reportedFailure(const StatusReport &report, const OutcomeContext &contex
     if (report.event == StatusReport::identityError)
         return {Exit::noAnswer, with("the device in the socket is another one, or is protected", trouble),
                 "Check the device's name; a protected device must be erased first."};
+    if (context.operation == Operation::checkConfiguration)
+        return {Exit::differs, "the configuration bytes differ: " + placeOf(report, context, true),
+                "Program the device with these."};
     if (context.operation == Operation::blankCheck)
         return {Exit::differs, "the device is not blank: " + placeOf(report, context, false), "Erase the device."};
     const std::string_view stage = report.stageName();

@@ -101,6 +101,12 @@ INSTANTIATE_TEST_SUITE_P(
              "address 0x110, device 0x00, file 0x03; 2 bytes differ in all, 2 bits 0 instead of 1, 0 bits 1"},
         Case{"a pass with a result code", Operation::program, [](Evidence &seen) { seen.resultCode = 7; }, Exit::failed,
              "broken off"},
+        Case{"compare error of configuration bytes", Operation::checkConfiguration,
+             [](Evidence &seen) {
+                 failed(seen);
+                 seen.lastReport = compareError;
+             },
+             Exit::differs, "configuration bytes differ: address 0x1234, device 0xEF, file 0xFE"},
         Case{"compare error of a blank check", Operation::blankCheck,
              [](Evidence &seen) {
                  failed(seen);
