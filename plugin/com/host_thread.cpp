@@ -64,6 +64,11 @@ void HostThread::endCurrent() noexcept {
     }
 }
 
+bool HostThread::anyLeft() noexcept {
+    const Exclusive locked(threadsLock);
+    return !threads.empty();
+}
+
 void HostThread::shutDown() noexcept {
     while (!threads.empty())
         threads.front()->end();

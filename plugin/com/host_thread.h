@@ -35,6 +35,8 @@ class HostThread {
     [[nodiscard]] static bool startUp() noexcept;
     /// The calling thread ends.
     static void endCurrent() noexcept;
+    /// Whether any thread has state here.
+    [[nodiscard]] static bool anyLeft() noexcept;
     /// The library ends: all threads' state goes.
     static void shutDown() noexcept;
 

@@ -1,0 +1,210 @@
+#include "base/error.h"
+#include "host/memory/safe_array.h"
+#include "host/memory/sharemap.h"
+#include "platform/dynamic_library.h"
+#include "platform/named_memory.h"
+#include "platform/strings.h"
+#include "platform/system.h"
+#include "platform/win32/unique_handle.h"
+#include "platform/win32/wide.h"
+#include "windows/failure_of.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <oleauto.h>
+#include <vector>
+
+namespace kx3::platform {
+namespace {
+
+using namespace std::string_literals;
+using test::failureOf;
+
+TEST(NamedMemory, ExistingBlockKeepsItsSizeAndIsOpenedInPlace) {
+    const UniqueHandle host(
+        ::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 10000, "kx3test-existing"));
+    ASSERT_TRUE(host);
+    const MappingHandle mapping = openMapping("kx3test-existing");
+    ASSERT_NE(mapping, 0);
+    auto *view = static_cast<Byte *>(mapView(mapping));
+    ASSERT_NE(view, nullptr);
+    EXPECT_EQ(viewSize(mapping, view), 3 * pageSize);
+    view[9999] = 0x5A;
+    auto *hosts = static_cast<Byte *>(::MapViewOfFile(host.get(), FILE_MAP_READ, 0, 0, 0));
+    EXPECT_EQ(hosts[9999], 0x5A);
+    EXPECT_TRUE(::UnmapViewOfFile(hosts));
+    EXPECT_TRUE(unmapView(mapping, view));
+    EXPECT_FALSE(unmapView(mapping, view));
+    closeMapping(mapping);
+}
+
+TEST(NamedMemory, BlockLivesAsLongAsItIsHeld) {
+    EXPECT_EQ(openMapping("kx3test-life"), 0);
+    EXPECT_EQ(createMapping("kx3test-life", 0), 0);
+    EXPECT_EQ(createMapping("kx3test-life", -1), 0);
+    const MappingHandle first = createMappingExclusively("kx3test-life", 40);
+    ASSERT_NE(first, 0);
+    EXPECT_EQ(createMappingExclusively("kx3test-life", 40), 0);
+    const MappingHandle second = createMapping("kx3test-life", 40);
+    EXPECT_NE(second, 0);
+    closeMapping(first);
+    EXPECT_EQ(createMappingExclusively("kx3test-life", 40), 0) << "the second holder keeps it";
+    closeMapping(second);
+    EXPECT_EQ(openMapping("kx3test-life"), 0);
+}
+
+TEST(NamedMemory, NameOfAnotherKindOfObjectGivesNoBlock) {
+    const UniqueHandle event(::CreateEventA(nullptr, TRUE, FALSE, "kx3test-event"));
+    EXPECT_EQ(openMapping("kx3test-event"), 0);
+    EXPECT_EQ(createMapping("kx3test-event", 40), 0);
+}
+
+TEST(NamedMemory, OnlyMemoryThatCanBeWrittenCountsAsView) {
+    const UniqueHandle block(
+        ::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE | SEC_RESERVE, 0, 8192, "kx3test-reserved"));
+    const MappingHandle mapping = openMapping("kx3test-reserved");
+    void *view = mapView(mapping);
+    ASSERT_NE(view, nullptr);
+    EXPECT_EQ(viewSize(mapping, view), 0U);
+    ASSERT_NE(::VirtualAlloc(view, 4096, MEM_COMMIT, PAGE_READWRITE), nullptr);
+    EXPECT_EQ(viewSize(mapping, view), pageSize);
+    EXPECT_TRUE(unmapView(mapping, view));
+    closeMapping(mapping);
+    EXPECT_EQ(viewSize(0, reinterpret_cast<const void *>(&viewSize)), 0U) << "program text";
+}
+
+TEST(Strings, TextsOfTheAutomationAllocatorGoBothWays) {
+    const String ours = allocateString(u"a\0b"s);
+    EXPECT_EQ(::SysStringLen(reinterpret_cast<BSTR>(ours.handle)), 3U);
+    EXPECT_EQ(readString(ours), u"a\0b"s);
+    freeString(ours);
+
+    const String hosts{static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(::SysAllocString(L"\x4E2D")))};
+    EXPECT_EQ(readString(hosts), u"\u4E2D");
+    freeString(hosts);
+
+    const String empty = allocateString({});
+    EXPECT_NE(empty.handle, 0U);
+    EXPECT_EQ(readString(empty), u"");
+    freeString(empty);
+    EXPECT_EQ(readString({}), u"");
+}
+
+TEST(Strings, HandleThatIsNoTextOfThisProcessIsAnError) {
+    const UniqueHandle block(::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 4096, nullptr));
+    void *view = ::MapViewOfFile(block.get(), FILE_MAP_ALL_ACCESS, 0, 0, 0);
+    void *page = ::VirtualAlloc(nullptr, 8192, MEM_RESERVE, PAGE_READWRITE);
+    ASSERT_NE(::VirtualAlloc(page, 4096, MEM_COMMIT, PAGE_READWRITE), nullptr);
+    const auto base = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(page));
+    auto *words = static_cast<std::uint32_t *>(page);
+    words[0] = 4096; // runs out of the page
+    words[8] = 2;    // no terminator behind
+    words[9] = 0xFFFFFFFF;
+    words[16] = 0xFFFFFFFE; // longer than any text
+    const std::pair<const char *, std::uint32_t> cases[] = {
+        {"small number", 1},
+        {"low page", 0x1000},
+        {"kernel's half", 0xFFFFFFFC},
+        {"odd address", base + 37},
+        {"view of a block", static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(view)) + 4},
+        {"program text", static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(&readString)) & ~1U},
+        {"page without memory", base + 4096 + 4},
+        {"length beyond the page", base + 4},
+        {"no terminator", base + 36},
+        {"negative length", base + 68},
+    };
+    for (const auto &[name, handle] : cases) {
+        EXPECT_EQ(failureOf([h = handle] { (void)readString({h}); }).number, ErrorNumber::invalidCall) << name;
+        freeString({handle}); // leaves it alone
+    }
+    ::UnmapViewOfFile(view);
+    ::VirtualFree(page, 0, MEM_RELEASE);
+}
+
+TEST(SafeArray, RealArrayIsBoundAndGivenBackUnchanged) {
+    SAFEARRAYBOUND bounds[2] = {{3, -1}, {5, 7}};
+    SAFEARRAY *real = ::SafeArrayCreate(VT_I4, 2, bounds);
+    ASSERT_NE(real, nullptr);
+    const std::vector<Byte> before(reinterpret_cast<Byte *>(real),
+                                   reinterpret_cast<Byte *>(real) + sizeof(SAFEARRAY) + sizeof(SAFEARRAYBOUND));
+    Long elements[4] = {};
+    {
+        clsSafeArray binder;
+        auto *descriptor = reinterpret_cast<ArrayDescriptor *>(real);
+        binder.AttachToArray(Variant::ofArrayVariable(&descriptor, VT_I4));
+        EXPECT_EQ(binder.Dimensions(), 2);
+        EXPECT_EQ(binder.CountOfElements(1), 5) << "the last dimension is stored first";
+        EXPECT_EQ(binder.LowerBound(2), -1);
+        EXPECT_EQ(::SafeArrayDestroy(real), DISP_E_ARRAYISLOCKED);
+        binder.Dimensions(1);
+        binder.CountOfElements(1, 4);
+        binder.LowerBound(1, 0);
+        binder.PointerToData(elements);
+        LONG index = 3;
+        LONG value = 77;
+        EXPECT_EQ(::SafeArrayPutElement(real, &index, &value), S_OK);
+        EXPECT_EQ(elements[3], 77);
+    }
+    EXPECT_EQ(std::memcmp(before.data(), real, before.size()), 0);
+    EXPECT_EQ(::SafeArrayDestroy(real), S_OK);
+}
+
+TEST(Libraries, FunctionsAreFoundByPlainAndDecoratedName) {
+    using Twice = Long KX3_STDCALL(Long);
+    const DynamicLibrary library("kx3testlib");
+    EXPECT_EQ(library.function<Twice>("plain")(21), 42);
+    EXPECT_EQ(library.function<Twice>("decorated")(21), 63);
+    const Failure missing = failureOf([&] { (void)library.function<Twice>("absent"); });
+    EXPECT_EQ(missing.number, ErrorNumber::entryPointNotFound);
+    EXPECT_EQ(missing.description, u"Can't find DLL entry point absent in kx3testlib.dll");
+}
+
+TEST(Libraries, FileThatIsMissingOrNoLibraryIsNamed) {
+    const Failure missing = failureOf([] { const DynamicLibrary none("kx3absent"); });
+    EXPECT_EQ(missing.number, ErrorNumber::fileNotFound);
+    EXPECT_EQ(missing.description, u"File not found: kx3absent.dll");
+    const Failure broken = failureOf([] { const DynamicLibrary text("kx3broken"); });
+    EXPECT_EQ(broken.number, ErrorNumber::loadLibrary);
+    EXPECT_EQ(broken.description, u"Error in loading DLL: kx3broken.dll");
+}
+
+TEST(Files, OnlyRegularFilesHaveALength) {
+    const std::u16string folder = currentDirectory();
+    EXPECT_NE(folder.back(), u'\\');
+    const std::u16string path = folder + u"\\kx3\u00E9\u4E2D.bin";
+    {
+        const UniqueHandle file = fileHandle(
+            ::CreateFileW(wide(path), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+        DWORD written = 0;
+        ASSERT_TRUE(::WriteFile(file.get(), "abc", 3, &written, nullptr));
+    }
+    EXPECT_EQ(regularFileLength(path), 3U);
+    Byte bytes[4] = {};
+    EXPECT_TRUE(readFile(path, std::span(bytes, 3)));
+    EXPECT_EQ(bytes[2], 'c');
+    EXPECT_FALSE(readFile(path, bytes)) << "shorter than asked";
+    EXPECT_TRUE(::DeleteFileW(wide(path)));
+    const UniqueHandle pipe = fileHandle(
+        ::CreateNamedPipeW(L"\\\\.\\pipe\\kx3test", PIPE_ACCESS_DUPLEX, PIPE_TYPE_BYTE, 1, 64, 64, 0, nullptr));
+    for (const std::u16string_view other : {std::u16string_view(path), std::u16string_view(folder),
+                                            std::u16string_view(u"NUL"), std::u16string_view(u"\\\\.\\pipe\\kx3test")})
+        EXPECT_EQ(regularFileLength(other), std::nullopt);
+}
+
+TEST(Files, RootOfADriveHasNoSeparatorAtItsEnd) {
+    const std::u16string before = currentDirectory();
+    ASSERT_TRUE(::SetCurrentDirectoryW(L"C:\\"));
+    EXPECT_EQ(currentDirectory(), u"C:");
+    ASSERT_TRUE(::SetCurrentDirectoryW(wide(before)));
+}
+
+TEST(TimeOfDay, CountsFromLocalMidnight) {
+    SYSTEMTIME now{};
+    ::GetLocalTime(&now);
+    const float expected = static_cast<float>((now.wHour * 60 + now.wMinute) * 60 + now.wSecond);
+    const float got = secondsSinceMidnight();
+    EXPECT_TRUE((got >= expected && got < expected + 60) || got < 60) << got << " after " << expected;
+}
+
+} // namespace
+} // namespace kx3::platform

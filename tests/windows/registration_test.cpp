@@ -1,0 +1,152 @@
+// The library's entries in the registry, and objects made through them.
+
+#include "windows/host.h"
+
+#include <gtest/gtest.h>
+
+namespace kx3::test {
+namespace {
+
+using com::receive;
+
+constexpr wchar_t progId[] = L"kx3mpu6.clsMPU";
+
+std::wstring valueOf(HKEY root, const std::wstring &key, const wchar_t *name = nullptr) {
+    wchar_t text[512] = {};
+    DWORD bytes = sizeof text;
+    const std::wstring path = L"Software\\Classes\\" + key;
+    const LSTATUS error = ::RegGetValueW(root, path.c_str(), name, RRF_RT_REG_SZ, nullptr, text, &bytes);
+    return error == ERROR_SUCCESS ? text : L"(none)";
+}
+
+class Registration : public ::testing::Test {
+  protected:
+    HRESULT call(const char *function) const { return plugin.function<HRESULT WINAPI()>(function)(); }
+    HRESULT install(BOOL on, const wchar_t *whom) const {
+        return plugin.function<HRESULT WINAPI(BOOL, LPCWSTR)>("DllInstall")(on, whom);
+    }
+    static std::wstring text(const GUID &identifier) {
+        wchar_t buffer[39];
+        ::StringFromGUID2(identifier, buffer, 39);
+        return buffer;
+    }
+    void expectEntries(HKEY root) const {
+        wchar_t path[MAX_PATH];
+        ::GetModuleFileNameW(plugin.get(), path, MAX_PATH);
+        const std::wstring classKey = L"CLSID\\" + text(__uuidof(::clsMPU));
+        const std::wstring interfaceKey = L"Interface\\" + text(__uuidof(::_clsMPU));
+        const std::wstring library = text(LIBID_kx3mpu6);
+        EXPECT_EQ(valueOf(root, std::wstring(progId) + L"\\CLSID"), text(__uuidof(::clsMPU)));
+        EXPECT_EQ(valueOf(root, classKey + L"\\ProgID"), progId);
+        EXPECT_EQ(valueOf(root, classKey + L"\\InprocServer32"), path);
+        EXPECT_EQ(valueOf(root, classKey + L"\\InprocServer32", L"ThreadingModel"), L"Apartment");
+        EXPECT_EQ(valueOf(root, classKey + L"\\TypeLib"), library);
+        EXPECT_EQ(valueOf(root, interfaceKey), L"_clsMPU");
+        EXPECT_EQ(valueOf(root, interfaceKey + L"\\TypeLib"), library);
+        EXPECT_EQ(valueOf(root, L"TypeLib\\" + library + L"\\1.0\\0\\win32"), path);
+    }
+    void expectNoEntries(HKEY root) const {
+        for (const std::wstring &key :
+             {std::wstring(progId), L"CLSID\\" + text(__uuidof(::clsMPU)), L"Interface\\" + text(__uuidof(::_clsMPU)),
+              L"TypeLib\\" + text(LIBID_kx3mpu6)}) {
+            HKEY opened = nullptr;
+            EXPECT_EQ(::RegOpenKeyExW(root, (L"Software\\Classes\\" + key).c_str(), 0, KEY_READ, &opened),
+                      ERROR_FILE_NOT_FOUND);
+        }
+    }
+
+    ComThread com;
+    LoadedPlugin plugin;
+};
+
+TEST_F(Registration, MachineWideMakesTheClassCreatable) {
+    ASSERT_EQ(call("DllRegisterServer"), S_OK);
+    expectEntries(HKEY_LOCAL_MACHINE);
+    CLSID classId{};
+    EXPECT_EQ(::CLSIDFromProgID(progId, &classId), S_OK);
+    {
+        com::ComPtr<::_clsMPU> mpu;
+        ASSERT_EQ(::CoCreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER, __uuidof(::_clsMPU), receive(mpu)), S_OK);
+        SHORT instance = 21;
+        EXPECT_EQ(mpu->bufcommpu6(&instance), S_OK);
+        EXPECT_EQ(mpu->freesharebuffermpu6(), S_OK);
+        com::ComPtr<ITypeLib> library;
+        EXPECT_EQ(::LoadRegTypeLib(LIBID_kx3mpu6, 1, 0, 0, receive(library)), S_OK);
+    }
+    EXPECT_EQ(call("DllRegisterServer"), S_OK) << "twice is once";
+    EXPECT_EQ(call("DllUnregisterServer"), S_OK);
+    expectNoEntries(HKEY_LOCAL_MACHINE);
+    EXPECT_EQ(call("DllUnregisterServer"), S_OK) << "nothing left to remove";
+}
+
+TEST_F(Registration, PerUserLeavesTheMachineAlone) {
+    ASSERT_EQ(install(TRUE, L"user"), S_OK);
+    expectEntries(HKEY_CURRENT_USER);
+    expectNoEntries(HKEY_LOCAL_MACHINE);
+    EXPECT_EQ(install(FALSE, L"user"), S_OK);
+    expectNoEntries(HKEY_CURRENT_USER);
+    EXPECT_EQ(install(TRUE, L"everybody"), E_INVALIDARG);
+    EXPECT_EQ(install(TRUE, nullptr), S_OK);
+    expectEntries(HKEY_LOCAL_MACHINE);
+    EXPECT_EQ(install(FALSE, L""), S_OK);
+    expectNoEntries(HKEY_LOCAL_MACHINE);
+}
+
+TEST_F(Registration, CallFromAnotherApartmentIsCarriedToTheObjectsThread) {
+    ASSERT_EQ(call("DllRegisterServer"), S_OK);
+    com::ComPtr<::_clsMPU> mpu = plugin.create();
+    com::ComPtr<IStream> stream;
+    ASSERT_EQ(::CoMarshalInterThreadInterfaceInStream(__uuidof(::_clsMPU), mpu.get(), receive(stream)), S_OK);
+    std::atomic<bool> done = false;
+    std::jthread other([&, marshalled = stream.release()] {
+        const ComThread apartment;
+        com::ComPtr<::_clsMPU> proxy;
+        EXPECT_EQ(::CoGetInterfaceAndReleaseStream(marshalled, __uuidof(::_clsMPU), receive(proxy)), S_OK);
+        if (proxy) {
+            EXPECT_NE(proxy.get(), mpu.get());
+            SHORT instance = 21;
+            EXPECT_EQ(proxy->bufcommpu6(&instance), S_OK);
+            EXPECT_EQ(proxy->freesharebuffermpu6(), S_OK);
+        }
+        proxy.reset();
+        done = true;
+    });
+    while (!done) {
+        MSG message;
+        while (::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE))
+            ::DispatchMessageW(&message);
+        ::Sleep(1);
+    }
+    other.join();
+    EXPECT_TRUE(blockExists("tamselalgobuf21"));
+    mpu.reset();
+    EXPECT_FALSE(blockExists("tamselalgobuf21"));
+    EXPECT_EQ(call("DllUnregisterServer"), S_OK);
+}
+
+TEST_F(Registration, ManifestMakesTheClassCreatableWithoutIt) {
+    expectNoEntries(HKEY_LOCAL_MACHINE);
+    std::wstring path(MAX_PATH, L'\0');
+    path.resize(::GetModuleFileNameW(plugin.get(), path.data(), MAX_PATH));
+    path.replace(path.rfind(L".dll"), std::wstring::npos, L".assembly.manifest");
+    ACTCTXW description{};
+    description.cbSize = sizeof description;
+    description.lpSource = path.c_str();
+    const HANDLE context = ::CreateActCtxW(&description);
+    ASSERT_NE(context, INVALID_HANDLE_VALUE);
+    ULONG_PTR cookie = 0;
+    ASSERT_TRUE(::ActivateActCtx(context, &cookie));
+    {
+        CLSID classId{};
+        EXPECT_EQ(::CLSIDFromProgID(progId, &classId), S_OK);
+        com::ComPtr<::_clsMPU> mpu;
+        EXPECT_EQ(
+            ::CoCreateInstance(__uuidof(::clsMPU), nullptr, CLSCTX_INPROC_SERVER, __uuidof(::_clsMPU), receive(mpu)),
+            S_OK);
+    }
+    ::DeactivateActCtx(0, cookie);
+    ::ReleaseActCtx(context);
+}
+
+} // namespace
+} // namespace kx3::test
