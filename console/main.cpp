@@ -1,5 +1,6 @@
 // mpu6: a host of the plug-in for the command line.
 
+#include "config/commands.h"
 #include "device_run.h"
 #include "display.h"
 #include "failure.h"
@@ -66,6 +67,7 @@ Exit run(int argc, const char *const *argv) {
     const bool json = wantsJson(argc, argv);
     try {
         const Options options = parseOptions(argc, argv);
+        if (options.config) return config::run(*options.config);
         return options.command->runs ? runOperation(options) : listDevices(options);
     } catch (const HelpShown &help) {
         print(help.text);

@@ -1,5 +1,6 @@
 #include "options.h"
 
+#include "config/command_line.h"
 #include "failure.h"
 #include "language.h"
 
@@ -128,6 +129,27 @@ std::optional<WrongId> wrongIdAnswer(const std::string &name) {
     return name == "ignore" ? WrongId::ignore : WrongId::abort;
 }
 
+void takeValues(Options &options, const NamedValues &values, const CLI::App &chosen) {
+    if (!values.format.empty()) options.format = requireFormat(values.format);
+    if (!values.base.empty()) options.base = requireAddress(values.base);
+    options.language = requireLanguage(values.language);
+    options.progress = progressMode(values.progress);
+    options.answers.onWrongId = wrongIdAnswer(values.onWrongId);
+    options.answers.goOn = options.neverAsk;
+    const CLI::Option *instance = chosen.get_option_no_throw("--instance");
+    if (instance != nullptr && instance->count() > 0) options.instance = static_cast<std::int16_t>(values.instance);
+}
+
+/// A value of "" is a slip in a script, not a request to leave the option out.
+void refuseEmptyValues(const CLI::App &chosen) {
+    for (const CLI::Option *option : chosen.get_options())
+        for (const std::string &value : option->results())
+            if (value.empty() && option->get_expected_max() > 0)
+                throw Failure(Exit::usage, fmt::format("{}: the value is empty", option->get_name()));
+}
+
+} // namespace
+
 FileFormat requireFormat(const std::string &name) {
     if (const auto format = formatFromName(name)) return *format;
     throw Failure(Exit::usage, fmt::format("--format: there is no load file format \"{}\"", name),
@@ -151,27 +173,6 @@ std::uint64_t requireAddress(const std::string &text) {
                   "Give a number from 0 to 0xFFFFFFFF, such as 0x8000.");
 }
 
-void takeValues(Options &options, const NamedValues &values, const CLI::App &chosen) {
-    if (!values.format.empty()) options.format = requireFormat(values.format);
-    if (!values.base.empty()) options.base = requireAddress(values.base);
-    options.language = requireLanguage(values.language);
-    options.progress = progressMode(values.progress);
-    options.answers.onWrongId = wrongIdAnswer(values.onWrongId);
-    options.answers.goOn = options.neverAsk;
-    const CLI::Option *instance = chosen.get_option_no_throw("--instance");
-    if (instance != nullptr && instance->count() > 0) options.instance = static_cast<std::int16_t>(values.instance);
-}
-
-/// A value of "" is a slip in a script, not a request to leave the option out.
-void refuseEmptyValues(const CLI::App &chosen) {
-    for (const CLI::Option *option : chosen.get_options())
-        for (const std::string &value : option->results())
-            if (value.empty() && option->get_expected_max() > 0)
-                throw Failure(Exit::usage, fmt::format("{}: the value is empty", option->get_name()));
-}
-
-} // namespace
-
 Options parseOptions(int argc, const char *const *argv) {
     Options options;
     NamedValues values;
@@ -191,6 +192,8 @@ Options parseOptions(int argc, const char *const *argv) {
         addCommonOptions(sub, options);
     }
 
+    const config::CommandLine configCommands(app);
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
@@ -199,6 +202,8 @@ Options parseOptions(int argc, const char *const *argv) {
                                                                                      : app.help()};
     }
 
+    options.config = configCommands.request();
+    if (options.config) return options;
     const CLI::App *chosen = app.get_subcommands().front();
     const auto *row = std::find_if(commandTable.begin(), commandTable.end(),
                                    [chosen](const Command &command) { return command.name == chosen->get_name(); });

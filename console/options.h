@@ -2,6 +2,7 @@
 #pragma once
 
 #include "commands.h"
+#include "config/request.h"
 #include "configuration.h"
 #include "file_format.h"
 #include "prepared_answers.h"
@@ -18,6 +19,8 @@ enum class ProgressMode { automatic, always, never };
 
 struct Options {
     const Command *command = nullptr;
+    /// A configuration command, instead of everything else.
+    std::optional<config::Request> config;
 
     std::string device;
     std::vector<std::filesystem::path> profiles;
@@ -54,6 +57,11 @@ struct HelpShown {
 
 /// Read the command line. Fails with Exit::usage; help and version requests throw HelpShown.
 [[nodiscard]] Options parseOptions(int argc, const char *const *argv);
+
+/// Values of --format, --language and --base. They fail with Exit::usage.
+[[nodiscard]] FileFormat requireFormat(const std::string &name);
+[[nodiscard]] std::int32_t requireLanguage(const std::string &name);
+[[nodiscard]] std::uint64_t requireAddress(const std::string &text);
 
 /// Whether errors of the command line itself are to be machine output.
 [[nodiscard]] bool wantsJson(int argc, const char *const *argv);

@@ -12,9 +12,9 @@ namespace kx3console::config {
 
 /// One row of an editor. Texts are UTF-8.
 struct Field {
-    std::string frame;   ///< caption of the frame around it, without blanks at the ends
-    std::string caption; ///< without blanks at the ends and without the colon
-    std::string control; ///< "Combo1"
+    std::string frame;              ///< caption of the frame around it, without blanks at the ends
+    std::string caption;            ///< without blanks at the ends and without the colon
+    std::string control;            ///< "Combo1"
     std::int32_t controlIndex = -1; ///< element of the control array, -1 for none
     std::int32_t kind = KX3_FIELD_LIST;
     std::int32_t coding = KX3_CODING_PLAIN;
