@@ -1,10 +1,13 @@
 #include "question.h"
 
+#include "stop_request.h"
+
 #include <algorithm>
 #include <array>
 #include <cctype>
 #include <fmt/format.h>
 #include <kx3mpu6.h>
+#include <poll.h>
 #include <span>
 #include <string>
 #include <unistd.h>
@@ -23,11 +26,20 @@ constexpr std::array okOrCancel{Answer{"OK", KX3_BUTTON_OK}, Answer{"Cancel", KX
 constexpr std::array abortRetryIgnore{Answer{"Abort", KX3_BUTTON_ABORT}, Answer{"Retry", KX3_BUTTON_RETRY},
                                       Answer{"Ignore", KX3_BUTTON_IGNORE}};
 
-/// One line from standard input without stdio's buffer; empty at its end or when a signal comes.
+/// Waits for input; false when a stop is asked for, also when its signal came just before the wait.
+bool inputArrives() {
+    constexpr int milliseconds = 50;
+    pollfd input{STDIN_FILENO, POLLIN, 0};
+    while (!StopRequest::pending())
+        if (::poll(&input, 1, milliseconds) > 0) return true;
+    return false;
+}
+
+/// One line from standard input without stdio's buffer; empty at its end or when a stop is asked for.
 std::string readAnswer() {
     std::string line;
     char c = 0;
-    while (::read(STDIN_FILENO, &c, 1) == 1 && c != '\n')
+    while (inputArrives() && ::read(STDIN_FILENO, &c, 1) == 1 && c != '\n')
         line.push_back(c);
     return line;
 }
