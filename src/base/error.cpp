@@ -33,9 +33,7 @@ std::u16string_view standardDescription(ErrorNumber number) noexcept {
 
 void raise(ErrorNumber number) { raise(number, standardDescription(number)); }
 
-void raise(ErrorNumber number, std::u16string_view description) {
-    throw Error(number, std::u16string(description));
-}
+void raise(ErrorNumber number, std::u16string_view description) { throw Error(number, std::u16string(description)); }
 
 namespace {
 

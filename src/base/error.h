@@ -36,8 +36,7 @@ enum class ErrorNumber : std::int32_t {
 /// only the doors catch it.
 class Error : public std::exception {
   public:
-    Error(ErrorNumber number, std::u16string description)
-        : number_(number), description_(std::move(description)) {}
+    Error(ErrorNumber number, std::u16string description) : number_(number), description_(std::move(description)) {}
 
     [[nodiscard]] ErrorNumber number() const noexcept { return number_; }
     [[nodiscard]] const std::u16string &description() const noexcept { return description_; }

@@ -24,8 +24,9 @@ struct Outside {
 class Apartment {
   public:
     explicit Apartment(Outside outside)
-        : outside_(std::move(outside)), sessionHost_(outside_.sessionHost),
-          context_{blocks_, *outside_.io, sessionHost_, *outside_.ui, *outside_.clock} {}
+        : outside_(std::move(outside)),
+          sessionHost_(outside_.sessionHost), context_{blocks_, *outside_.io, sessionHost_, *outside_.ui,
+                                                       *outside_.clock} {}
     Apartment(const Apartment &) = delete;
     Apartment &operator=(const Apartment &) = delete;
 

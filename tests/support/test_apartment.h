@@ -127,8 +127,8 @@ class TestApartment {
   public:
     TestApartment() : TestApartment(std::make_unique<FakeProgrammerIo>()) {}
     explicit TestApartment(std::unique_ptr<FakeProgrammerIo> programmer)
-        : io(*programmer), sessionHost(std::make_shared<FakeSessionHost>()),
-          apartment(outside(std::move(programmer))) {}
+        : io(*programmer), sessionHost(std::make_shared<FakeSessionHost>()), apartment(outside(std::move(programmer))) {
+    }
 
     /// Create all blocks as a host does, with `buflength`(0) = `bufferLength`, and attach the
     /// plug-in to them.

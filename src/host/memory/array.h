@@ -110,7 +110,8 @@ template <class T> class Array : public ArrayBase {
     [[nodiscard]] void *element(Long index) const {
         const ArrayBound &bound = descriptor().rgsabound[0];
         const std::uint32_t offset = static_cast<std::uint32_t>(index) - static_cast<std::uint32_t>(bound.lLbound);
-        if (offset >= bound.cElements) [[unlikely]] raise(ErrorNumber::subscript);
+        if (offset >= bound.cElements) [[unlikely]]
+            raise(ErrorNumber::subscript);
         return static_cast<T *>(descriptor().pvData) + offset;
     }
     [[nodiscard]] void *dataForLast(Long first, Long length) const {

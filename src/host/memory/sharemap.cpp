@@ -12,8 +12,7 @@ constexpr std::u16string_view attachFailure = u"Unable to create memory mapped f
 
 /// A block smaller than its array would let an index leave the view.
 bool covers(const clsMemMapped &mapping, const ArrayBase &array, Long count) {
-    return count >= 0 &&
-           mapping.ViewSize() >= static_cast<std::size_t>(count) * elementWidth(array.elementType());
+    return count >= 0 && mapping.ViewSize() >= static_cast<std::size_t>(count) * elementWidth(array.elementType());
 }
 
 } // namespace
@@ -40,7 +39,8 @@ void sharemap::MapDeviceBuffer(Long size, Ui &ui) {
 }
 
 void sharemap::UnmapSharedBlocks() noexcept {
-    for (std::size_t i = 0; i < blockTable.size(); ++i) release(i);
+    for (std::size_t i = 0; i < blockTable.size(); ++i)
+        release(i);
 }
 
 void sharemap::UnmapDeviceBuffer() noexcept {

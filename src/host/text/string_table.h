@@ -9,24 +9,24 @@ namespace kx3 {
 
 /// Identifiers of the texts, as offsets inside a language block.
 enum TextId : Long {
-    textUserCodeTitle = 1010,      ///< "Edit Configuration\User_Code"
-    textWarning = 1066,            ///< "Warning! ", first part of the chip-ID box title
-    textOk = 1067,                 ///< "OK"
-    textCancel = 1068,             ///< "Cancel"
-    textNoteTitle = 1095,          ///< "Note!"
-    textDeviceAddress = 1149,      ///< ">>Device Address:"
-    textDeviceData = 1150,         ///< "H  Device Data:"
-    textBufferAddress = 1151,      ///< "H  Buffer Address:"
-    textBufferData = 1152,         ///< "H  Buffer Data:"
-    textStop = 1210,               ///< "Stop"
-    textInformation = 1240,        ///< "Information"
-    textDisable = 1273,            ///< "Disable", a bit of value 1
-    textEnable = 1274,             ///< "Enable", a bit of value 0
-    textDeviceCodeError = 1278,    ///< "Device Code Error!"
-    textDeviceBufferHeading = 1281,///< " Device         Buffer"
-    textProgramMemory = 1282,      ///< "Program Memory:"
-    textDataMemory = 1284,         ///< "   Data Memory:"
-    textEditTitle = 1293,          ///< "Edit Configuration"
+    textUserCodeTitle = 1010,       ///< "Edit Configuration\User_Code"
+    textWarning = 1066,             ///< "Warning! ", first part of the chip-ID box title
+    textOk = 1067,                  ///< "OK"
+    textCancel = 1068,              ///< "Cancel"
+    textNoteTitle = 1095,           ///< "Note!"
+    textDeviceAddress = 1149,       ///< ">>Device Address:"
+    textDeviceData = 1150,          ///< "H  Device Data:"
+    textBufferAddress = 1151,       ///< "H  Buffer Address:"
+    textBufferData = 1152,          ///< "H  Buffer Data:"
+    textStop = 1210,                ///< "Stop"
+    textInformation = 1240,         ///< "Information"
+    textDisable = 1273,             ///< "Disable", a bit of value 1
+    textEnable = 1274,              ///< "Enable", a bit of value 0
+    textDeviceCodeError = 1278,     ///< "Device Code Error!"
+    textDeviceBufferHeading = 1281, ///< " Device         Buffer"
+    textProgramMemory = 1282,       ///< "Program Memory:"
+    textDataMemory = 1284,          ///< "   Data Memory:"
+    textEditTitle = 1293,           ///< "Edit Configuration"
     textVerify = 2002,
     textBlankCheck = 2003,
     textProgram = 2005,

@@ -20,7 +20,8 @@ class StringStore {
 
     String add(std::u16string_view text) {
         const std::lock_guard lock(mutex_);
-        while (next_ == 0 || texts_.contains(next_)) ++next_;
+        while (next_ == 0 || texts_.contains(next_))
+            ++next_;
         texts_.emplace(next_, text);
         return {next_++};
     }
