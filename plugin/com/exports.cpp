@@ -11,22 +11,15 @@
 
 using kx3::com::Scope;
 
-namespace __gnu_cxx {
-void __freeres(); // of the compiler's run time: frees its reserve for exceptions
-} // namespace __gnu_cxx
-
-/// The library's own directory of thread-local storage, as the linker has laid it out.
-extern "C" const IMAGE_TLS_DIRECTORY _tls_used;
-
 namespace {
 
-/// The run time linked into this library frees what it keeps for a thread when the thread ends. The
-/// thread that unloads the library leaves it just as well, but nobody tells the run time.
-void releaseRunTime(HINSTANCE module) noexcept {
-    const auto *callbacks = reinterpret_cast<const PIMAGE_TLS_CALLBACK *>(_tls_used.AddressOfCallBacks);
-    for (; *callbacks != nullptr; ++callbacks)
-        (*callbacks)(module, DLL_THREAD_DETACH, nullptr);
-    __gnu_cxx::__freeres();
+/// Keep the library loaded until the process ends, whoever unloads it. The run time linked into it
+/// cannot be unloaded without leaving thread-local slots and locks behind, a host's thread may still
+/// hold objects, and what a thread has attached outlives its objects anyway.
+bool stayLoaded() noexcept {
+    HMODULE self = nullptr;
+    constexpr DWORD flags = GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN;
+    return ::GetModuleHandleExW(flags, reinterpret_cast<LPCWSTR>(&stayLoaded), &self) != FALSE;
 }
 
 } // namespace
@@ -37,8 +30,7 @@ STDAPI DllGetClassObject(REFCLSID classId, REFIID id, LPVOID *object) {
     return classId == __uuidof(::clsMPU) ? kx3::com::classFactory(id, object) : CLASS_E_CLASSNOTAVAILABLE;
 }
 
-/// What a thread has attached outlives its objects, and the library with it.
-STDAPI DllCanUnloadNow() { return kx3::com::moduleInUse() || kx3::com::HostThread::anyLeft() ? S_FALSE : S_OK; }
+STDAPI DllCanUnloadNow() { return kx3::com::moduleInUse() ? S_FALSE : S_OK; }
 
 STDAPI DllRegisterServer() {
     return kx3::com::guarded([] { return kx3::com::registerServer(Scope::machine); });
@@ -57,17 +49,8 @@ STDAPI DllInstall(BOOL install, LPCWSTR commandLine) {
         [=] { return install != FALSE ? kx3::com::registerServer(scope) : kx3::com::unregisterServer(scope); });
 }
 
-extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID processEnds) {
-    switch (reason) {
-    case DLL_PROCESS_ATTACH: return kx3::com::HostThread::startUp() ? TRUE : FALSE;
-    case DLL_THREAD_DETACH: kx3::com::HostThread::endCurrent(); break;
-    case DLL_PROCESS_DETACH:
-        // The system takes everything back from a process that ends.
-        if (processEnds != nullptr) break;
-        kx3::com::HostThread::shutDown();
-        releaseRunTime(module);
-        break;
-    default: break;
-    }
+extern "C" BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, LPVOID /*reserved*/) {
+    if (reason == DLL_PROCESS_ATTACH) return stayLoaded() && kx3::com::HostThread::startUp() ? TRUE : FALSE;
+    if (reason == DLL_THREAD_DETACH) kx3::com::HostThread::endCurrent();
     return TRUE;
 }

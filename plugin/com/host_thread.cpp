@@ -27,11 +27,8 @@ class SystemClock final : public Clock {
 };
 
 // A thread finds its state through a slot of the system: the compiler's own thread-local objects
-// would leave destructors behind that run after the library has gone.
+// would end at a time of the run time's choosing.
 DWORD slot = TLS_OUT_OF_INDEXES;
-SRWLOCK threadsLock = SRWLOCK_INIT;
-
-std::list<HostThread *> threads;
 
 HostThread *ofThisThread() noexcept { return static_cast<HostThread *>(::TlsGetValue(slot)); }
 
@@ -45,15 +42,8 @@ bool HostThread::startUp() noexcept {
 std::shared_ptr<HostThread> HostThread::current() {
     if (HostThread *known = ofThisThread()) return known->self_;
     auto fresh = std::make_shared<HostThread>();
-    {
-        const Exclusive locked(threadsLock);
-        fresh->place_ = threads.insert(threads.end(), fresh.get());
-    }
+    if (::TlsSetValue(slot, fresh.get()) == FALSE) throw std::bad_alloc();
     fresh->self_ = fresh;
-    if (::TlsSetValue(slot, fresh.get()) == FALSE) {
-        fresh->end();
-        throw std::bad_alloc();
-    }
     return fresh;
 }
 
@@ -62,17 +52,6 @@ void HostThread::endCurrent() noexcept {
         ::TlsSetValue(slot, nullptr);
         known->end();
     }
-}
-
-bool HostThread::anyLeft() noexcept {
-    const Exclusive locked(threadsLock);
-    return !threads.empty();
-}
-
-void HostThread::shutDown() noexcept {
-    while (!threads.empty())
-        threads.front()->end();
-    ::TlsFree(slot);
 }
 
 HostThread::HostThread() {
@@ -112,8 +91,8 @@ void HostThread::removeReleasedObjects() noexcept {
 }
 
 void HostThread::end() noexcept {
-    // References end with the thread's last object. Those left here belong to a host that has kept
-    // objects beyond its thread or beyond the library: COM may be gone, so they are left alone.
+    // The session host goes with the thread's last object. It is left here only by a host that has
+    // kept objects beyond their thread: COM is gone from there, so it is left alone.
     if (sessionHost_) sessionHost_->abandon();
     {
         const Exclusive locked(lock_);
@@ -121,10 +100,6 @@ void HostThread::end() noexcept {
         objects_.clear();
         if (apartment_) apartment_->blocks().UnmapDeviceBuffer();
         apartment_.reset();
-    }
-    {
-        const Exclusive locked(threadsLock);
-        threads.erase(place_);
     }
     self_.reset(); // may be the last reference to this object
 }

@@ -13,8 +13,8 @@
 namespace kx3::com {
 
 /// One host thread: its apartment and the class's objects that the thread has created. It is made
-/// by the thread's first object and ends with the thread, or with the library; what it has attached
-/// is given back then, whoever still holds an object.
+/// by the thread's first object and ends with the thread; what it has attached is given back then,
+/// whoever still holds an object.
 ///
 /// All work belongs to the thread itself. The one thing that another thread may do is to drop the
 /// last reference to an object: the object's end, which releases blocks that the thread may be
@@ -31,14 +31,10 @@ class HostThread {
     /// The calling thread's own, made when there is none yet. Raises out of memory.
     [[nodiscard]] static std::shared_ptr<HostThread> current();
 
-    /// Library-wide slots; false when the system has none left. Called as the library is loaded.
+    /// The slot by which threads find their own; false when the system has none left. Called as the library is loaded.
     [[nodiscard]] static bool startUp() noexcept;
     /// The calling thread ends.
     static void endCurrent() noexcept;
-    /// Whether any thread has state here.
-    [[nodiscard]] static bool anyLeft() noexcept;
-    /// The library ends: all threads' state goes.
-    static void shutDown() noexcept;
 
     HostThread();
     HostThread(const HostThread &) = delete;
@@ -63,7 +59,6 @@ class HostThread {
     std::optional<Apartment> apartment_;
     std::list<Object> objects_;
     std::shared_ptr<HostThread> self_; ///< until the thread ends
-    std::list<HostThread *>::iterator place_;
 };
 
 } // namespace kx3::com
