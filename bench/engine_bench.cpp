@@ -199,54 +199,33 @@ void editors(benchmark::State &state) {
     state.counters["slowest_us"] = slowest * 1e6;
 }
 
-BENCHMARK_CAPTURE(transfer, program_byte, byteDevice, programOperation)
-    ->Arg(256)
-    ->Arg(1024)
-    ->Arg(8192)
-    ->UseManualTime()
-    ->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(transfer, program_word, wordDevice, programOperation)
-    ->Arg(256)
-    ->Arg(1024)
-    ->Arg(8192)
-    ->UseManualTime()
-    ->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(transfer, program_arm_prg, armByteDevice, programOperation)
-    ->Arg(8192)
-    ->UseManualTime()
-    ->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(transfer, read_byte, byteDevice, readOperation)
-    ->Arg(256)
-    ->Arg(1024)
-    ->Arg(8192)
-    ->UseManualTime()
-    ->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(transfer, read_word, wordDevice, readOperation)
-    ->Arg(256)
-    ->Arg(1024)
-    ->Arg(8192)
-    ->UseManualTime()
-    ->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(verify, byte, byteDevice)
-    ->Arg(64)
-    ->Arg(256)
-    ->Arg(1024)
-    ->Arg(8192)
-    ->Arg(65536)
-    ->UseManualTime()
-    ->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(verify, word, wordDevice)
-    ->Arg(64)
-    ->Arg(256)
-    ->Arg(1024)
-    ->Arg(8192)
-    ->Arg(65536)
-    ->UseManualTime()
-    ->Unit(benchmark::kMicrosecond);
+void inMicroseconds(benchmark::internal::Benchmark *benchmark) {
+    benchmark->UseManualTime()->Unit(benchmark::kMicrosecond);
+}
+
+/// Device sizes in KiB.
+void transferSizes(benchmark::internal::Benchmark *benchmark) {
+    for (const Long kibibytes : {256, 1024, 8192})
+        benchmark->Arg(kibibytes);
+    inMicroseconds(benchmark);
+}
+void growingSizes(benchmark::internal::Benchmark *benchmark) {
+    for (const Long kibibytes : {64, 256, 1024, 8192, 65536})
+        benchmark->Arg(kibibytes);
+    inMicroseconds(benchmark);
+}
+
+BENCHMARK_CAPTURE(transfer, program_byte, byteDevice, programOperation)->Apply(growingSizes);
+BENCHMARK_CAPTURE(transfer, program_word, wordDevice, programOperation)->Apply(transferSizes);
+BENCHMARK_CAPTURE(transfer, program_arm_prg, armByteDevice, programOperation)->Apply(transferSizes);
+BENCHMARK_CAPTURE(transfer, read_byte, byteDevice, readOperation)->Apply(transferSizes);
+BENCHMARK_CAPTURE(transfer, read_word, wordDevice, readOperation)->Apply(transferSizes);
+BENCHMARK_CAPTURE(verify, byte, byteDevice)->Apply(growingSizes);
+BENCHMARK_CAPTURE(verify, word, wordDevice)->Apply(growingSizes);
 BENCHMARK(emptySession)->Unit(benchmark::kMicrosecond);
-BENCHMARK(attachAndRelease)->UseManualTime()->Unit(benchmark::kMicrosecond);
-BENCHMARK(elementAccess)->UseManualTime()->Unit(benchmark::kMicrosecond);
-BENCHMARK(editors)->UseManualTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK(attachAndRelease)->Apply(inMicroseconds);
+BENCHMARK(elementAccess)->Apply(inMicroseconds);
+BENCHMARK(editors)->Apply(inMicroseconds);
 
 } // namespace
 } // namespace kx3::bench
