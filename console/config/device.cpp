@@ -67,7 +67,10 @@ Device deviceOf(const Request &request) {
 }
 
 Editor editorOf(const Device &device, std::int32_t language) {
-    if (auto editor = describeEditor(device.traits, language)) return *std::move(editor);
+    if (auto editor = describeEditor(device.traits, language)) {
+        requireInside(device, *editor, bufferData(device, &*editor));
+        return *std::move(editor);
+    }
     throw Failure(
         Exit::usage,
         fmt::format("device {} has no configuration editor: its family is {}", device.name, device.traits.prgmode),
@@ -76,10 +79,7 @@ Editor editorOf(const Device &device, std::int32_t language) {
 
 std::int32_t bufferData(const Device &device, const Editor *editor) {
     std::int64_t bytes = device.profile ? device.profile->bufferBytes() : device.traits.tlength;
-    if (editor != nullptr) {
-        if (!device.profile) bytes = highestAddress(device, *editor) + 1;
-        requireInside(device, *editor, bytes);
-    }
+    if (editor != nullptr && !device.profile) bytes = highestAddress(device, *editor) + 1;
     return static_cast<std::int32_t>(bytes);
 }
 

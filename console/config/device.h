@@ -22,11 +22,12 @@ struct Device {
 /// The device that the request names. Fails with Exit::usage when there is none.
 [[nodiscard]] Device deviceOf(const Request &request);
 
-/// Its editor. Fails with Exit::usage when it has none.
+/// Its editor. Fails with Exit::usage when it has none, or when one of its bytes cannot lie in the device
+/// buffer (Exit::badFile where that is the profile's fault).
 [[nodiscard]] Editor editorOf(const Device &device, std::int32_t language);
 
 /// Bytes of device data that the device buffer needs: the profile's, or so many that the bytes of
-/// `editor` (which may be null) lie in it. Fails when an address cannot lie in the buffer.
+/// `editor` (which may be null) lie in it.
 [[nodiscard]] std::int32_t bufferData(const Device &device, const Editor *editor);
 
 /// Write what the plug-in needs to know of the device into the blocks.
