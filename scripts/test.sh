@@ -32,12 +32,13 @@ have() {
     for tool in "$@"; do command -v "$tool" >/dev/null || return 1; done
 }
 
-# logged LOG COMMAND...: run with all output in the log; show the log's end when it fails.
+# logged LOG COMMAND...: run with all output in the log; show the log's end, without the tests that
+# passed, when it fails.
 logged() {
     local log=$logs/$1.log
     shift
     "$@" >"$log" 2>&1 && return 0
-    tail -n 60 "$log"
+    grep -vE '^ +Start +[0-9]+: | Passed +[0-9.]+ sec$' "$log" | tail -n 60
     warn "failed: $* (all of it: $log)"
     return 1
 }
