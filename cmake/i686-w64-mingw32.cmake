@@ -1,5 +1,4 @@
-# Cross build for 32-bit Windows with mingw-w64. A program of the build runs through KX3_WINE_RUNNER,
-# when that names a script.
+# Cross build for 32-bit Windows with mingw-w64. What it builds runs under Wine.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86)
 
@@ -24,6 +23,4 @@ set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "-static")
 set(CMAKE_MODULE_LINKER_FLAGS_INIT "-static")
 
-if(DEFINED ENV{KX3_WINE_RUNNER})
-  set(CMAKE_CROSSCOMPILING_EMULATOR $ENV{KX3_WINE_RUNNER})
-endif()
+set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../scripts/wine-run.sh)

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Install the packages that building, testing and showing kx3mpu6 need on Debian 12.
 #
-#   scripts/setup.sh [build] [checks] [demo]     without a name: all of them
+#   scripts/setup.sh [build] [checks] [demo] [windows]     without a name: all of them
 #
 # Only packages that are missing are installed, as root or through sudo; when none is missing, the
 # network is not touched. Exit code 1 when some could not be installed; they are named.
@@ -19,6 +19,11 @@ checks_packages=(clang libclang-rt-14-dev clang-format clang-tidy shellcheck git
 # Real firmware, boot loaders with their boards' fuses, and a tool of somebody else's to compare load
 # files with.
 demo_packages=(firmware-microbit-micropython arduino-core-avr srecord)
+# Cross compiler for 32-bit Windows, and Wine to run what it makes.
+windows_packages=(
+    g++-mingw-w64-i686-posix mingw-w64-tools libwine-dev googletest cmake ninja-build
+    wine wine32:i386
+)
 
 is_installed() {
     [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
@@ -57,8 +62,9 @@ wanted_packages() {
         build) printf '%s\n' "${build_packages[@]}" ;;
         checks) printf '%s\n' "${checks_packages[@]}" ;;
         demo) printf '%s\n' "${demo_packages[@]}" ;;
+        windows) printf '%s\n' "${windows_packages[@]}" ;;
         *)
-            warn "unknown group '$group'; groups are build, checks and demo"
+            warn "unknown group '$group'; groups are build, checks, demo and windows"
             return 2
             ;;
         esac
@@ -73,6 +79,7 @@ main() {
     [ "${#missing[@]}" -gt 0 ] || return 0
 
     announce "installing: ${missing[*]}"
+    if [[ ${missing[*]} == *:i386* ]]; then as_root dpkg --add-architecture i386; fi
     as_root apt-get update -qq || true # an index that is out of step is no reason to stop
     if ! apt_install "${missing[@]}"; then
         # One that cannot be had must not keep the others away.
@@ -87,5 +94,5 @@ main() {
     }
 }
 
-if [ $# -eq 0 ]; then set -- build checks demo; fi
+if [ $# -eq 0 ]; then set -- build checks demo windows; fi
 main "$@"

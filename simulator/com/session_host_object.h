@@ -1,0 +1,45 @@
+// The session host as a COM object for late-bound callers.
+#pragma once
+
+#include "com/com_ptr.h"
+#include "host/memory/sharemap.h"
+#include "simulator/session_host.h"
+
+#include <optional>
+
+namespace kx3sim {
+
+/// The class kx3host.SessionHost. A process has one programmer, so all creators get the same
+/// object; it lives until the process ends. It must be used on one thread.
+///
+/// Besides the session host's operations it has what a test host needs:
+///   Open(instance, chipFile, faults)   switch the programmer on and attach the blocks of a host
+///                                      instance as their owner; "" as chip file keeps the chip in
+///                                      memory
+///   Close()                            save the chip, give the blocks back, switch off
+///   Passed()                           True when the newest operation ended with SignalPass
+class SessionHostObject final : public IDispatch {
+  public:
+    [[nodiscard]] static SessionHostObject &theOne();
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void **object) override;
+    ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
+    ULONG STDMETHODCALLTYPE Release() override { return 1; }
+    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT *count) override;
+    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID locale, ITypeInfo **typeInfo) override;
+    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID reserved, LPOLESTR *names, UINT count, LCID locale,
+                                            DISPID *identifiers) override;
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID member, REFIID reserved, LCID locale, WORD flags, DISPPARAMS *parameters,
+                                     VARIANT *result, EXCEPINFO *exception, UINT *badArgument) override;
+
+    /// The session host; raises "object not set" before Open.
+    [[nodiscard]] SessionHost &host();
+    void open(kx3::Integer instance, std::u16string_view chipFile, std::u16string_view faults);
+    void close();
+
+  private:
+    kx3::sharemap blocks_;
+    std::optional<SessionHost> host_;
+};
+
+} // namespace kx3sim
