@@ -67,9 +67,9 @@ class BlockReader {
     RunEnd awaitRun(Long block);
     RunEnd receive(Long block);
     /// False when the host stopped the verify.
-    bool compare(const Chunk &chunk);
-    bool compareBytes(const Chunk &chunk, std::span<const Byte> data);
-    bool compareWords(const Chunk &chunk, std::span<const Byte> data);
+    [[nodiscard]] bool compare(const Chunk &chunk);
+    [[nodiscard]] bool compareBytes(const Chunk &chunk, std::span<const Byte> data);
+    [[nodiscard]] bool compareWords(const Chunk &chunk, std::span<const Byte> data);
     Outcome ReadBulkRetry(const Chunk &chunk);
     void startBulkRead(const Chunk &chunk);
     void close();

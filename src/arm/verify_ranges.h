@@ -30,7 +30,8 @@ class VerifyRanges {
 
     /// Call `compare(from, to)` for each run of compared addresses inside [first, end), in
     /// increasing order, until it returns false. False when one did.
-    template <class Compare> bool forEachRun(std::int64_t first, std::int64_t end, Compare compare) const {
+    template <class Compare>
+    [[nodiscard]] bool forEachRun(std::int64_t first, std::int64_t end, Compare compare) const {
         for (std::size_t i = 0; i < used_; ++i) {
             const std::int64_t from = std::max(first, ranges_[i].first);
             const std::int64_t to = std::min(end, ranges_[i].end);

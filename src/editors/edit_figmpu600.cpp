@@ -60,7 +60,7 @@ constexpr FixedBits fixedBits[] = {ones({}, 2, 0xBC), ones({}, 3, 0xE0), ones({}
 
 } // namespace
 
-constinit const EditorDescription edit_figmpu600 = {
+constexpr EditorDescription edit_figmpu600 = {
     .name = "edit_figmpu600", .modes = {50}, .frames = frames, .rows = rows, .bytes = bytes, .fixedBits = fixedBits};
 
 } // namespace kx3

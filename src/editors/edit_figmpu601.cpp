@@ -47,13 +47,13 @@ constexpr FixedBits fixedBits[] = {ones({}, configByteAddress, 0x02)};
 
 } // namespace
 
-constinit const EditorDescription edit_figmpu601 = {.name = "edit_figmpu601",
-                                                    .modes = {51},
-                                                    .base = AddressBase::bufferStart,
-                                                    .mirrored = true,
-                                                    .frames = frames,
-                                                    .rows = rows,
-                                                    .bytes = bytes,
-                                                    .fixedBits = fixedBits};
+constexpr EditorDescription edit_figmpu601 = {.name = "edit_figmpu601",
+                                              .modes = {51},
+                                              .base = AddressBase::bufferStart,
+                                              .mirrored = true,
+                                              .frames = frames,
+                                              .rows = rows,
+                                              .bytes = bytes,
+                                              .fixedBits = fixedBits};
 
 } // namespace kx3

@@ -30,7 +30,7 @@ constexpr ByteRange bytes[] = {{.first = -40, .count = 28}};
 
 } // namespace
 
-constinit const EditorDescription edit_figmpu602 = {
+constexpr EditorDescription edit_figmpu602 = {
     .name = "edit_figmpu602", .modes = {64}, .buttonArray = true, .frames = frames, .rows = rows, .bytes = bytes};
 
 } // namespace kx3

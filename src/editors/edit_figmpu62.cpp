@@ -131,14 +131,14 @@ constexpr Change changes[] = {hideRows({1}, "Frame4")};
 
 } // namespace
 
-constinit const EditorDescription edit_figmpu62 = {.name = "edit_figmpu62",
-                                                   .modes = {1, 2},
-                                                   .title = textUserCodeTitle,
-                                                   .startPosition = StartPosition::centerOwner,
-                                                   .frames = frames,
-                                                   .rows = rows,
-                                                   .bytes = bytes,
-                                                   .fixedBits = fixedBits,
-                                                   .changes = changes};
+constexpr EditorDescription edit_figmpu62 = {.name = "edit_figmpu62",
+                                             .modes = {1, 2},
+                                             .title = textUserCodeTitle,
+                                             .startPosition = StartPosition::centerOwner,
+                                             .frames = frames,
+                                             .rows = rows,
+                                             .bytes = bytes,
+                                             .fixedBits = fixedBits,
+                                             .changes = changes};
 
 } // namespace kx3

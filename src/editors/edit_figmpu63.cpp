@@ -65,14 +65,14 @@ void lockProgrammingRow(EditorLayout &layout, const DeviceTraits &device) {
 
 } // namespace
 
-constinit const EditorDescription edit_figmpu63 = {.name = "edit_figmpu63",
-                                                   .modes = {3, 4, 6, 10},
-                                                   .base = AddressBase::twiceLength,
-                                                   .frames = frames,
-                                                   .rows = rows,
-                                                   .bytes = bytes,
-                                                   .fixedBits = fixedBits,
-                                                   .changes = changes,
-                                                   .adjust = lockProgrammingRow};
+constexpr EditorDescription edit_figmpu63 = {.name = "edit_figmpu63",
+                                             .modes = {3, 4, 6, 10},
+                                             .base = AddressBase::twiceLength,
+                                             .frames = frames,
+                                             .rows = rows,
+                                             .bytes = bytes,
+                                             .fixedBits = fixedBits,
+                                             .changes = changes,
+                                             .adjust = lockProgrammingRow};
 
 } // namespace kx3

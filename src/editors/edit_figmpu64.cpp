@@ -33,14 +33,14 @@ void adjustToPackage(EditorLayout &layout, const DeviceTraits &device) {
 
 } // namespace
 
-constinit const EditorDescription edit_figmpu64 = {.name = "edit_figmpu64",
-                                                   .modes = {12},
-                                                   .startPosition = StartPosition::centerOwner,
-                                                   .base = AddressBase::twiceLength,
-                                                   .frames = frames,
-                                                   .rows = rows,
-                                                   .bytes = bytes,
-                                                   .fixedBits = fixedBits,
-                                                   .adjust = adjustToPackage};
+constexpr EditorDescription edit_figmpu64 = {.name = "edit_figmpu64",
+                                             .modes = {12},
+                                             .startPosition = StartPosition::centerOwner,
+                                             .base = AddressBase::twiceLength,
+                                             .frames = frames,
+                                             .rows = rows,
+                                             .bytes = bytes,
+                                             .fixedBits = fixedBits,
+                                             .adjust = adjustToPackage};
 
 } // namespace kx3

@@ -149,14 +149,14 @@ void adjustToPackage(EditorLayout &layout, const DeviceTraits &device) {
 
 } // namespace
 
-constinit const EditorDescription edit_figmpu65 = {.name = "edit_figmpu65",
-                                                   .modes = {13, 14, 15, 18, 30, 31, 32, 55, 56, 58, 59, 60, 61, 62},
-                                                   .base = AddressBase::twiceLength,
-                                                   .frames = frames,
-                                                   .rows = rows,
-                                                   .bytes = bytes,
-                                                   .fixedBits = fixedBits,
-                                                   .changes = changes,
-                                                   .adjust = adjustToPackage};
+constexpr EditorDescription edit_figmpu65 = {.name = "edit_figmpu65",
+                                             .modes = {13, 14, 15, 18, 30, 31, 32, 55, 56, 58, 59, 60, 61, 62},
+                                             .base = AddressBase::twiceLength,
+                                             .frames = frames,
+                                             .rows = rows,
+                                             .bytes = bytes,
+                                             .fixedBits = fixedBits,
+                                             .changes = changes,
+                                             .adjust = adjustToPackage};
 
 } // namespace kx3

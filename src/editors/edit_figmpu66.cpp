@@ -96,12 +96,12 @@ void fillSizes(EditorLayout &layout, const DeviceTraits &device) {
 
 } // namespace
 
-constinit const EditorDescription edit_figmpu66 = {.name = "edit_figmpu66",
-                                                   .modes = {debugMode, flashReadMode},
-                                                   .frames = frames,
-                                                   .rows = rows,
-                                                   .bytes = bytes,
-                                                   .fixedBits = fixedBits,
-                                                   .adjust = fillSizes};
+constexpr EditorDescription edit_figmpu66 = {.name = "edit_figmpu66",
+                                             .modes = {debugMode, flashReadMode},
+                                             .frames = frames,
+                                             .rows = rows,
+                                             .bytes = bytes,
+                                             .fixedBits = fixedBits,
+                                             .adjust = fillSizes};
 
 } // namespace kx3

@@ -62,12 +62,12 @@ constexpr Change changes[] = {
 
 } // namespace
 
-constinit const EditorDescription edit_figmpu67 = {.name = "edit_figmpu67",
-                                                   .modes = {23, 24, 25},
-                                                   .frames = frames,
-                                                   .rows = rows,
-                                                   .bytes = bytes,
-                                                   .fixedBits = fixedBits,
-                                                   .changes = changes};
+constexpr EditorDescription edit_figmpu67 = {.name = "edit_figmpu67",
+                                             .modes = {23, 24, 25},
+                                             .frames = frames,
+                                             .rows = rows,
+                                             .bytes = bytes,
+                                             .fixedBits = fixedBits,
+                                             .changes = changes};
 
 } // namespace kx3

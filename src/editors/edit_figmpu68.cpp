@@ -65,13 +65,13 @@ constexpr FixedBits fixedBits[] = {
 
 } // namespace
 
-constinit const EditorDescription edit_figmpu68 = {.name = "edit_figmpu68",
-                                                   .modes = {39, 40, 41, 43, 44},
-                                                   .base = AddressBase::bufferStart,
-                                                   .mirrored = true,
-                                                   .frames = frames,
-                                                   .rows = rows,
-                                                   .bytes = bytes,
-                                                   .fixedBits = fixedBits};
+constexpr EditorDescription edit_figmpu68 = {.name = "edit_figmpu68",
+                                             .modes = {39, 40, 41, 43, 44},
+                                             .base = AddressBase::bufferStart,
+                                             .mirrored = true,
+                                             .frames = frames,
+                                             .rows = rows,
+                                             .bytes = bytes,
+                                             .fixedBits = fixedBits};
 
 } // namespace kx3

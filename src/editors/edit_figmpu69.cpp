@@ -62,12 +62,12 @@ constexpr Change changes[] = {
 
 } // namespace
 
-constinit const EditorDescription edit_figmpu69 = {.name = "edit_figmpu69",
-                                                   .modes = {45, 46, 47, 48, 49},
-                                                   .buttonArray = true,
-                                                   .frames = frames,
-                                                   .rows = rows,
-                                                   .bytes = bytes,
-                                                   .changes = changes};
+constexpr EditorDescription edit_figmpu69 = {.name = "edit_figmpu69",
+                                             .modes = {45, 46, 47, 48, 49},
+                                             .buttonArray = true,
+                                             .frames = frames,
+                                             .rows = rows,
+                                             .bytes = bytes,
+                                             .changes = changes};
 
 } // namespace kx3

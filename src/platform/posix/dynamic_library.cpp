@@ -5,20 +5,22 @@
 
 #include <dlfcn.h>
 #include <filesystem>
-#include <system_error>
 
 namespace kx3::platform {
 
 namespace {
 
-/// Folder of the library (or program) that this code is linked into, with its final separator.
-std::string ownFolder() {
-    Dl_info info{};
-    if (::dladdr(reinterpret_cast<const void *>(&standardDescription), &info) == 0 || info.dli_fname == nullptr)
+/// Folder of the library (or program) that this code is linked into, with its final separator; empty
+/// when it cannot be told.
+std::string ownFolder() noexcept {
+    try {
+        Dl_info info{};
+        if (::dladdr(reinterpret_cast<const void *>(&standardDescription), &info) == 0 || info.dli_fname == nullptr)
+            return {};
+        return std::filesystem::absolute(info.dli_fname).parent_path().string() + '/';
+    } catch (...) {
         return {};
-    std::error_code failed;
-    const std::filesystem::path folder = std::filesystem::absolute(info.dli_fname, failed).parent_path();
-    return failed ? std::string() : folder.string() + '/';
+    }
 }
 
 /// Taken while the library is being loaded: its path may be relative to the directory of that moment.
