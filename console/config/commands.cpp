@@ -20,7 +20,8 @@ namespace kx3console::config {
 
 namespace {
 
-void print(const std::string &text) { std::fwrite(text.data(), 1, text.size(), stdout); }
+/// An output that cannot be written is seen at the end.
+void print(const std::string &text) { static_cast<void>(std::fwrite(text.data(), 1, text.size(), stdout)); }
 
 /// Configuration is edited in blocks of our own, so that no other host stands in the way, unless the
 /// user has chosen a world.
@@ -55,6 +56,7 @@ std::vector<ShownByte> shownBytes(const Report &report, const Medium &medium, bo
     std::sort(addresses.begin(), addresses.end());
     addresses.erase(std::unique(addresses.begin(), addresses.end()), addresses.end());
     std::vector<ShownByte> shown;
+    shown.reserve(addresses.size());
     for (const std::int32_t address : addresses)
         shown.push_back({address, report.values->bytes.at(address), medium.holds(address)});
     return shown;
@@ -183,7 +185,7 @@ class Change {
             bytes[address] = after.bytes.at(address);
         medium_->requireRoom(bytes);
         if (request_.json && mayAsk(request_)) fmt::print(stderr, "{}", changesText(report_));
-        std::fflush(stdout);
+        static_cast<void>(std::fflush(stdout)); // before the question
         report_.outcome = askConsent(request_, *report_.changes, report_.target);
         if (report_.outcome.code != Exit::done) return;
         medium_->store(bytes);

@@ -16,7 +16,6 @@ constexpr std::string_view dangerWord = "lock me out";
 /// One line from the terminal, in lower case.
 std::string answerTo(const std::string &question) {
     fmt::print(stderr, "{} ", question);
-    std::fflush(stderr);
     std::string line;
     char c = 0;
     while (::read(STDIN_FILENO, &c, 1) == 1 && c != '\n')
@@ -26,6 +25,7 @@ std::string answerTo(const std::string &question) {
 
 std::string dangersText(const std::vector<const FieldChange *> &dangers) {
     std::vector<std::string> names;
+    names.reserve(dangers.size());
     for (const FieldChange *change : dangers)
         names.push_back(
             fmt::format("{} = {} ({})", change->field->fullName(), change->after, hazardName(change->field->hazard)));

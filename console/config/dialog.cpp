@@ -89,7 +89,7 @@ class OpenForm {
         const std::string kept = textOf(at(control).text);
         if (kept == assignment.entry.text) return;
         throw Failure(Exit::usage,
-                      fmt::format("{}: \"{}\" does not fit: the box makes \"{}\" of it", assignment.field->fullName(),
+                      fmt::format(R"({}: "{}" does not fit: the box makes "{}" of it)", assignment.field->fullName(),
                                   assignment.value, kept),
                       "Give a shorter hexadecimal number.");
     }
@@ -101,6 +101,7 @@ class OpenForm {
 /// again as long as others can.
 void enterAll(const OpenForm &form, const std::vector<Assignment> &assignments) {
     std::vector<const Assignment *> waiting;
+    waiting.reserve(assignments.size());
     for (const Assignment &assignment : assignments)
         waiting.push_back(&assignment);
     while (!waiting.empty()) {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace kx3console::config {
@@ -18,8 +19,8 @@ constexpr std::uint8_t erased = 0xFF;
 /// Copies the records of a file and puts the new bytes into them.
 class RecordPatcher {
   public:
-    RecordPatcher(FileFormat format, const std::string &path, const Patch &patch)
-        : format_(format), rest_(patch), writer_(createRecords(format, path)) {}
+    RecordPatcher(FileFormat format, const std::string &path, Patch patch)
+        : format_(format), rest_(std::move(patch)), writer_(createRecords(format, path)) {}
 
     void copy(const Record &record) {
         if (record.kind == RecordKind::startAddress) {
