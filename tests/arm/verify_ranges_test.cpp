@@ -11,7 +11,7 @@ namespace {
 /// The compared addresses in [0, 40000 hex) as "first-last" pairs.
 std::string rangesOf(const VerifyParameters &device) {
     std::string text;
-    VerifyRanges::of(device).forEachRun(0, 0x40000, [&](std::int64_t from, std::int64_t to) {
+    (void)VerifyRanges::of(device).forEachRun(0, 0x40000, [&](std::int64_t from, std::int64_t to) {
         char pair[32];
         std::snprintf(pair, sizeof pair, "%s%X-%X", text.empty() ? "" : " ", static_cast<unsigned>(from),
                       static_cast<unsigned>(to - 1));
