@@ -68,7 +68,8 @@ void addDevice(CLI::App &app, auto &values) {
     CLI::Option *device = app.add_option("-d,--device", values.request.device, "the device, as `mpu6 devices` names it")
                               ->type_name("NAME");
     app.add_option("--profiles", values.request.profiles, "file with more device profiles; may be repeated")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->allow_extra_args(false); // the words behind it are fields
     CLI::Option *mode = app.add_option("--mode", values.mode, "without a profile: the family, 0 to 255")
                             ->check(CLI::Range(0, 255))
                             ->type_name("N")

@@ -483,7 +483,8 @@ def chip(program):
         on_chip = ["--device", "WORDS", *mine, "--chip", "a.chip"]
         result = desk.run("config", "set", *on_chip, "FMPPE=12345678", "--yes", "--accept-danger")
         case("set on the chip", result.code == 0, result)
-        result = desk.run("config", "get", *on_chip, "FMPRE", "FMPPE")
+        words = ["--device", "WORDS", "--chip", "a.chip", *mine, "FMPRE", "FMPPE"]  # a file, then fields
+        result = desk.run("config", "get", *words)
         case("read back", result.out == "OTP register/FMPRE=FFFFFFFF\nOTP register/FMPPE=12345678\n", result)
         result = desk.run("verify", "--device", "WORDS", *mine, "--chip", "a.chip", "-i", "code.bin")
         case("the code is as it was", result.code == 0, result)
