@@ -13,7 +13,7 @@ void requireValid(const kx6sim_identity &identity) {
 }
 
 Chip::Chip(std::size_t mainBytes, std::size_t eepromBytes, const kx6sim_identity &itsIdentity)
-    : main(mainBytes), eeprom(eepromBytes, FlashArray::erased), configuration{}, identity(itsIdentity) {
+    : main(mainBytes), eeprom(eepromBytes, FlashArray::erased), identity(itsIdentity) {
     requireValid(identity);
     configuration.fill(FlashArray::erased);
 }

@@ -12,7 +12,7 @@ namespace kx3sim {
 struct Chip {
     FlashArray main;
     std::vector<Byte> eeprom;
-    std::array<Byte, KX6SIM_CONFIGURATION_BYTES> configuration;
+    std::array<Byte, KX6SIM_CONFIGURATION_BYTES> configuration{};
     kx6sim_identity identity;
     bool isProtected = false;
     bool changed = false; ///< since it was inserted, loaded or saved

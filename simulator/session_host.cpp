@@ -203,8 +203,8 @@ void SessionHost::EndOperation() {
     saveChip();
 }
 
-void SessionHost::SignalPass(Long) { signal_ = Signal::pass; }
-void SessionHost::SignalFail(Long) { signal_ = Signal::fail; }
+void SessionHost::SignalPass(Long /*value*/) { signal_ = Signal::pass; }
+void SessionHost::SignalFail(Long /*value*/) { signal_ = Signal::fail; }
 void SessionHost::ReportStartFailure() { signal_ = Signal::startFailure; }
 
 void SessionHost::saveChip() {
@@ -259,19 +259,19 @@ Long SessionHost::prepare(std::uint8_t module) {
     return sessionStopped;
 }
 
-Long SessionHost::PrepareDevice32f(Byte, Byte) { return prepare(KX6SIM_MODULE_ARM_PRG_32F); }
-Long SessionHost::PrepareDevice(Byte, Byte) { return prepare(KX6SIM_MODULE_ARM_PRG); }
+Long SessionHost::PrepareDevice32f(Byte /*figmode*/, Byte /*zero*/) { return prepare(KX6SIM_MODULE_ARM_PRG_32F); }
+Long SessionHost::PrepareDevice(Byte /*figmode*/, Byte /*zero*/) { return prepare(KX6SIM_MODULE_ARM_PRG); }
 
-Long SessionHost::PrepareChip(Byte) {
+Long SessionHost::PrepareChip(Byte /*figmode*/) {
     const Long result = prepare(KX6SIM_MODULE_NONE);
     pinDriven_ = result == 0;
     return result;
 }
 
 void SessionHost::SetVcc(Long millivolts) { millivolts_ = millivolts; }
-void SessionHost::SetGndPin(Byte, Byte) {} // the simulated socket connects every chip
-void SessionHost::PowerStep(Long) { powered_ = pinDriven_ && millivolts_ > 0; }
-void SessionHost::AlgorithmLoaded(Long) {} // the programmer gets the image by its own download
+void SessionHost::SetGndPin(Byte /*pin*/, Byte /*state*/) {} // the simulated socket connects every chip
+void SessionHost::PowerStep(Long /*step*/) { powered_ = pinDriven_ && millivolts_ > 0; }
+void SessionHost::AlgorithmLoaded(Long /*length*/) {} // the programmer gets the image by its own download
 
 void SessionHost::Delay(Long milliseconds) {
     if (options_.realDelays && milliseconds > 0) std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
@@ -281,7 +281,7 @@ void SessionHost::duringYield() { programmer_->advance(); }
 
 // --- Status reports ---------------------------------------------------------------------------
 
-bool SessionHost::PollStatus(Long) {
+bool SessionHost::PollStatus(Long /*request*/) {
     HostBlocks &to = blocks();
     if (pinDriven_ && !powered_) return false;
     do {
@@ -302,14 +302,14 @@ kx6sim_counters SessionHost::counters() const {
 
 // --- Comparing --------------------------------------------------------------------------------
 
-Long SessionHost::CompareByte(Byte data, Long address, Long) {
+Long SessionHost::CompareByte(Byte data, Long address, Long /*mode*/) {
     const auto index = static_cast<std::size_t>(address);
     if (index < bufferBytes_ && buffer_[index] == data) [[likely]]
         return 0;
     return byteDiffers(data, address);
 }
 
-Long SessionHost::CompareWord(Byte low, Byte high, Long address, Long, Long mask) {
+Long SessionHost::CompareWord(Byte low, Byte high, Long address, Long /*mode*/, Long mask) {
     const auto index = 2 * static_cast<std::size_t>(address);
     if (address >= 0 && index + 1 < bufferBytes_ && buffer_[index] == low && ((buffer_[index + 1] ^ high) & mask) == 0)
         [[likely]]

@@ -463,7 +463,7 @@ void SimulatedProgrammer::reportFault(const Fault &fault, Report &report) {
     }
 }
 
-void SimulatedProgrammer::reportFailure(const StageFailure &failure, Report &report) const {
+void SimulatedProgrammer::reportFailure(const StageFailure &failure, Report &report) {
     report[report::event] = static_cast<Byte>(failure.event);
     for (std::size_t i = 0; i < sizeof failure.address; ++i)
         report[report::address + i] = static_cast<Byte>(failure.address >> (8 * i));

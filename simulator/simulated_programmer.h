@@ -106,7 +106,7 @@ class SimulatedProgrammer {
     void completeStage(protocol::Report &report);
     void fillFinalReport(const Run &run, protocol::Report &report);
     void reportFault(const Fault &fault, protocol::Report &report);
-    void reportFailure(const StageFailure &failure, protocol::Report &report) const;
+    static void reportFailure(const StageFailure &failure, protocol::Report &report);
 
     // Stages.
     [[nodiscard]] StageResult perform(Work work);

@@ -124,8 +124,8 @@ MappingHandle holdAgain(const std::string &path) {
 }
 
 bool isNameOf(const std::string &path, int fd) {
-    struct stat open {
-    }, named{};
+    struct stat open {};
+    struct stat named {};
     return ::fstat(fd, &open) == 0 && ::lstat(path.c_str(), &named) == 0 && open.st_ino == named.st_ino &&
            open.st_dev == named.st_dev;
 }

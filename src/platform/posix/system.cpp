@@ -25,7 +25,7 @@ std::string nativePath(std::u16string_view path) {
 
 float secondsSinceMidnight() noexcept {
     std::timespec now{};
-    std::timespec_get(&now, TIME_UTC);
+    (void)std::timespec_get(&now, TIME_UTC);
     std::tm local{};
     ::localtime_r(&now.tv_sec, &local);
     const int seconds = (local.tm_hour * 60 + local.tm_min) * 60 + local.tm_sec;
