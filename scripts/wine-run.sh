@@ -10,4 +10,10 @@ export WINEPREFIX="${WINEPREFIX-$(cd "$(dirname "$0")/.." && pwd)/build/wine-pre
 # A program that crashes must end and not wait for a debugger.
 export WINEDLLOVERRIDES='mscoree,mshtml,winemenubuilder.exe=,winedbg.exe='
 unset DISPLAY
-exec wine "$@"
+# Wine's own helpers outlive the program and would keep a pipe open, so that its reader waited for ever.
+output=$(mktemp)
+trap 'rm -f "$output"' EXIT
+status=0
+wine "$@" >"$output" 2>&1 || status=$?
+cat "$output"
+exit "$status"
