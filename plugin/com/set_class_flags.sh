@@ -26,7 +26,7 @@ while [ "$i" -lt "$types" ]; do
   record=$((records + i * record_bytes))
   if [ $(($(number_at $record) & 15)) -eq $kind_class ]; then
     flags=$(($(od -An -t u1 -j $((record + flags_offset)) -N 1 "$typelib") | flag_predeclared))
-    printf "\\$(printf %o "$flags")" | dd of="$typelib" bs=1 seek=$((record + flags_offset)) conv=notrunc status=none
+    printf '%b' "\\0$(printf %o "$flags")" | dd of="$typelib" bs=1 seek=$((record + flags_offset)) conv=notrunc status=none
     classes=$((classes + 1))
   fi
   i=$((i + 1))

@@ -12,19 +12,41 @@
 namespace kx3::test {
 namespace {
 
-/// Median of the time of one round, in nanoseconds.
-template <class Body> double measure(int rounds, Body body) {
-    constexpr std::size_t runs = 9;
-    std::array<double, runs> times{};
-    for (double &time : times) {
-        const auto start = std::chrono::steady_clock::now();
-        for (int i = 0; i < rounds; ++i)
-            body();
-        const std::chrono::duration<double, std::nano> spent = std::chrono::steady_clock::now() - start;
-        time = spent.count() / rounds;
-    }
+using Clock = std::chrono::steady_clock;
+using Nanoseconds = std::chrono::duration<double, std::nano>;
+constexpr std::size_t runs = 9;
+
+double median(std::array<double, runs> &times) {
     std::nth_element(times.begin(), times.begin() + runs / 2, times.end());
     return times[runs / 2];
+}
+
+/// Median of the time of one round, in nanoseconds. What `undo` does between rounds does not count.
+template <class Body, class Undo> double measure(int rounds, Body body, Undo undo) {
+    std::array<double, runs> times{};
+    for (double &time : times) {
+        Nanoseconds spent{};
+        for (int i = 0; i < rounds; ++i) {
+            const auto start = Clock::now();
+            body();
+            spent += Clock::now() - start;
+            undo();
+        }
+        time = spent.count() / rounds;
+    }
+    return median(times);
+}
+
+/// The same for a body too short for the clock.
+template <class Body> double measure(int rounds, Body body) {
+    return measure(
+               1,
+               [&] {
+                   for (int i = 0; i < rounds; ++i)
+                       body();
+               },
+               [] {}) /
+           rounds;
 }
 
 class NoUi final : public Ui {
@@ -56,26 +78,36 @@ int run() {
                     mpu->Invoke(0x40030000, IID_NULL, 0, DISPATCH_PROPERTYGET, &none, result.get(), nullptr, nullptr);
                 }));
     SHORT instance = 21;
-    std::printf("%-52s %9.3f ms\n", "attach 62 existing blocks, release them", measure(20, [&] {
-                                                                                   mpu->bufcommpu6(&instance);
-                                                                                   mpu->freesharebuffermpu6();
-                                                                                   (void)plugin.create();
-                                                                               }) / 1e6);
-    std::printf("%-52s %9.3f ms\n", "the same with the bare system calls",
-                measure(20, [&] {
-                    const auto open = [](const std::string &name) {
-                        const platform::UniqueHandle handle(
-                            ::OpenFileMappingA(FILE_MAP_ALL_ACCESS, FALSE, name.c_str()));
-                        void *view = ::MapViewOfFile(handle.get(), FILE_MAP_ALL_ACCESS, 0, 0, 0);
-                        MEMORY_BASIC_INFORMATION region{};
-                        ::VirtualQuery(view, &region, sizeof region);
-                        ::UnmapViewOfFile(view);
-                    };
-                    for (const BlockRow &row : blockTable)
-                        open(blockName(row, 21));
-                    open(blockName(deviceBufferRow));
-                    open(blockName(deviceBuffer66Row));
-                }) / 1e6);
+    const double attach = measure(
+        20, [&] { mpu->bufcommpu6(&instance); },
+        [&] {
+            mpu->freesharebuffermpu6();
+            (void)plugin.create(); // whose end releases the main blocks
+        });
+    std::printf("%-52s %9.3f ms\n", "attach 62 existing blocks", attach / 1e6);
+
+    std::vector<std::string> names{blockName(deviceBufferRow), blockName(deviceBuffer66Row)};
+    for (const BlockRow &row : blockTable)
+        names.push_back(blockName(row, instance));
+    std::vector<platform::UniqueHandle> handles;
+    std::vector<void *> views;
+    const double bare = measure(
+        20,
+        [&] {
+            for (const std::string &name : names) {
+                handles.emplace_back(::OpenFileMappingA(FILE_MAP_ALL_ACCESS, FALSE, name.c_str()));
+                views.push_back(::MapViewOfFile(handles.back().get(), FILE_MAP_ALL_ACCESS, 0, 0, 0));
+                MEMORY_BASIC_INFORMATION region{};
+                ::VirtualQuery(views.back(), &region, sizeof region);
+            }
+        },
+        [&] {
+            for (void *view : views)
+                ::UnmapViewOfFile(view);
+            views.clear();
+            handles.clear();
+        });
+    std::printf("%-52s %9.3f ms\n", "the same with the bare system calls", bare / 1e6);
     return 0;
 }
 

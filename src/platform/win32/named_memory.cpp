@@ -17,8 +17,9 @@ HANDLE asHandle(MappingHandle mapping) noexcept { return reinterpret_cast<HANDLE
 MappingHandle asMapping(HANDLE handle) noexcept { return reinterpret_cast<MappingHandle>(handle); }
 
 /// Call `action` with `name` as a terminated text. A name that cannot be built is a block that
-/// cannot be had.
+/// cannot be had; so is a nameless one, which nobody could share.
 template <class Action> MappingHandle withName(std::string_view name, Action action) noexcept {
+    if (name.empty()) return 0;
     try {
         return asMapping(action(std::string(name).c_str()));
     } catch (...) {
