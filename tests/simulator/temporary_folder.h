@@ -3,10 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -15,15 +15,10 @@ namespace kx3sim::test {
 class TemporaryFolder {
   public:
     TemporaryFolder() {
-        static int folders = 0;
-        std::string name = "kx3sim";
-        const testing::TestInfo &test = *testing::UnitTest::GetInstance()->current_test_info();
-        for (const std::string &part : {std::string(test.test_suite_name()), std::string(test.name())})
-            name += "_" + part;
-        std::replace(name.begin(), name.end(), '/', '_');
-        path_ = std::filesystem::path(testing::TempDir()) / (name + "_" + std::to_string(++folders));
-        std::filesystem::remove_all(path_);
-        std::filesystem::create_directories(path_);
+        std::random_device number;
+        do
+            path_ = std::filesystem::path(testing::TempDir()) / ("kx3sim_" + std::to_string(number()));
+        while (!std::filesystem::create_directories(path_));
     }
     ~TemporaryFolder() {
         std::error_code ignored;
