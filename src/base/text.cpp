@@ -129,4 +129,10 @@ std::u16string_view trimBlanks(std::u16string_view text) {
     return text.substr(first, text.find_last_not_of(u' ') - first + 1);
 }
 
+std::u16string_view nameOfCaption(std::u16string_view caption) {
+    caption = trimBlanks(caption);
+    if (caption.ends_with(u':')) caption.remove_suffix(1);
+    return trimBlanks(caption);
+}
+
 } // namespace kx3

@@ -24,6 +24,8 @@ namespace kx3 {
 [[nodiscard]] std::u16string hundredths(Long hundredths);
 /// `text` without the blanks (U+0020) at both ends; other white space stays.
 [[nodiscard]] std::u16string_view trimBlanks(std::u16string_view text);
+/// A caption as the name of what it stands beside: without blanks and colon at its ends.
+[[nodiscard]] std::u16string_view nameOfCaption(std::u16string_view caption);
 
 /// All pieces joined in order.
 template <class... Pieces> [[nodiscard]] std::u16string join(const Pieces &...pieces) {

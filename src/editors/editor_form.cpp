@@ -22,13 +22,6 @@ constexpr ControlKind controlKind(FieldKind kind) {
     return ControlKind::textBox;
 }
 
-/// A caption as the name of its field, without blanks and colon.
-std::u16string_view nameFromCaption(std::u16string_view caption) {
-    caption = trimBlanks(caption);
-    if (caption.ends_with(u':')) caption.remove_suffix(1);
-    return trimBlanks(caption);
-}
-
 } // namespace
 
 // Load
@@ -184,7 +177,7 @@ std::u16string EditorForm::complaint(const Field &field) const {
     if (field.byteCount == 0 || field.readOnly || (!isWord && field.kind != FieldKind::hexNumber)) return {};
     const std::u16string_view text = controls_[static_cast<std::size_t>(&field - layout_.fields.data())]->text();
     if (parseHex(text) && (!isWord || text.size() == 8)) return {};
-    const std::u16string_view name = nameFromCaption(field.caption);
+    const std::u16string_view name = nameOfCaption(field.caption);
     if (isWord) return join(name, chinese_ ? u"：需要 8 位十六进制数字" : u": 8 hexadecimal digits are needed");
     return join(name, chinese_ ? u"：不是十六进制数" : u": not a hexadecimal number");
 }

@@ -283,6 +283,33 @@ KX3_API kx3_status kx3_form_item(const kx3_form *form, int32_t control, int32_t 
 /* Number of the control of that name and index (-1: no array element). KX3_SUBSCRIPT for none. */
 KX3_API kx3_status kx3_form_find(const kx3_form *form, const char *name, int32_t index, int32_t *control);
 
+/* Where a control stands, for a program that draws the form. The form and every frame hold blocks, in
+ * one column or in two side by side, one block under another; a block is an inner frame, or a run of
+ * rows. A run is a grid of lines and cells, and a cell has a place for a label and one for a field.
+ * Below all blocks stand the form's message, then the row of buttons. Hidden controls take no place:
+ * ask again when the form's revision has changed. */
+
+/* Parts of a cell: all of it, its label's, its field's. */
+enum { KX3_PART_WHOLE = 0, KX3_PART_LABEL = 1, KX3_PART_FIELD = 2 };
+/* Column of the buttons below all blocks. */
+enum { KX3_BUTTON_ROW = -1 };
+
+typedef struct kx3_placement {
+    int32_t shown;            /* 0: the control is hidden, and the rest means nothing */
+    int32_t column;           /* 0 or 1 inside `parent`, or KX3_BUTTON_ROW */
+    int32_t block;            /* counts the form's blocks; rows with the same number share a grid */
+    int32_t line;             /* of the grid */
+    int32_t cell;             /* of the line */
+    int32_t part;             /* KX3_PART_WHOLE ... KX3_PART_FIELD */
+    int32_t access_key;       /* position in `caption` of the character that Alt reaches the control by (the field of
+                                 a label), unique in the form; -1 for none */
+    kx3_text marked_caption;  /* the caption to draw, without tabs, for a toolkit that takes "&" as the mark of an
+                                 access key: "&" in front of it, "&&" for each "&" */
+    kx3_text accessible_name; /* for a screen reader, with the captions of the frames around the control */
+} kx3_placement;
+
+KX3_API kx3_status kx3_form_place(const kx3_form *form, int32_t control, kx3_placement *placement);
+
 /* Actions. `done` (which may be NULL) gets 1 when the action had an effect, and 0 when the control
  * is hidden, disabled or of another kind, or its handler swallowed the action. */
 

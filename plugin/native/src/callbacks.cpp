@@ -11,15 +11,15 @@ namespace {
 const std::uint16_t *units(std::u16string_view text) { return reinterpret_cast<const std::uint16_t *>(text.data()); }
 
 /// A form handle is good while its callback runs.
-class ShownForm {
+class FormInHand {
   public:
-    ShownForm(std::vector<Form *> &forms, Form &form) : forms_(forms) { forms.push_back(&form); }
-    ~ShownForm() { forms_.pop_back(); }
-    ShownForm(const ShownForm &) = delete;
-    ShownForm &operator=(const ShownForm &) = delete;
+    FormInHand(std::vector<ShownForm> &forms, Form &form) : forms_(forms) { forms.push_back({&form}); }
+    ~FormInHand() { forms_.pop_back(); }
+    FormInHand(const FormInHand &) = delete;
+    FormInHand &operator=(const FormInHand &) = delete;
 
   private:
-    std::vector<Form *> &forms_;
+    std::vector<ShownForm> &forms_;
 };
 
 class CallbackUi final : public Ui {
@@ -48,7 +48,7 @@ class CallbackUi final : public Ui {
     void showModal(Form &form) override {
         const kx3_ui &ui = callbacks_.ui;
         if (ui.show_form == nullptr) raise(ErrorNumber::notAvailable, u"No callback for dialogs");
-        const ShownForm shown(callbacks_.shownForms, form);
+        const FormInHand shown(callbacks_.shownForms, form);
         requireOk(callbacks_, ui.show_form(ui.context, reinterpret_cast<kx3_form *>(&form)), "show_form");
     }
 

@@ -10,24 +10,59 @@
 using namespace kx3;
 using native::guarded;
 using native::required;
+using native::ShownForm;
 using native::textOf;
 using native::threadState;
 
 static_assert(KX3_FRAME == static_cast<int>(ControlKind::frame));
 static_assert(KX3_COMMAND_BUTTON == static_cast<int>(ControlKind::commandButton));
+static_assert(KX3_PART_FIELD == static_cast<int>(CellPart::field));
+static_assert(KX3_BUTTON_ROW == buttonRow);
 
 namespace {
 
-Form *findForm(const kx3_form *handle) {
-    const std::vector<Form *> &shown = threadState().callbacks.shownForms;
-    const auto found = std::find(shown.begin(), shown.end(), reinterpret_cast<const Form *>(handle));
-    return found == shown.end() ? nullptr : *found;
+ShownForm *findForm(const kx3_form *handle) {
+    std::vector<ShownForm> &forms = threadState().callbacks.shownForms;
+    const auto found = std::find_if(forms.begin(), forms.end(), [handle](const ShownForm &shown) {
+        return shown.form == reinterpret_cast<const Form *>(handle);
+    });
+    return found == forms.end() ? nullptr : &*found;
 }
 
-Form &formOf(const kx3_form *handle) {
-    Form *form = findForm(handle);
-    if (form == nullptr) raise(ErrorNumber::objectNotSet, u"No form that this thread is showing");
-    return *form;
+ShownForm &shownForm(const kx3_form *handle) {
+    ShownForm *shown = findForm(handle);
+    if (shown == nullptr) raise(ErrorNumber::objectNotSet, u"No form that this thread is showing");
+    return *shown;
+}
+
+Form &formOf(const kx3_form *handle) { return *shownForm(handle).form; }
+
+/// The form's layout, made anew only when the form has changed, so that its texts stay good until then.
+const ShownForm::Layout &layoutOf(ShownForm &shown) {
+    const std::uint64_t revision = shown.form->revision();
+    if (shown.layout && shown.layout->revision == revision) return *shown.layout;
+    ShownForm::Layout layout{revision, dialogLayout(*shown.form), {}};
+    for (const Placement &place : layout.dialog.placements)
+        layout.markedCaptions.push_back(markedCaption(place.control->caption(), place.accessKey));
+    return shown.layout.emplace(std::move(layout));
+}
+
+kx3_placement placementOf(ShownForm &shown, const Control &control) {
+    const ShownForm::Layout &layout = layoutOf(shown);
+    const Placement *place = layout.dialog.find(control);
+    if (place == nullptr) return {};
+    return {
+        .shown = 1,
+        .column = place->column,
+        .block = place->block,
+        .line = place->line,
+        .cell = place->cell,
+        .part = static_cast<std::int32_t>(place->part),
+        .access_key = place->accessKey ? static_cast<std::int32_t>(*place->accessKey) : -1,
+        .marked_caption =
+            textOf(layout.markedCaptions[static_cast<std::size_t>(place - layout.dialog.placements.data())]),
+        .accessible_name = textOf(place->accessibleName),
+    };
 }
 
 const Control &controlAt(const Form &form, std::int32_t position) {
@@ -71,8 +106,8 @@ kx3_status kx3_form_describe(const kx3_form *form, kx3_form_info *info) {
 }
 
 int32_t kx3_form_loaded(const kx3_form *form) {
-    const Form *shown = findForm(form);
-    return shown != nullptr && shown->loaded() ? 1 : 0;
+    const ShownForm *shown = findForm(form);
+    return shown != nullptr && shown->form->loaded() ? 1 : 0;
 }
 
 kx3_status kx3_form_control(const kx3_form *form, int32_t control, kx3_control_info *info) {
@@ -108,6 +143,13 @@ kx3_status kx3_form_item(const kx3_form *form, int32_t control, int32_t item, kx
         const std::vector<std::u16string> &items = controlAt(formOf(form), control).items();
         if (item < 0 || static_cast<std::size_t>(item) >= items.size()) raise(ErrorNumber::subscript);
         required(text, u"text") = textOf(items[static_cast<std::size_t>(item)]);
+    });
+}
+
+kx3_status kx3_form_place(const kx3_form *form, int32_t control, kx3_placement *placement) {
+    return guarded([&] {
+        ShownForm &shown = shownForm(form);
+        required(placement, u"placement") = placementOf(shown, controlAt(*shown.form, control));
     });
 }
 

@@ -3,11 +3,13 @@
 
 #include "kx3mpu6.h"
 
+#include "forms/dialog_layout.h"
 #include "host/apartment.h"
 #include "host/mpu.h"
 #include "outside/programmer_libraries.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,6 +21,18 @@ struct kx3_mpu {
 
 namespace kx3::native {
 
+/// A form that a show_form callback has in hand.
+struct ShownForm {
+    Form *form;
+    /// Places of its controls and the texts that go with them, as of `revision`.
+    struct Layout {
+        std::uint64_t revision;
+        DialogLayout dialog;
+        std::vector<std::u16string> markedCaptions; ///< beside `dialog.placements`
+    };
+    std::optional<Layout> layout{};
+};
+
 /// The host's callbacks of one thread.
 struct Callbacks {
     kx3_ui ui{};
@@ -26,8 +40,8 @@ struct Callbacks {
     bool hasSessionHost = false;
     void (*ioObserver)(void *context, const kx3_io_call *call) = nullptr;
     void *ioContext = nullptr;
-    /// Forms that a show_form callback has in hand, the innermost last.
-    std::vector<Form *> shownForms;
+    /// The innermost last.
+    std::vector<ShownForm> shownForms;
     /// Description that a failing callback left; taken by the error it becomes.
     std::string failure;
 };
