@@ -1,0 +1,149 @@
+#include "model_edit.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
+#include <QContextMenuEvent>
+#include <QInputMethodEvent>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QStyle>
+#include <QtGlobal>
+#include <iterator>
+
+namespace kx3qt {
+
+namespace {
+
+constexpr uint16_t backspaceCharacter = 8;
+constexpr int comfortableDigits = 9; // a word of eight digits and the caret
+
+/// Keys that the model knows, by their code there.
+constexpr struct {
+    int key;
+    int16_t code;
+} knownKeys[] = {
+    {Qt::Key_End, 35}, {Qt::Key_Home, 36}, {Qt::Key_Left, 37}, {Qt::Key_Right, 39}, {Qt::Key_Delete, 46},
+};
+
+/// Whether the key changes the selection only, which the box does by itself.
+bool selects(const QKeyEvent &event) {
+    return event.matches(QKeySequence::Copy) || event.matches(QKeySequence::SelectAll) ||
+           (event.modifiers().testFlag(Qt::ShiftModifier) && event.text().isEmpty() && event.key() != Qt::Key_Delete);
+}
+
+} // namespace
+
+ModelEdit::ModelEdit(FormModel &model, int32_t control, std::function<void()> changed, QWidget *parent)
+    : QLineEdit(parent), model_(model), control_(control), changed_(std::move(changed)) {
+    setDragEnabled(false);
+    setAcceptDrops(false);
+    const int digits = comfortableDigits * fontMetrics().horizontalAdvance(QLatin1Char('D'));
+    setFixedWidth(digits + style()->pixelMetric(QStyle::PM_SmallIconSize) + 2 * fontMetrics().averageCharWidth());
+    connect(this, &QLineEdit::selectionChanged, this, [this] { selectionToModel(); });
+    connect(this, &QLineEdit::cursorPositionChanged, this, [this] { selectionToModel(); });
+}
+
+void ModelEdit::show(const kx3_control_info &info, const QString &message) {
+    showing_ = true;
+    if (const QString shown = drawnText(info.text); shown != text()) setText(shown);
+    if (info.selection_length > 0)
+        setSelection(info.selection_start, info.selection_length);
+    else {
+        deselect();
+        setCursorPosition(info.selection_start);
+    }
+    mark(info.marked != 0, message);
+    showing_ = false;
+}
+
+void ModelEdit::mark(bool marked, const QString &message) {
+    setAccessibleDescription(marked ? message : QString());
+    setToolTip(marked ? message : QString());
+    if (marked == (warning_ != nullptr)) return;
+    if (marked)
+        warning_ = addAction(style()->standardIcon(QStyle::SP_MessageBoxWarning), TrailingPosition);
+    else
+        delete std::exchange(warning_, nullptr);
+}
+
+void ModelEdit::keyPressEvent(QKeyEvent *event) {
+    if (event->matches(QKeySequence::Paste))
+        pasteClipboard();
+    else if (selects(*event))
+        QLineEdit::keyPressEvent(event);
+    else if (!keyToModel(*event))
+        event->ignore(); // Enter, Escape and the like are the dialog's
+}
+
+bool ModelEdit::keyToModel(const QKeyEvent &event) {
+    for (const auto &known : knownKeys) {
+        if (event.key() != known.key) continue;
+        model_.keyDown(control_, known.code);
+        changed_();
+        return true;
+    }
+    if (event.key() == Qt::Key_Backspace) {
+        model_.keyPress(control_, backspaceCharacter);
+        changed_();
+        return true;
+    }
+    if (event.text().isEmpty() || !event.text().front().isPrint()) return false;
+    type(event.text());
+    return true;
+}
+
+void ModelEdit::type(const QString &characters) {
+    for (const QChar character : characters)
+        model_.keyPress(control_, character.unicode());
+    changed_();
+}
+
+/// Input methods and screen keyboards send their texts without keys.
+void ModelEdit::inputMethodEvent(QInputMethodEvent *event) {
+    type(event->commitString());
+    event->accept();
+}
+
+void ModelEdit::mousePressEvent(QMouseEvent *event) {
+    if (event->button() != Qt::MiddleButton) QLineEdit::mousePressEvent(event);
+}
+
+void ModelEdit::mouseReleaseEvent(QMouseEvent *event) {
+    const QClipboard *clipboard = QApplication::clipboard();
+    if (event->button() != Qt::MiddleButton)
+        QLineEdit::mouseReleaseEvent(event);
+    else if (clipboard->supportsSelection())
+        paste(clipboard->text(QClipboard::Selection));
+}
+
+void ModelEdit::contextMenuEvent(QContextMenuEvent *event) {
+    QMenu menu(this);
+    const auto copy = [this] { QLineEdit::copy(); };
+    const auto add = [&menu](QKeySequence::StandardKey key, const char *icon, const QString &text, const auto &action) {
+        QAction *added = menu.addAction(QIcon::fromTheme(QLatin1String(icon)), text, action);
+        added->setShortcut(key);
+        return added;
+    };
+    add(QKeySequence::Copy, "edit-copy", QLineEdit::tr("&Copy"), copy)->setEnabled(hasSelectedText());
+    add(QKeySequence::Paste, "edit-paste", QLineEdit::tr("&Paste"), [this] { pasteClipboard(); });
+    add(QKeySequence::SelectAll, "edit-select-all", QLineEdit::tr("Select All"), [this] { selectAll(); });
+    menu.exec(event->globalPos());
+}
+
+void ModelEdit::pasteClipboard() { paste(QApplication::clipboard()->text()); }
+
+void ModelEdit::paste(const QString &text) {
+    model_.paste(control_, text);
+    changed_();
+}
+
+void ModelEdit::selectionToModel() {
+    if (showing_) return;
+    const bool selected = hasSelectedText();
+    const int start = selected ? selectionStart() : cursorPosition();
+    model_.selectText(control_, start, selected ? selectionLength() : 0);
+    // The box shows the selection already; to show it again would move the end that the mouse holds.
+}
+
+} // namespace kx3qt
