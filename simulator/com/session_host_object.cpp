@@ -94,9 +94,11 @@ constexpr Operation operations[] = {
          give(r, o.host().CompareByte(a.byte(0), a.number(1), a.number(2)));
      }},
     {L"AlgorithmLoaded", 1, [](Object &o, const Arguments &a, VARIANT &) { o.host().AlgorithmLoaded(a.number(0)); }},
+    {L"Insert", 2, [](Object &o, const Arguments &a, VARIANT &) { o.insert(a.byte(0), a.byte(1)); }},
     {L"Open", 3,
      [](Object &o, const Arguments &a, VARIANT &) { o.open(static_cast<Integer>(a.number(0)), a.text(1), a.text(2)); }},
     {L"Close", 0, [](Object &o, const Arguments &, VARIANT &) { o.close(); }},
+    {L"CarryOut", 1, [](Object &o, const Arguments &a, VARIANT &) { o.host().carryOut(a.number(0)); }},
     {L"Passed", 0, [](Object &o, const Arguments &, VARIANT &r) { give(r, o.host().signal() == Signal::pass); }},
 };
 
@@ -135,10 +137,17 @@ SessionHost &SessionHostObject::host() {
     return *host_;
 }
 
+void SessionHostObject::insert(Byte maker, Byte deviceCode) noexcept {
+    maker_ = maker;
+    deviceCode_ = deviceCode;
+}
+
 void SessionHostObject::open(Integer instance, std::u16string_view chipFile, std::u16string_view faults) {
     Options options;
     if (!chipFile.empty()) options.chipFile = std::filesystem::path(chipFile);
     options.faults = kx3::toUtf8(faults);
+    options.maker = maker_;
+    options.deviceCodes = {deviceCode_};
     NoUi ui;
     blocks_.MapSharedBlocks(instance, ui);
     blocks_.MapDeviceBuffer(blocks_.buflength(0) + kx3::deviceBufferExtra, ui);

@@ -13,10 +13,13 @@ namespace kx3sim {
 /// object; it lives until the process ends. It must be used on one thread.
 ///
 /// Besides the session host's operations it has what a test host needs:
+///   Insert(maker, deviceCode)          identity of the chip that the next Open creates; 0 and 0 without
 ///   Open(instance, chipFile, faults)   switch the programmer on and attach the blocks of a host
 ///                                      instance as their owner; "" as chip file keeps the chip in
 ///                                      memory
 ///   Close()                            save the chip, give the blocks back, switch off
+///   CarryOut(operation)                do what the session window has announced, on a non-ARM chip; leave
+///                                      the result code and texts in the blocks
 ///   Passed()                           True when the newest operation ended with SignalPass
 class SessionHostObject final : public IDispatch {
   public:
@@ -34,11 +37,14 @@ class SessionHostObject final : public IDispatch {
 
     /// The session host; raises "object not set" before Open.
     [[nodiscard]] SessionHost &host();
+    void insert(kx3::Byte maker, kx3::Byte deviceCode) noexcept;
     void open(kx3::Integer instance, std::u16string_view chipFile, std::u16string_view faults);
     void close();
 
   private:
     kx3::sharemap blocks_;
+    kx3::Byte maker_ = 0;
+    kx3::Byte deviceCode_ = 0;
     std::optional<SessionHost> host_;
 };
 

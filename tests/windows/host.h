@@ -11,6 +11,7 @@
 #include <kx3mpu6_idl.h>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace kx3::test {
@@ -81,10 +82,12 @@ class HostBlock {
     return text ? text.get() : L"";
 }
 
-/// Presses OK on every message box of the process and keeps their texts, as long as it lives.
+/// Presses `buttons` in turn, then OK, on the message boxes of the process and keeps their texts, as
+/// long as it lives.
 class BoxPresser {
   public:
-    BoxPresser() : thread_([this](const std::stop_token &stop) { watch(stop); }) {}
+    explicit BoxPresser(std::vector<int> buttons = {})
+        : buttons_(std::move(buttons)), thread_([this](const std::stop_token &stop) { watch(stop); }) {}
     ~BoxPresser() {
         thread_.request_stop();
         thread_.join();
@@ -107,11 +110,13 @@ class BoxPresser {
     void press(HWND box) {
         std::array<wchar_t, 512> text{};
         if (::GetDlgItemTextW(box, textControl, text.data(), static_cast<int>(text.size())) == 0) return;
+        const int button = texts_.size() < buttons_.size() ? buttons_[texts_.size()] : IDOK;
         texts_.emplace_back(text.data());
         last_ = box;
-        ::PostMessageW(box, WM_COMMAND, IDOK, 0);
+        ::PostMessageW(box, WM_COMMAND, static_cast<WPARAM>(button), 0);
     }
 
+    std::vector<int> buttons_;
     std::vector<std::wstring> texts_;
     HWND last_ = nullptr;
     std::jthread thread_;
