@@ -5,6 +5,7 @@
 #include "base/text.h"
 #include "blocks.h"
 #include "configuration.h"
+#include "failure.h"
 #include "load_file.h"
 #include "platform/dynamic_library.h"
 #include "save_file.h"
@@ -12,6 +13,7 @@
 #include "stop_request.h"
 #include "texts.h"
 #include "trace.h"
+#include "window.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -140,8 +142,13 @@ class DeviceRun {
         storeProfile(blocks_, profile_);
         storeTexts(blocks_, options_.language);
         {
-            const Session::Settings settings{mayAsk(), options_.answers, usesChipFile(), profile_.isHostDriven(),
-                                             trace_ ? &*trace_ : nullptr};
+            const std::optional<Window> window = openWindow();
+            const Session::Settings settings{mayAsk(),
+                                             options_.answers,
+                                             usesChipFile(),
+                                             profile_.isHostDriven(),
+                                             trace_ ? &*trace_ : nullptr,
+                                             window ? &*window : nullptr};
             Session session(blocks_, *host_, display_, settings);
             session.initialiseConfiguration();
             storeConfiguration(blocks_, profile_);
@@ -164,6 +171,16 @@ class DeviceRun {
 
     [[nodiscard]] bool mayAsk() const {
         return !options_.neverAsk && ::isatty(STDIN_FILENO) != 0 && ::isatty(STDERR_FILENO) != 0;
+    }
+    /// Where questions are asked that the user wants in windows; nothing, with a word why, when none can be drawn.
+    [[nodiscard]] std::optional<Window> openWindow() const {
+        if (!options_.window || options_.neverAsk) return std::nullopt;
+        try {
+            return Window();
+        } catch (const Failure &failure) {
+            display_.error(fmt::format("{}; questions are asked on the terminal instead", failure.message()));
+            return std::nullopt;
+        }
     }
     /// A preparation fails because of the chip file, unless a fault is ordered for it.
     [[nodiscard]] bool usesChipFile() const {

@@ -15,6 +15,7 @@ enum class Exit : int {
     noAnswer = 4,
     badFile = 5,
     refused = 6,
+    noDisplay = 7,
     stopped = 130,
 };
 
@@ -32,6 +33,7 @@ inline constexpr std::array exitTable{
     ExitRow{Exit::noAnswer, "no-answer", "programmer or device does not answer, is in use, or is another one"},
     ExitRow{Exit::badFile, "bad-file", "a load file, profile, algorithm image or chip file is no good"},
     ExitRow{Exit::refused, "refused", "refused because data could be lost or left out"},
+    ExitRow{Exit::noDisplay, "no-display", "a window was asked for, and there is no display or no library to draw it"},
     ExitRow{Exit::stopped, "stopped", "stopped by Ctrl-C or a termination signal"},
 };
 

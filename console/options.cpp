@@ -73,6 +73,8 @@ void addConfigurationOptions(CLI::App &app, Options &options) {
 void addQuestionOptions(CLI::App &app, Options &options, NamedValues &values) {
     app.add_flag("-y,--yes", options.neverAsk,
                  "never ask: go on with a device that is not blank; other questions get their safe answer");
+    app.add_flag("--window", options.window,
+                 "ask in windows, where there is a display and libkx3mpu6-qt.so; else on the terminal");
     app.add_option("--on-wrong-id", values.onWrongId,
                    "abort, retry or ignore when the chip's identifier is not the device's; asked when left out")
         ->check(CLI::IsMember({"abort", "retry", "ignore"}))

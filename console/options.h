@@ -45,6 +45,7 @@ struct Options {
     bool json = false;
     std::filesystem::path trace;
     bool neverAsk = false;
+    bool window = false; ///< notes and questions in windows
     AnswerSettings answers;
     bool quiet = false;
     bool verbose = false;

@@ -193,7 +193,10 @@ kx3_status Session::messageBox(void *context, const std::uint16_t *prompt, std::
 }
 
 std::int32_t Session::answer(const std::string &title, const std::string &prompt, std::int32_t style) {
-    const std::int32_t button = Question(title, prompt, style).ask(display_, settings_.mayAsk, answers_.to(style));
+    const std::optional<std::int32_t> prepared = answers_.to(style);
+    const bool inWindow = settings_.window != nullptr && !prepared;
+    const std::int32_t button = inWindow ? settings_.window->ask(title, prompt, style)
+                                         : Question(title, prompt, style).ask(display_, settings_.mayAsk, prepared);
     if (button == KX3_BUTTON_ABORT) current_.evidence.identityQuestion = true;
     if (StopRequest::pending()) requestStop();
     if (settings_.trace != nullptr) settings_.trace->messageBox(title, prompt, style, button);

@@ -8,6 +8,7 @@
 #include "outcome.h"
 #include "prepared_answers.h"
 #include "trace.h"
+#include "window.h"
 
 #include <kx3mpu6.h>
 #include <memory>
@@ -32,6 +33,7 @@ class Session {
         bool chipFileUsed = false;
         bool hostDriven = false; ///< the plug-in announces operations, and this host carries them out
         Trace *trace = nullptr;
+        const Window *window = nullptr; ///< where questions without a prepared answer are asked
     };
 
     /// Fails when the plug-in cannot attach the blocks.

@@ -25,6 +25,11 @@ constexpr std::string_view changeDetails =
     "answers it. The image is changed in place unless --output names another file; all of its\n"
     "other data stay as they are, and it is replaced only when all is well.";
 
+constexpr std::string_view editDetails =
+    "Needs a display and libkx3mpu6-qt.so. After OK the changes are shown before anything is written,\n"
+    "and a question asks for consent, in a window where there is no terminal; --yes answers it. Changes\n"
+    "that can lock you out are confirmed on the terminal, or by --accept-danger.";
+
 constexpr std::array verbs{
     VerbRow{Verb::list, "list", "list the fields of a device and what they can hold",
             "FIELD is a caption or its beginning, \"Frame/Caption\", \"Frame/\" for all fields of a frame,\n"
@@ -38,6 +43,8 @@ constexpr std::array verbs{
             "mpu6 config set --mode 15 --size 0x4000 --input board.hex CKDIV8=enable \"Lock Bit Byte/LB1\"=1 --yes"},
     VerbRow{Verb::defaults, "defaults", "write the device's default configuration bytes", changeDetails,
             "mpu6 config defaults --mode 15 --size 0x4000 --output fuses.hex --yes"},
+    VerbRow{Verb::edit, "edit", "change fields in the device's own dialog", editDetails,
+            "mpu6 config edit --mode 15 --size 0x4000 --input board.hex"},
 };
 
 constexpr std::string_view valueHelp =
@@ -120,7 +127,7 @@ void addCommon(CLI::App &app, auto &values) {
 }
 
 void addNames(CLI::App &app, Request &request, Verb verb) {
-    if (verb == Verb::defaults) return;
+    if (verb == Verb::defaults || verb == Verb::edit) return;
     CLI::Option *names =
         verb == Verb::set
             ? app.add_option("assignments", request.names, std::string(valueHelp))->type_name("FIELD=VALUE")
@@ -146,7 +153,7 @@ CommandLine::CommandLine(CLI::App &program) : values_(std::make_unique<Values>()
     for (const VerbRow &row : verbs) {
         CLI::App &app = *values.config->add_subcommand(std::string(row.name), std::string(row.summary));
         app.footer(fmt::format("\n{}\n\nExample:\n  {}", row.details, row.example));
-        const bool changes = row.verb == Verb::set || row.verb == Verb::defaults;
+        const bool changes = isChange(row.verb);
         addNames(app, values.request, row.verb);
         addDevice(app, values);
         if (row.verb != Verb::list) addImage(app, values, changes);
@@ -158,6 +165,8 @@ CommandLine::CommandLine(CLI::App &program) : values_(std::make_unique<Values>()
     values.notes->add_option("number", values.note, "number of the note; the device's own when left out")
         ->check(CLI::Range(0, 127))
         ->type_name("NUMBER");
+    values.notes->add_flag("--window", values.request.window,
+                           "show the note in a window, where there is a display and libkx3mpu6-qt.so");
     addDevice(*values.notes, values);
     addCommon(*values.notes, values);
 }

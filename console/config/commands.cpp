@@ -14,6 +14,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <memory>
 #include <unistd.h>
 
 namespace kx3console::config {
@@ -126,7 +128,8 @@ std::vector<std::int32_t> writtenAddresses(const Editor &editor) {
 class Change {
   public:
     explicit Change(const Request &request)
-        : request_(request), device_(deviceOf(request)), editor_(editorOf(device_, request.language)),
+        : request_(request), window_(request.verb == Verb::edit ? std::make_unique<Window>() : nullptr),
+          device_(deviceOf(request)), editor_(editorOf(device_, request.language)),
           assignments_(assignmentsOf(request, editor_)), workbench_(device_, editor_, request.language),
           medium_(mediumOf(request, device_, workbench_.blocks())), report_{.command = request.command,
                                                                             .device = device_,
@@ -137,6 +140,7 @@ class Change {
         medium_->load();
         const Snapshot before = workbench_.look();
         const std::vector<std::int32_t> written = act();
+        if (report_.outcome.code != Exit::done) return cancelled();
         const Snapshot after = workbench_.look();
         requireStored(assignments_, report_, after);
         report_.changes = changesBetween(editor_, before, after);
@@ -154,6 +158,11 @@ class Change {
             workbench_.edit(assignments_);
             return writtenAddresses(editor_);
         }
+        if (request_.verb == Verb::edit) {
+            if (!workbench_.letEdit(*window_))
+                report_.outcome = {Exit::refused, "the dialog was cancelled", "Nothing was written."};
+            return writtenAddresses(editor_);
+        }
         const Bytes defaults = workbench_.writeDefaults();
         if (defaults.empty())
             throw Failure(Exit::usage, fmt::format("there are no default configuration bytes for {}", device_.name),
@@ -162,6 +171,13 @@ class Change {
         for (const auto &[address, value] : defaults)
             addresses.push_back(address);
         return addresses;
+    }
+
+    Exit cancelled() {
+        report_.changes.emplace();
+        report_.target = medium_->target();
+        finish();
+        return report_.outcome.code;
     }
 
     void addMissing(const std::vector<std::int32_t> &written) {
@@ -186,7 +202,7 @@ class Change {
         medium_->requireRoom(bytes);
         if (request_.json && mayAsk(request_)) fmt::print(stderr, "{}", changesText(report_));
         static_cast<void>(std::fflush(stdout)); // before the question
-        report_.outcome = askConsent(request_, *report_.changes, report_.target);
+        report_.outcome = askConsent(request_, *report_.changes, report_.target, window_.get());
         if (report_.outcome.code != Exit::done) return;
         medium_->store(bytes);
         report_.written = true;
@@ -204,6 +220,7 @@ class Change {
     }
 
     const Request &request_;
+    std::unique_ptr<Window> window_; ///< when the editor is opened for a person
     Device device_;
     Editor editor_;
     std::vector<Assignment> assignments_;
@@ -229,13 +246,28 @@ std::string noteText(const Device &device, std::uint8_t number, const std::optio
     return text;
 }
 
+/// False, with a word why, when no window can be drawn.
+bool showInWindow(const Note &note) {
+    try {
+        static_cast<void>(Window().ask(note.title, fmt::format("{}", fmt::join(note.lines, "\r")), note.style));
+        return true;
+    } catch (const Failure &failure) {
+        fmt::print(stderr, "mpu6: {}; the note is shown here instead\n", failure.message());
+        return false;
+    }
+}
+
 Exit showNote(const Request &request) {
     const Device device = deviceOf(request);
     const std::uint8_t number = noteNumber(request, device);
     SharedBlocks blocks(freeInstance(), bufferData(device, nullptr));
     storeDevice(blocks, device, request.language);
     const std::optional<Note> note = Dialogs(blocks).note(number);
-    print(request.json ? noteJson(device, number, note) : noteText(device, number, note));
+    const bool seen = note && request.window && showInWindow(*note);
+    if (request.json)
+        print(noteJson(device, number, note));
+    else if (!seen)
+        print(noteText(device, number, note));
     return Exit::done;
 }
 
@@ -248,7 +280,8 @@ Exit run(const Request &request) {
     case Verb::show:
     case Verb::get: return show(request);
     case Verb::set:
-    case Verb::defaults: return Change(request).run();
+    case Verb::defaults:
+    case Verb::edit: return Change(request).run();
     case Verb::notes: break;
     }
     return showNote(request);

@@ -12,6 +12,7 @@ namespace kx3console::config {
 namespace {
 
 constexpr std::string_view dangerWord = "lock me out";
+constexpr std::int32_t okOrCancel = 33; // style of a box
 
 /// One line from the terminal, in lower case.
 std::string answerTo(const std::string &question) {
@@ -32,13 +33,20 @@ std::string dangersText(const std::vector<const FieldChange *> &dangers) {
     return fmt::format("this can lock you out of the device: {}", fmt::join(names, ", "));
 }
 
+std::string boxText(const Changes &changes, const std::string &target) {
+    std::string text = fmt::format("Write this to {}?\r", target);
+    for (const FieldChange &change : changes.fields)
+        text += fmt::format("\r{}: {} -> {}", change.field->fullName(), change.before, change.after);
+    return text;
+}
+
 } // namespace
 
 bool mayAsk(const Request &request) {
     return !request.yes && ::isatty(STDIN_FILENO) != 0 && ::isatty(STDERR_FILENO) != 0;
 }
 
-Outcome askConsent(const Request &request, const Changes &changes, const std::string &target) {
+Outcome askConsent(const Request &request, const Changes &changes, const std::string &target, const Window *window) {
     const bool canAsk = mayAsk(request);
     const auto dangers = changes.dangers();
     if (!dangers.empty() && !request.acceptDanger) {
@@ -50,6 +58,11 @@ Outcome askConsent(const Request &request, const Changes &changes, const std::st
         return {};
     }
     if (request.yes) return {};
+    if (!canAsk && window != nullptr) {
+        const std::int32_t button = window->ask("mpu6", boxText(changes, target), okOrCancel);
+        if (button == KX3_BUTTON_OK) return {};
+        return {Exit::refused, "not confirmed", "Nothing was written."};
+    }
     if (!canAsk)
         return {Exit::refused, fmt::format("nobody can be asked whether {} may be changed", target),
                 "Add --yes to write without a question. Nothing was written."};

@@ -178,6 +178,12 @@ void Dialogs::edit(const std::vector<Assignment> &assignments) {
     });
 }
 
+bool Dialogs::letEdit(const Window &window) {
+    bool accepted = false;
+    openEditor([&](kx3_form *form) { accepted = window.show(form); });
+    return accepted;
+}
+
 void Dialogs::writeDefaults() { require(kx3_mpu_sinitmpu6(mpu_.get()), "writing the default configuration bytes"); }
 
 std::optional<Note> Dialogs::note(std::uint8_t number) {
@@ -212,13 +218,12 @@ kx3_status Dialogs::showForm(void *context, kx3_form *form) {
     return dialogs.guarded([&] { dialogs.presenter_(form); });
 }
 
-kx3_status Dialogs::messageBox(void *context, const std::uint16_t *prompt, std::size_t promptLength,
-                               std::int32_t /*style*/, const std::uint16_t *title, std::size_t titleLength,
-                               std::int32_t *button) {
+kx3_status Dialogs::messageBox(void *context, const std::uint16_t *prompt, std::size_t promptLength, std::int32_t style,
+                               const std::uint16_t *title, std::size_t titleLength, std::int32_t *button) {
     Dialogs &dialogs = *static_cast<Dialogs *>(context);
     *button = KX3_BUTTON_OK;
     return dialogs.guarded([&] {
-        dialogs.note_ = Note{textOf(title, titleLength), linesOf(textOf(prompt, promptLength))};
+        dialogs.note_ = Note{textOf(title, titleLength), linesOf(textOf(prompt, promptLength)), style};
     });
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "../blocks.h"
+#include "../window.h"
 #include "editor.h"
 #include "field_value.h"
 
@@ -26,6 +27,7 @@ struct Assignment {
 struct Note {
     std::string title; ///< empty: the system's own
     std::vector<std::string> lines;
+    std::int32_t style = 0; ///< as in kx3_ui
 };
 
 /// The plug-in attached to `blocks`, with callbacks that lead here. One at a time.
@@ -42,6 +44,8 @@ class Dialogs {
     /// Open the editor, make the entries, and press OK. Fails when an entry cannot be made or OK is
     /// refused; the device buffer is then as it was.
     void edit(const std::vector<Assignment> &assignments);
+    /// Open the editor for a person; false when it was not closed by OK.
+    [[nodiscard]] bool letEdit(const Window &window);
     /// Write the default configuration bytes.
     void writeDefaults();
     /// Show a device note; nothing when this device has no such note.

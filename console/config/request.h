@@ -11,7 +11,10 @@
 
 namespace kx3console::config {
 
-enum class Verb { list, show, get, set, defaults, notes };
+enum class Verb { list, show, get, set, defaults, edit, notes };
+
+/// Whether the command writes.
+constexpr bool isChange(Verb verb) { return verb == Verb::set || verb == Verb::defaults || verb == Verb::edit; }
 
 /// A device without a profile: what an editor depends on.
 struct PlainDevice {
@@ -45,8 +48,9 @@ struct Request {
     bool yes = false;
     bool acceptDanger = false;
     bool dryRun = false;
+    bool window = false; ///< notes and questions in windows
 
-    [[nodiscard]] bool changes() const { return verb == Verb::set || verb == Verb::defaults; }
+    [[nodiscard]] bool changes() const { return isChange(verb); }
     [[nodiscard]] bool usesChip() const { return !chip.empty(); }
 };
 

@@ -31,6 +31,13 @@ Snapshot Workbench::look() {
 
 void Workbench::edit(const std::vector<Assignment> &assignments) { Dialogs(blocks_).edit(assignments); }
 
+bool Workbench::letEdit(const Window &window) {
+    const Bytes before = configurationArea(editor_, buffer());
+    const bool accepted = Dialogs(blocks_).letEdit(window);
+    if (!accepted) restore(before); // some editors copy a byte when they open
+    return accepted;
+}
+
 Bytes Workbench::writeDefaults() {
     const Bytes before = configurationArea(editor_, buffer());
     // The bytes that come out the same over any background are the ones that are written.

@@ -22,6 +22,8 @@ class Workbench {
     [[nodiscard]] Snapshot look();
     /// Make the entries in the editor and press OK.
     void edit(const std::vector<Assignment> &assignments);
+    /// Open the editor for a person; false when it was not closed by OK.
+    [[nodiscard]] bool letEdit(const Window &window);
     /// Write the default bytes and tell which they are; none for a device without defaults.
     [[nodiscard]] Bytes writeDefaults();
 

@@ -57,7 +57,7 @@ struct DialogLayout {
 
     /// Where `control` stands, or null when it is not shown.
     [[nodiscard]] const Placement *find(const Control &control) const &noexcept;
-    const Placement *find(const Control &control) const && = delete;
+    [[nodiscard]] const Placement *find(const Control &control) const && = delete;
 };
 
 /// The layout of a loaded form as it stands; good until the form's next change.

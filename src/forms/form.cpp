@@ -135,6 +135,7 @@ void Form::load() {
     focus_ = nullptr;
     message_.clear();
     failure_ = nullptr;
+    accepted_ = false;
     ++generation_;
     touch();
     loaded_ = true;
@@ -190,6 +191,7 @@ bool Form::click(const Control &control) noexcept {
     return act(control, ControlKind::commandButton, [&](Control &button) {
         focus_ = &button;
         onClick(button);
+        accepted_ = button.isDefault() && !loaded_;
         return true;
     });
 }

@@ -183,6 +183,8 @@ class Form {
 
     /// Whether the form is open. A modal presenter runs its loop while this holds.
     [[nodiscard]] bool loaded() const noexcept { return loaded_; }
+    /// Whether the default button has closed the form.
+    [[nodiscard]] bool accepted() const noexcept { return accepted_; }
     /// Build the controls and fill them. A loaded form refuses with the invalid-call error; an error
     /// while loading leaves the form unloaded.
     void load();
@@ -256,6 +258,7 @@ class Form {
     std::uint64_t revision_ = 0;
     std::uint64_t generation_ = 0;
     bool loaded_ = false;
+    bool accepted_ = false;
 };
 
 } // namespace kx3

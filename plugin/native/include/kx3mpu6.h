@@ -277,6 +277,8 @@ typedef struct kx3_control_info {
 KX3_API kx3_status kx3_form_describe(const kx3_form *form, kx3_form_info *info);
 /* Whether the form is still open; 0 also for a handle that is not good any more. */
 KX3_API int32_t kx3_form_loaded(const kx3_form *form);
+/* Whether its default button (OK) has closed the form; 0 also for a handle that is not good any more. */
+KX3_API int32_t kx3_form_accepted(const kx3_form *form);
 KX3_API kx3_status kx3_form_control(const kx3_form *form, int32_t control, kx3_control_info *info);
 /* Entry `item` of a combo box's list. */
 KX3_API kx3_status kx3_form_item(const kx3_form *form, int32_t control, int32_t item, kx3_text *text);

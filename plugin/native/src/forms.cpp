@@ -110,6 +110,11 @@ int32_t kx3_form_loaded(const kx3_form *form) {
     return shown != nullptr && shown->form->loaded() ? 1 : 0;
 }
 
+int32_t kx3_form_accepted(const kx3_form *form) {
+    const ShownForm *shown = findForm(form);
+    return shown != nullptr && shown->form->accepted() ? 1 : 0;
+}
+
 kx3_status kx3_form_control(const kx3_form *form, int32_t control, kx3_control_info *info) {
     return guarded([&] {
         const Form &shown = formOf(form);
