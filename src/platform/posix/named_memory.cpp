@@ -6,8 +6,8 @@
 // an opener that finds a dead host's block removes it and sees none. A lock counts only while the
 // file still has its name, since it may have been removed between the open and the lock.
 //
-// Inside one process all holders of a block share one open file, so that a plug-in finds the blocks
-// of its own host without asking the system.
+// Inside one process all holders of a block share one open file and one view, so that a plug-in finds
+// the blocks of its own host without asking the system, and their pages count once.
 
 #include "platform/named_memory.h"
 
@@ -89,6 +89,8 @@ struct Mapping {
     std::size_t bytes; ///< whole pages
     std::size_t holders = 1;
     pid_t owner = ::getpid();
+    void *view = nullptr;
+    std::size_t views = 0; ///< that were mapped and not yet unmapped
 };
 
 /// The blocks that this process holds open, by path.
@@ -220,9 +222,15 @@ MappingHandle createMappingExclusively(std::string_view name, std::int32_t size)
 
 void *mapView(MappingHandle mapping) noexcept {
     if (mapping == 0 || mappingOf(mapping).bytes == 0) return nullptr;
-    const Mapping &object = mappingOf(mapping);
-    void *view = ::mmap(nullptr, object.bytes, PROT_READ | PROT_WRITE, MAP_SHARED, object.file.get(), 0);
-    return view == MAP_FAILED ? nullptr : view;
+    const std::lock_guard lock(openBlocks().mutex);
+    Mapping &object = mappingOf(mapping);
+    if (object.views == 0) {
+        void *view = ::mmap(nullptr, object.bytes, PROT_READ | PROT_WRITE, MAP_SHARED, object.file.get(), 0);
+        if (view == MAP_FAILED) return nullptr;
+        object.view = view;
+    }
+    ++object.views;
+    return object.view;
 }
 
 std::size_t viewSize(MappingHandle mapping, const void *view) noexcept {
@@ -230,8 +238,11 @@ std::size_t viewSize(MappingHandle mapping, const void *view) noexcept {
 }
 
 bool unmapView(MappingHandle mapping, void *view) noexcept {
-    const std::size_t size = viewSize(mapping, view);
-    return size != 0 && ::munmap(view, size) == 0;
+    if (mapping == 0 || view == nullptr) return false;
+    const std::lock_guard lock(openBlocks().mutex);
+    Mapping &object = mappingOf(mapping);
+    if (object.views == 0 || view != object.view) return false;
+    return --object.views != 0 || ::munmap(view, object.bytes) == 0;
 }
 
 void closeMapping(MappingHandle mapping) noexcept {
