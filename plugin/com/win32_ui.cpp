@@ -2,6 +2,8 @@
 
 #include "base/error.h"
 #include "platform/win32/wide.h"
+#include "win32/form_dialog.h"
+#include "win32/message_queue.h"
 
 #include <string>
 #include <windows.h>
@@ -18,15 +20,6 @@ static_assert(int{IDOK} == 1 && int{IDCANCEL} == 2 && int{IDABORT} == 3 && int{I
 /// A window whose messages never end must not keep an operation from going on.
 constexpr int mostMessagesPerYield = 1000;
 
-/// Take the next message in the character set of its window: the texts of a window that is not a
-/// Unicode one would suffer otherwise. False when there is none.
-bool takeMessage(MSG &message, BOOL &unicode) noexcept {
-    if (::PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE) == FALSE) return false;
-    unicode = message.hwnd == nullptr || ::IsWindowUnicode(message.hwnd);
-    return (unicode ? ::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)
-                    : ::PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) != FALSE;
-}
-
 } // namespace
 
 MessageBoxResult Win32Ui::messageBox(std::u16string_view prompt, Long style, std::optional<std::u16string_view> title) {
@@ -39,25 +32,12 @@ MessageBoxResult Win32Ui::messageBox(std::u16string_view prompt, Long style, std
 }
 
 void Win32Ui::yield() {
-    MSG message;
-    BOOL unicode = TRUE;
-    for (int i = 0; i < mostMessagesPerYield && takeMessage(message, unicode); ++i) {
-        if (message.message == WM_QUIT) {
-            // It ends the host's own loop, not this one.
-            ::PostQuitMessage(static_cast<int>(message.wParam));
-            break;
-        }
-        ::TranslateMessage(&message);
-        if (unicode)
-            ::DispatchMessageW(&message);
-        else
-            ::DispatchMessageA(&message);
-    }
+    win32::QueuedMessage queued;
+    for (int i = 0; i < mostMessagesPerYield && win32::takeMessage(queued) && !win32::passOnQuit(queued); ++i)
+        win32::dispatch(queued);
     ::Sleep(0);
 }
 
-void Win32Ui::showModal(Form & /*form*/) {
-    raise(ErrorNumber::notAvailable, u"The configuration editors are not available in this version");
-}
+void Win32Ui::showModal(Form &form) { win32::showModal(form); }
 
 } // namespace kx3::com

@@ -5,14 +5,14 @@
 
 namespace kx3::com {
 
-/// Message boxes and the message loop of the host's thread.
+/// Message boxes, dialogs and the message loop of the host's thread.
 class Win32Ui final : public Ui {
   public:
     /// Modal for all windows of the thread, so that the host is not entered again meanwhile.
     MessageBoxResult messageBox(std::u16string_view prompt, Long style,
                                 std::optional<std::u16string_view> title) override;
     void yield() override;
-    /// Raises "not available": this version draws no forms.
+    /// A dialog of the system's own controls.
     void showModal(Form &form) override;
 };
 
