@@ -1,0 +1,260 @@
+// A person at the keyboard before the real dialogs: what the keys do, and the bytes that come of it.
+
+#include "windows/host.h"
+#include "windows_ui/dialog_driver.h"
+
+namespace kx3::test {
+namespace {
+
+constexpr Long tlength = 2048;
+
+/// What a person does to every field that takes the focus, and the key that does it.
+void changeOnModel(Form &form, const Control &control) {
+    if (control.kind() == ControlKind::comboBox)
+        form.choose(control, control.listIndex() == 0 ? 1 : control.listIndex() - 1);
+    else if (control.kind() == ControlKind::checkBox)
+        form.click(control);
+    else if (form.selectText(control, 0, 100))
+        form.keyPress(control, u'a');
+}
+void changeByKey(const Control &control) {
+    if (control.kind() == ControlKind::comboBox)
+        postKey(control.listIndex() == 0 ? VK_DOWN : VK_UP);
+    else if (control.kind() == ControlKind::checkBox) {
+        postKey(VK_SPACE);
+        ::PostMessageW(::GetFocus(), WM_KEYUP, VK_SPACE, static_cast<LPARAM>(0xC0000001));
+    } else {
+        postCharacter(L'a');
+    }
+}
+
+bool isField(const Form &form, const Control &control) {
+    return (control.kind() == ControlKind::comboBox || control.kind() == ControlKind::checkBox ||
+            control.kind() == ControlKind::textBox) &&
+           form.isShown(control) && form.isEnabled(control) &&
+           (control.kind() != ControlKind::comboBox || control.items().size() > 1);
+}
+
+class DialogKeys : public DialogTest {
+  protected:
+    void fresh(Byte mode) {
+        device(mode, tlength);
+        for (Byte &value : plugin.host.ibuffer.range(0, static_cast<Long>(plugin.host.ibuffer.count())))
+            value = 0x11;
+    }
+    static bool clipboard(const std::wstring &text) {
+        if (::OpenClipboard(nullptr) == FALSE) return false;
+        ::EmptyClipboard();
+        HGLOBAL memory = ::GlobalAlloc(GMEM_MOVEABLE, (text.size() + 1) * sizeof(wchar_t));
+        std::copy_n(text.c_str(), text.size() + 1, static_cast<wchar_t *>(::GlobalLock(memory)));
+        ::GlobalUnlock(memory);
+        const bool done = ::SetClipboardData(CF_UNICODETEXT, memory) != nullptr;
+        return ::CloseClipboard() != FALSE && done;
+    }
+    /// Put the focus on the text box of that index and select its text from `start` on.
+    DialogScript::Step select(Integer index, int start, int end) const {
+        return [=, this](HWND dialog) {
+            const Control *box = form_->find("Text1", index);
+            HWND window = nullptr;
+            while ((window = ::FindWindowExW(dialog, window, L"EDIT", nullptr)) != nullptr)
+                if (::GetDlgCtrlID(window) == static_cast<int>(100 + box->position())) break;
+            ASSERT_NE(window, nullptr);
+            ::SendMessageW(dialog, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(window), TRUE);
+            ::SendMessageW(window, EM_SETSEL, static_cast<WPARAM>(start), end);
+        };
+    }
+    DialogScript::Step expectText(const char16_t *expected) const {
+        return [=, this](HWND) {
+            EXPECT_EQ(form_->focus()->text(), expected);
+            EXPECT_EQ(textOfWindow(::GetFocus()), reinterpret_cast<const wchar_t *>(expected));
+        };
+    }
+    void openBoxes(std::vector<DialogScript::Step> steps) {
+        openDialogWith(std::move(steps), [this](Form &form) { form_ = &form; });
+    }
+
+    Form *form_ = nullptr;
+};
+
+TEST_F(DialogKeys, EveryFieldIsReachedByTabAndChangedByAKey) {
+    for (const Byte mode : oneModeEach) {
+        SCOPED_TRACE(int{mode});
+        fresh(mode);
+        const std::vector<Byte> before = image();
+        open([&](Person &person) {
+            for (const Control &control : person.form.controls())
+                if (isField(person.form, control)) changeOnModel(person.form, control);
+            person.ok();
+        });
+        const std::vector<Byte> expected = image();
+        ASSERT_NE(expected, before);
+
+        fresh(mode);
+        plugin.ui->onModal = [&](Form &form) {
+            std::vector<DialogScript::Step> steps;
+            for (const Control &control : form.controls()) {
+                // A field that another one enables is met only then.
+                if (!form.isShown(control) || control.kind() == ControlKind::frame ||
+                    control.kind() == ControlKind::label || control.kind() == ControlKind::commandButton)
+                    continue;
+                steps.emplace_back([&](HWND) {
+                    if (!form.isEnabled(control)) return;
+                    EXPECT_EQ(form.focus(), &control) << control.name() << ' ' << control.index();
+                    if (isField(form, control)) changeByKey(control);
+                });
+                steps.emplace_back([&](HWND) {
+                    if (form.isEnabled(control)) postKey(VK_TAB);
+                });
+            }
+            steps.push_back(key(VK_RETURN));
+            const DialogScript script(std::move(steps));
+            win32::showModal(form);
+        };
+        plugin.mpu.editfigmpu6();
+        EXPECT_EQ(image(), expected);
+    }
+}
+
+TEST_F(DialogKeys, EscapeCancelAndTheFrameLeaveTheBytes) {
+    const DialogScript::Step endings[] = {
+        key(VK_ESCAPE),
+        [](HWND dialog) { ::PostMessageW(dialog, WM_SYSCOMMAND, SC_CLOSE, 0); },
+        [](HWND dialog) { ::PostMessageW(dialog, WM_CLOSE, 0, 0); },
+        [](HWND dialog) { ::PostMessageW(::GetDlgItem(dialog, IDCANCEL), BM_CLICK, 0, 0); },
+    };
+    for (const Byte mode : oneModeEach)
+        for (const DialogScript::Step &ending : endings) {
+            SCOPED_TRACE(int{mode});
+            fresh(mode);
+            plugin.host.ibuffer(tlength) = plugin.host.ibuffer(4159);
+            const std::vector<Byte> before = image();
+            plugin.ui->onModal = [&](Form &form) {
+                const DialogScript script({[&](HWND) { changeByKey(*form.focus()); }, ending});
+                win32::showModal(form);
+                EXPECT_FALSE(form.loaded());
+            };
+            plugin.mpu.editfigmpu6();
+            EXPECT_EQ(image(), before);
+        }
+}
+
+TEST_F(DialogKeys, HexBoxesOvertype) {
+    fresh(64);
+    poke(tlength - 40, {0x78, 0x56, 0x34, 0x12});
+    openBoxes({select(0, 0, 1),
+               character(L'g'),
+               character(L'\b'),
+               key(VK_BACK),
+               key(VK_DELETE),
+               expectText(u"12345678"),
+               character(L'a'),
+               expectText(u"a2345678"),
+               key(VK_RIGHT),
+               character(L'b'),
+               expectText(u"a2b45678"),
+               key(VK_END),
+               key(VK_LEFT),
+               character(L'c'),
+               expectText(u"a2b4567c"),
+               key(VK_HOME),
+               character(L'F'),
+               expectText(u"F2b4567c"),
+               [](HWND) { ::SendMessageW(::GetFocus(), WM_CUT, 0, 0); },
+               [](HWND) { ::SendMessageW(::GetFocus(), WM_UNDO, 0, 0); },
+               [](HWND) { ::SendMessageW(::GetFocus(), WM_CLEAR, 0, 0); },
+               expectText(u"F2b4567c"),
+               key(VK_RETURN)});
+    EXPECT_EQ(peek(tlength - 40, 4), (std::vector<int>{0x7C, 0x56, 0xB4, 0xF2}));
+}
+
+TEST_F(DialogKeys, PasteGoesPastTheKeyFilterAndFollowsTheRule) {
+    const struct {
+        Byte mode;
+        Integer index;
+        const wchar_t *pasted;
+        const char16_t *shown;
+        bool byKey;
+    } cases[] = {
+        {4, 1, L"", u"FFFF", true},       {4, 1, L"12345", u"FFFF", false}, {15, 1, L"", u"0", false},
+        {15, 1, L"1F\r\n2", u"1F", true}, {64, 3, L"xyz", u"xyz", true},    {64, 3, L"123456789", u"12345678", false},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(toUtf8(c.shown));
+        fresh(c.mode);
+        ASSERT_TRUE(clipboard(c.pasted));
+        const DialogScript::Step paste = [&](HWND) { ::PostMessageW(::GetFocus(), WM_PASTE, 0, 0); };
+        const DialogScript::Step enable = [this](HWND) {
+            if (const Control *check = form_->find("Check1"); check != nullptr && !check->checked())
+                ::SendMessageW(::GetParent(::GetFocus()), WM_COMMAND, 100 + static_cast<WPARAM>(check->position()), 0);
+        };
+        openBoxes(
+            {enable, select(c.index, 0, -1), c.byKey ? character(22) : paste, expectText(c.shown), key(VK_ESCAPE)});
+    }
+}
+
+TEST_F(DialogKeys, RefusedBoxIsMarkedExplainedAndFocused) {
+    fresh(64);
+    const std::vector<Byte> before = image();
+    ASSERT_TRUE(clipboard(L"12 45678"));
+    const auto shownStatic = [](HWND dialog, const wchar_t *text) {
+        HWND found = ::FindWindowExW(dialog, nullptr, L"STATIC", text);
+        return found != nullptr && ::IsWindowVisible(found) != FALSE;
+    };
+    const wchar_t *message = L"CCFG_TAP_DAP_0: 8 hexadecimal digits are needed";
+    openBoxes({select(3, 0, -1), character(22), key(VK_TAB), key(VK_RETURN),
+               [&](HWND dialog) {
+                   EXPECT_TRUE(shownStatic(dialog, message));
+                   EXPECT_EQ(form_->focus(), form_->find("Text1", 3)) << "the focus is back";
+                   EXPECT_EQ(::GetDlgCtrlID(::GetFocus()), static_cast<int>(100 + form_->focus()->position()));
+                   int marks = 0;
+                   HWND mark = nullptr;
+                   while ((mark = ::FindWindowExW(dialog, mark, L"STATIC", L"!")) != nullptr)
+                       marks += ::IsWindowVisible(mark) != FALSE ? 1 : 0;
+                   EXPECT_EQ(marks, 1);
+                   EXPECT_EQ(image(), before);
+               },
+               select(3, 2, 2), character(L'0'), [&](HWND dialog) { EXPECT_FALSE(shownStatic(dialog, message)); },
+               key(VK_RETURN)});
+    EXPECT_EQ(peek(tlength - 28, 4), (std::vector<int>{0x78, 0x56, 0x04, 0x12}));
+}
+
+// Through the plug-in's file, as a host opens them.
+TEST(DialogsOfThePlugin, OkWritesAndEscapeDoesNot) {
+    const struct {
+        Byte mode;
+        Long address;
+        std::vector<int> before, after;
+        std::vector<DialogScript::Step> keys;
+    } cases[] = {
+        {12, 2 * 16, {0xF8, 0xFC}, {0xF9, 0xFC}, {key(VK_DOWN), key(VK_RETURN)}},
+        {12, 2 * 16, {0xF8, 0xFC}, {0xF8, 0xFC}, {key(VK_DOWN), key(VK_ESCAPE)}},
+        {50, 16, {0xFF, 0}, {0xAF, 0}, {character(L'a'), key(VK_RETURN)}},
+        {41, 4159, {0x0F}, {0x0B}, {key(VK_UP), key(VK_RETURN)}},
+    };
+    const ComThread com;
+    const LoadedPlugin file;
+    const HostBlock length("tamselbuflength21", 40);
+    const HostBlock mode("tamselprgmode21", 40);
+    const HostBlock image("tamseltlength21", 40);
+    length.at<Long>(0) = 5000;
+    image.at<Long>(0) = 16;
+    const auto mpu = file.create();
+    SHORT instance = 21;
+    ASSERT_EQ(mpu->bufcommpu6(&instance), S_OK);
+    const HostBlock buffer("tamselibuffer", 4200);
+    for (const auto &c : cases) {
+        SCOPED_TRACE(int{c.mode});
+        mode.at<Byte>(0) = c.mode;
+        std::copy(c.before.begin(), c.before.end(), &buffer.at<Byte>(static_cast<std::size_t>(c.address)));
+        {
+            const DialogScript script(c.keys);
+            EXPECT_EQ(mpu->editfigmpu6(), S_OK);
+        }
+        const Byte *after = &buffer.at<Byte>(static_cast<std::size_t>(c.address));
+        EXPECT_EQ(std::vector<int>(after, after + c.after.size()), c.after);
+    }
+    EXPECT_EQ(mpu->freesharebuffermpu6(), S_OK);
+}
+
+} // namespace
+} // namespace kx3::test

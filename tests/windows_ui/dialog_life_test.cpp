@@ -1,0 +1,173 @@
+// How a dialog lives beside its host's windows, follows its form, and goes without a trace.
+
+#include "base/error.h"
+#include "windows_ui/dialog_driver.h"
+
+namespace kx3::test {
+namespace {
+
+/// Three rows under a check box that hides the middle one, and a button whose handler fails.
+class SmallForm final : public Form {
+  public:
+    SmallForm() : Form("SmallForm") {}
+
+    const Control *check = nullptr;
+    const Control *middle = nullptr;
+    const Control *last = nullptr;
+    const Control *failing = nullptr;
+
+  protected:
+    void onLoad() override {
+        setCaption(u"Small");
+        const Control &frame = add(ControlKind::frame, "Frame1", noIndex, u"Rows");
+        check = &add(ControlKind::checkBox, "Check1", noIndex, u"Hide && seek", &frame);
+        middle = &row(0, frame);
+        last = &row(1, frame);
+        failing = &add(ControlKind::commandButton, "Fail", noIndex, u"Fail");
+    }
+    void onClick(Control &control) override {
+        if (&control == failing) raise(ErrorNumber::overflow);
+        for (Control *each : {&this->control("Label1", 0), &this->control("Text1", 0)})
+            each->setVisible(!control.checked());
+    }
+
+  private:
+    Control &row(Integer index, const Control &frame) {
+        const Control &label = add(ControlKind::label, "Label1", index, u"Row:", &frame);
+        Control &box = add(ControlKind::textBox, "Text1", index, {}, &frame);
+        box.setLabel(&label);
+        return box;
+    }
+};
+
+RECT placeOf(HWND window) {
+    RECT place{};
+    ::GetWindowRect(window, &place);
+    return place;
+}
+
+TEST(DialogLife, HiddenRowsLeaveNoGapAndTheFocus) {
+    SmallForm form;
+    form.load();
+    win32::FormDialog dialog(form);
+    dialog.show();
+    const auto gap = [&](const Control &upper, const Control &lower) {
+        return placeOf(dialog.windowOf(lower)).top - placeOf(dialog.windowOf(upper)).bottom;
+    };
+    const RECT before = placeOf(dialog.window());
+    const LONG usual = gap(*form.middle, *form.last);
+    ::SendMessageW(dialog.window(), WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(dialog.windowOf(*form.middle)), TRUE);
+    EXPECT_EQ(form.focus(), form.middle);
+
+    const auto click = [&] { ::SendMessageW(dialog.windowOf(*form.check), BM_CLICK, 0, 0); };
+    click();
+    EXPECT_TRUE(form.check->checked());
+    EXPECT_FALSE(::IsWindowVisible(dialog.windowOf(*form.middle)));
+    EXPECT_NE(::GetFocus(), dialog.windowOf(*form.middle));
+    EXPECT_EQ(gap(*form.check, *form.last), usual);
+    const RECT smaller = placeOf(dialog.window());
+    EXPECT_LT(smaller.bottom - smaller.top, before.bottom - before.top);
+    click();
+    EXPECT_EQ(gap(*form.middle, *form.last), usual);
+    EXPECT_EQ(placeOf(dialog.window()).bottom, before.bottom);
+}
+
+TEST(DialogLife, FixedBorderCentredOnTheScreen) {
+    SmallForm form;
+    form.load();
+    const win32::FormDialog dialog(form);
+    const auto style = static_cast<DWORD>(::GetWindowLongW(dialog.window(), GWL_STYLE));
+    EXPECT_EQ(style & (WS_THICKFRAME | WS_MINIMIZEBOX | WS_MAXIMIZEBOX), 0U);
+    EXPECT_EQ(style & (WS_CAPTION | WS_SYSMENU), static_cast<DWORD>(WS_CAPTION | WS_SYSMENU));
+    EXPECT_EQ(::GetWindow(dialog.window(), GW_OWNER), nullptr);
+    RECT area{};
+    ::SystemParametersInfoW(SPI_GETWORKAREA, 0, &area, 0);
+    const RECT place = placeOf(dialog.window());
+    EXPECT_LE(std::abs((place.left + place.right) - (area.left + area.right)), 1);
+    EXPECT_LE(std::abs((place.top + place.bottom) - (area.top + area.bottom)), 1);
+}
+
+TEST(DialogLife, TheThreadsOtherWindowsTakeNoInputMeanwhile) {
+    const auto window = [](DWORD style) {
+        return win32::UniqueWindow(::CreateWindowExW(0, L"STATIC", L"host", WS_OVERLAPPEDWINDOW | style, 0, 0, 200, 100,
+                                                     nullptr, nullptr, nullptr, nullptr));
+    };
+    const win32::UniqueWindow host = window(WS_VISIBLE);
+    const win32::UniqueWindow disabledBefore = window(WS_VISIBLE | WS_DISABLED);
+    ::SetActiveWindow(host.get());
+    SmallForm form;
+    form.load();
+    const DialogScript script({[&](HWND dialog) {
+        EXPECT_EQ(::GetActiveWindow(), dialog);
+        EXPECT_FALSE(::IsWindowEnabled(host.get()));
+        ::PostMessageW(dialog, WM_CLOSE, 0, 0);
+    }});
+    win32::showModal(form);
+    EXPECT_TRUE(::IsWindowEnabled(host.get()));
+    EXPECT_FALSE(::IsWindowEnabled(disabledBefore.get()));
+    EXPECT_EQ(::GetActiveWindow(), host.get());
+    EXPECT_EQ(openDialog(), nullptr);
+}
+
+TEST(DialogLife, RequestToEndTheThreadClosesTheFormAndStays) {
+    SmallForm form;
+    form.load();
+    ::PostQuitMessage(7);
+    win32::showModal(form);
+    EXPECT_FALSE(form.loaded());
+    MSG message{};
+    ASSERT_TRUE(::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE));
+    EXPECT_EQ(message.message, static_cast<UINT>(WM_QUIT));
+    EXPECT_EQ(message.wParam, 7U);
+}
+
+TEST(DialogLife, FailureOfAHandlerEndsTheDialogAndReachesTheCaller) {
+    SmallForm form;
+    form.load();
+    const DialogScript script(
+        {[](HWND dialog) { ::PostMessageW(::FindWindowExW(dialog, nullptr, L"BUTTON", L"&Fail"), BM_CLICK, 0, 0); }});
+    win32::showModal(form);
+    EXPECT_FALSE(form.loaded());
+    try {
+        form.rethrowFailure();
+        FAIL();
+    } catch (const Error &error) {
+        EXPECT_EQ(error.number(), ErrorNumber::overflow);
+    }
+}
+
+/// The number inside a handle: the system takes freed ones first, so that it grows with what is left
+/// over. Not every system counts a process's objects.
+template <class Handle> long numberOf(Handle handle) {
+    return static_cast<long>(reinterpret_cast<std::uintptr_t>(handle) & 0xFFFF);
+}
+
+TEST(DialogLife, AThousandDialogsLeaveNoObject) {
+    const auto numbers = [] {
+        std::array<long, 2> found{};
+        HFONT font = ::CreateFontW(10, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, nullptr);
+        HWND window = ::CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 1, 1, nullptr, nullptr, nullptr, nullptr);
+        found = {numberOf(font), numberOf(window)};
+        ::DestroyWindow(window);
+        ::DeleteObject(font);
+        return found;
+    };
+    const auto openAndClose = [](int count) {
+        SmallForm form;
+        for (int i = 0; i < count; ++i) {
+            form.load();
+            win32::FormDialog dialog(form);
+            dialog.show();
+            form.unload();
+        }
+    };
+    openAndClose(10);
+    const auto before = numbers();
+    openAndClose(1000);
+    const auto after = numbers();
+    EXPECT_LT(std::abs(after[0] - before[0]), 500) << "fonts and device contexts";
+    EXPECT_LT(std::abs(after[1] - before[1]), 500) << "windows";
+}
+
+} // namespace
+} // namespace kx3::test
