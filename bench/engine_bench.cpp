@@ -9,7 +9,9 @@
 #include <cstring>
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace kx3::bench {
@@ -114,14 +116,52 @@ void mapAndUnmap(const std::string &path) {
     ::munmap(view, size);
 }
 
-void attachAndRelease(benchmark::State &state) {
+/// A host that has created all blocks of an instance.
+struct Host {
+    Host(Integer instance, Long deviceBytes) {
+        blocks.MapSharedBlocks(instance, ui);
+        blocks.MapDeviceBuffer(deviceBytes, ui);
+    }
+    IgnoringUi ui;
+    sharemap blocks;
+};
+
+/// The same in a process of its own, as long as the object lives.
+class ForeignHost {
+  public:
+    ForeignHost(Integer instance, Long deviceBytes) {
+        if (::socketpair(AF_UNIX, SOCK_STREAM, 0, ends_.data()) != 0 || (process_ = ::fork()) < 0) std::abort();
+        char byte = 0;
+        if (process_ == 0) {
+            ::close(ends_[0]);
+            {
+                const Host host(instance, deviceBytes);
+                while (::write(ends_[1], &byte, 1) == 1 && ::read(ends_[1], &byte, 1) > 0) {
+                }
+            }
+            ::_exit(0);
+        }
+        if (::read(ends_[0], &byte, 1) != 1) std::abort();
+    }
+    ~ForeignHost() {
+        ::close(ends_[0]);
+        ::close(ends_[1]);
+        ::waitpid(process_, nullptr, 0);
+    }
+    ForeignHost(const ForeignHost &) = delete;
+    ForeignHost &operator=(const ForeignHost &) = delete;
+
+  private:
+    std::array<int, 2> ends_{};
+    pid_t process_ = 0;
+};
+
+template <class BlockOwner> void attachAndRelease(benchmark::State &state) {
     constexpr Integer instance = 7;
     constexpr Long deviceBytes = 256 * kibi + deviceBufferExtra;
-    IgnoringUi ui;
-    sharemap host;
-    host.MapSharedBlocks(instance, ui);
-    host.MapDeviceBuffer(deviceBytes, ui);
+    const BlockOwner owner(instance, deviceBytes);
     const std::vector<std::string> paths = blockPaths(instance);
+    IgnoringUi ui;
     sharemap plugin;
     measurePair(
         state,
@@ -223,7 +263,8 @@ BENCHMARK_CAPTURE(transfer, read_word, wordDevice, readOperation)->Apply(transfe
 BENCHMARK_CAPTURE(verify, byte, byteDevice)->Apply(growingSizes);
 BENCHMARK_CAPTURE(verify, word, wordDevice)->Apply(growingSizes);
 BENCHMARK(emptySession)->Unit(benchmark::kMicrosecond);
-BENCHMARK(attachAndRelease)->Apply(inMicroseconds);
+BENCHMARK_TEMPLATE(attachAndRelease, Host)->Apply(inMicroseconds);
+BENCHMARK_TEMPLATE(attachAndRelease, ForeignHost)->Apply(inMicroseconds);
 BENCHMARK(elementAccess)->Apply(inMicroseconds);
 BENCHMARK(editors)->Apply(inMicroseconds);
 

@@ -19,6 +19,8 @@ checks_packages=(clang libclang-rt-14-dev clang-format clang-tidy shellcheck git
 # Real firmware, boot loaders with their boards' fuses, and a tool of somebody else's to compare load
 # files with.
 demo_packages=(firmware-microbit-micropython arduino-core-avr srecord)
+# Other programs that bench/compare.sh measures beside mpu6, and what measures their memory.
+bench_packages=(flashrom avrdude time)
 # Cross compiler for 32-bit Windows, and Wine to run what it makes.
 windows_packages=(
     g++-mingw-w64-i686-posix mingw-w64-tools libwine-dev googletest cmake ninja-build
@@ -62,6 +64,7 @@ wanted_packages() {
         build) printf '%s\n' "${build_packages[@]}" ;;
         checks) printf '%s\n' "${checks_packages[@]}" ;;
         demo) printf '%s\n' "${demo_packages[@]}" ;;
+        bench) printf '%s\n' "${bench_packages[@]}" ;;
         windows) printf '%s\n' "${windows_packages[@]}" ;;
         *)
             warn "unknown group '$group'; groups are build, checks, demo and windows"
