@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Install the packages that building, testing and showing kx3mpu6 need on Debian 12.
 #
-#   scripts/setup.sh [build] [checks] [demo] [windows]     without a name: all of them
+#   scripts/setup.sh [build] [ui] [checks] [demo] [windows]     without a name: all of them
 #
 # Only packages that are missing are installed, as root or through sudo; when none is missing, the
 # network is not touched. Exit code 1 when some could not be installed; they are named.
@@ -14,6 +14,8 @@ build_packages=(
     g++ cmake ninja-build libgtest-dev libbenchmark-dev python3
     libcli11-dev libsrecord-dev libboost-dev libtomlplusplus-dev nlohmann-json3-dev libfmt-dev
 )
+# Real dialogs: Qt 6, fonts for all languages, a display without a screen, and a keyboard without hands.
+ui_packages=(qt6-base-dev fonts-dejavu-core fonts-noto-cjk xvfb xauth xdotool)
 # Second compiler with its sanitizers, style and lint.
 checks_packages=(clang libclang-rt-14-dev clang-format clang-tidy shellcheck git)
 # Real firmware, boot loaders with their boards' fuses, and a tool of somebody else's to compare load
@@ -62,12 +64,13 @@ wanted_packages() {
     for group in "$@"; do
         case $group in
         build) printf '%s\n' "${build_packages[@]}" ;;
+        ui) printf '%s\n' "${ui_packages[@]}" ;;
         checks) printf '%s\n' "${checks_packages[@]}" ;;
         demo) printf '%s\n' "${demo_packages[@]}" ;;
         bench) printf '%s\n' "${bench_packages[@]}" ;;
         windows) printf '%s\n' "${windows_packages[@]}" ;;
         *)
-            warn "unknown group '$group'; groups are build, checks, demo and windows"
+            warn "unknown group '$group'; groups are build, ui, checks, demo and windows"
             return 2
             ;;
         esac
@@ -97,5 +100,5 @@ main() {
     }
 }
 
-if [ $# -eq 0 ]; then set -- build checks demo windows; fi
+if [ $# -eq 0 ]; then set -- build ui checks demo windows; fi
 main "$@"

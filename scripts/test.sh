@@ -170,6 +170,7 @@ suite_windows() {
 install_tools() {
     announce "tools"
     scripts/setup.sh build
+    scripts/setup.sh ui || warn "tests of the Qt dialogs will be skipped"
     scripts/setup.sh checks || warn "some checks will be skipped"
     scripts/setup.sh demo || warn "tests with real firmware will be skipped"
 }

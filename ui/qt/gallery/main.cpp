@@ -8,7 +8,9 @@
 #include <QApplication>
 #include <QDialog>
 #include <QTimer>
-#include <cstdio>
+#include <exception>
+#include <iostream>
+#include <stdexcept>
 
 namespace {
 
@@ -25,18 +27,21 @@ struct Picture {
 /// Draw the form, save what stands on the screen, and close it.
 kx3_status showAndSave(void *context, kx3_form *form) {
     auto &picture = *static_cast<Picture *>(context);
-    QTimer::singleShot(0, [&picture, form] {
+    QTimer whenShown;
+    whenShown.setSingleShot(true);
+    QObject::connect(&whenShown, &QTimer::timeout, [&picture] {
         QWidget *dialog = QApplication::activeModalWidget();
-        picture.saved = dialog != nullptr && dialog->grab().save(picture.file);
-        static_cast<void>(kx3_form_close(form, nullptr));
-        if (dialog != nullptr) dialog->close();
+        if (dialog == nullptr) return;
+        picture.saved = dialog->grab().save(picture.file);
+        dialog->close();
     });
+    whenShown.start(0);
     return kx3_qt_show_form(nullptr, form);
 }
 
 int makeGallery(const QString &folder) {
     if (const char *reason = kx3_qt_start()) {
-        std::fprintf(stderr, "kx3-qt-gallery: %s\n", reason);
+        std::cerr << "kx3-qt-gallery: " << reason << '\n';
         return 1;
     }
     kx3qt::EditorHost host;
@@ -53,7 +58,7 @@ int makeGallery(const QString &folder) {
             if (!picture.saved) throw std::runtime_error("cannot write " + picture.file.toStdString());
             ++count;
         }
-    std::printf("%d pictures in %s\n", count, folder.toLocal8Bit().constData());
+    std::cout << count << " pictures in " << folder.toLocal8Bit().constData() << '\n';
     return 0;
 }
 
@@ -61,13 +66,13 @@ int makeGallery(const QString &folder) {
 
 int main(int argc, char **argv) {
     if (argc != 2) {
-        std::fprintf(stderr, "usage: kx3-qt-gallery FOLDER\n");
+        std::cerr << "usage: kx3-qt-gallery FOLDER\n";
         return 2;
     }
     try {
         return makeGallery(QString::fromLocal8Bit(argv[1]));
     } catch (const std::exception &error) {
-        std::fprintf(stderr, "kx3-qt-gallery: %s\n", error.what());
+        std::cerr << "kx3-qt-gallery: " << error.what() << '\n';
         return 1;
     }
 }

@@ -21,7 +21,8 @@ QApplication *makeApplication() {
     static int argc = 1;
     static char name[] = "kx3mpu6";
     static char *argv[] = {name, nullptr};
-    return new QApplication(argc, argv); // lives as long as the process
+    static QApplication *const application = new QApplication(argc, argv); // lives as long as the process
+    return application;
 }
 
 bool isSet(const char *variable) {
