@@ -4,11 +4,13 @@
 #include <QString>
 #include <QThread>
 
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
 #include <string>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -30,22 +32,50 @@ bool isSet(const char *variable) {
     return value != nullptr && *value != '\0';
 }
 
-/// Qt ends the process when it cannot reach a display, so a child tries first.
-bool childReachesDisplay() {
-    const pid_t child = ::fork();
-    if (child == 0) {
+/// A child that draws on the display first: Qt ends a process that it cannot draw for. The child stays
+/// connected as long as this object lives, because an X server without a window manager starts anew when
+/// its last client leaves, and refuses whoever comes meanwhile.
+class DisplayProbe {
+  public:
+    DisplayProbe() {
+        if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends_.data()) != 0) return;
+        child_ = ::fork();
+        if (child_ == 0) draw();
+        ::close(ends_[1]);
+    }
+    ~DisplayProbe() {
+        if (child_ < 0) return;
+        ::close(ends_[0]); // what the child waits for
+        while (::waitpid(child_, nullptr, 0) < 0 && errno == EINTR) {
+        }
+    }
+    DisplayProbe(const DisplayProbe &) = delete;
+    DisplayProbe &operator=(const DisplayProbe &) = delete;
+
+    /// Whether the child could draw; waits until that is known.
+    [[nodiscard]] bool reachesDisplay() const {
+        char byte = 0;
+        ssize_t count = -1;
+        while (child_ > 0 && (count = ::read(ends_[0], &byte, 1)) < 0 && errno == EINTR) {
+        }
+        return count == 1;
+    }
+
+  private:
+    [[noreturn]] void draw() const {
+        ::close(ends_[0]);
         const rlimit noCore{0, 0};
         ::setrlimit(RLIMIT_CORE, &noCore);
         if (const int quiet = ::open("/dev/null", O_WRONLY | O_CLOEXEC); quiet >= 0) ::dup2(quiet, STDERR_FILENO);
         makeApplication();
+        char byte = 1;
+        if (::write(ends_[1], &byte, 1) == 1) static_cast<void>(::read(ends_[1], &byte, 1));
         ::_exit(0);
     }
-    if (child < 0) return false;
-    int status = 0;
-    while (::waitpid(child, &status, 0) < 0)
-        if (errno != EINTR) return false;
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
+
+    std::array<int, 2> ends_{-1, -1}; ///< this process's, the child's
+    pid_t child_ = -1;
+};
 
 std::string displayName() {
     for (const char *variable : {"QT_QPA_PLATFORM", "WAYLAND_DISPLAY", "DISPLAY"})
@@ -66,7 +96,8 @@ const char *startApplication() {
     }
     const std::string display = displayName();
     if (display.empty()) return "there is no display: neither WAYLAND_DISPLAY nor DISPLAY is set";
-    if (!childReachesDisplay()) {
+    const DisplayProbe probe;
+    if (!probe.reachesDisplay()) {
         reason = "Qt cannot draw on the display (" + display + ")";
         return reason.c_str();
     }
