@@ -17,7 +17,7 @@ struct Language {
     const char *name;
     Long block;
 };
-constexpr Language languages[] = {{"en", 0}, {"zh", 3000}, {"ru", 33000}};
+constexpr Language languages[] = {{"en", 0}, {"zh-cn", 3000}, {"ru", 33000}};
 
 /// The window as the screen shows it, as a file of 24-bit pixels.
 bool savePicture(HWND window, const std::string &path) {
