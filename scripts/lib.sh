@@ -22,3 +22,21 @@ source_files() {
         done
     fi
 }
+
+# Let the programs of $WINEPREFIX draw their windows by a driver: "null" keeps them in memory, so that no
+# screen is needed; "x11" takes the display.
+draw_windows_by() {
+    scripts/wine-run.sh reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d "$1" /f
+    WINEARCH=win32 wineserver -w
+}
+
+# Make the prefix $WINEPREFIX, unless it is there; a fresh one takes a quarter of a minute. Windows are
+# kept in memory, and Chinese has a font.
+prepare_wine_prefix() {
+    [ -f "$WINEPREFIX/system.reg" ] || {
+        scripts/wine-run.sh wineboot -i
+        WINEARCH=win32 wineserver -w
+    }
+    scripts/wine-run.sh reg add 'HKCU\Software\Wine\Fonts\Replacements' /v SimSun /d 'Noto Sans CJK SC' /f
+    draw_windows_by null
+}

@@ -5,7 +5,8 @@
 #   xvfb-run tests/windows_ui/keys.sh FOLDER
 #
 # FOLDER has windows_keys_host.exe; WINEPREFIX is a prefix where the plug-in is registered and windows
-# are drawn. Prints "ok: ..." or "FAILED: ..." a case; exit code 1 when one failed.
+# are drawn. Prints "ok: ..." or "FAILED: ..." a case and "all keys pressed" at the end; exit code 1
+# when one failed.
 set -euo pipefail
 
 readonly host=$1/windows_keys_host.exe
@@ -46,4 +47,5 @@ check "the first and the third list" "FD FC" "12 128 F8 FC" Down Tab Tab Down Re
 check "an access key, and the keys of the buttons" "F8 FD" "12 128 F8 FC" alt+n Down alt+o
 check "Escape" "F8 FC" "12 128 F8 FC" Down Escape
 check "a hexadecimal box" "78 B6 34 F2" "64 24 78 56 34 12" Home g BackSpace Delete F Right Right Right b Return
+echo "all keys pressed"
 exit "$failed"
