@@ -5,14 +5,14 @@
 #
 #   scripts/gallery.sh [PRESENTER...]     without a name: every presenter that this machine can run
 #
-# Needs a build of preset release; makes one when there is none. Exit code 1 when a presenter that was
+# Builds what it needs, presets release and windows. Exit code 1 when a presenter that was
 # named cannot draw.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/lib.sh
 
 readonly gallery=build/gallery
-readonly presenters=(qt)
+readonly presenters=(qt win32)
 
 # Each function draws its presenter's pictures into the folder of its argument; 77 when this machine
 # lacks what it needs.
@@ -25,6 +25,23 @@ draw_qt() {
     }
     cmake --build --preset release -j "$(jobs)" --target kx3-qt-gallery >/dev/null
     QT_QPA_PLATFORM=offscreen build/release/bin/kx3-qt-gallery "$1" 2> >(grep -v 'propagateSizeHints' >&2)
+}
+
+draw_win32() {
+    local tool bin=build/windows/bin
+    export WINEPREFIX=$PWD/build/wine-prefix
+    for tool in i686-w64-mingw32-g++-posix wine mogrify; do
+        command -v "$tool" >/dev/null || {
+            warn "win32: $tool is not installed; scripts/setup.sh windows ui installs it"
+            return 77
+        }
+    done
+    cmake --preset windows >/dev/null
+    cmake --build --preset windows -j "$(jobs)" --target win32_gallery >/dev/null
+    prepare_wine_prefix >/dev/null 2>&1
+    scripts/wine-run.sh $bin/win32_gallery.exe "$1" || return 1
+    mogrify -format png "$1"/*.bmp
+    rm -f "$1"/*.bmp
 }
 
 # One page to look at them all, a row for each editor and mode.

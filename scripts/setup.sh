@@ -15,7 +15,7 @@ build_packages=(
     libcli11-dev libsrecord-dev libboost-dev libtomlplusplus-dev nlohmann-json3-dev libfmt-dev
 )
 # Real dialogs: Qt 6, fonts for all languages, a display without a screen, and a keyboard without hands.
-ui_packages=(qt6-base-dev fonts-dejavu-core fonts-noto-cjk xvfb xauth xdotool)
+ui_packages=(qt6-base-dev fonts-dejavu-core fonts-noto-cjk xvfb xauth xdotool imagemagick)
 # Second compiler with its sanitizers, style and lint.
 checks_packages=(clang libclang-rt-14-dev clang-format clang-tidy shellcheck git)
 # Real firmware, boot loaders with their boards' fuses, and a tool of somebody else's to compare load
@@ -26,7 +26,7 @@ bench_packages=(flashrom avrdude time)
 # Cross compiler for 32-bit Windows, and Wine to run what it makes.
 windows_packages=(
     g++-mingw-w64-i686-posix mingw-w64-tools libwine-dev googletest cmake ninja-build
-    wine wine32:i386
+    wine wine32:i386 xvfb xauth xdotool fonts-dejavu-core fonts-noto-cjk
 )
 
 is_installed() {

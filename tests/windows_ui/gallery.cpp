@@ -2,12 +2,14 @@
 //
 //   win32_gallery FOLDER [DPI]
 //
-// Files are FOLDER/EDITOR-modeMODE-LANGUAGE.bmp. Exit code 1 when one could not be written.
+// Files are FOLDER/EDITOR-modeMODE-LANGUAGE.bmp, and FOLDER/refused-LANGUAGE.bmp. Exit code 1 when one could not be
+// written.
 
 #include "editors/editor_driver.h"
 #include "win32/form_dialog.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 
 namespace kx3::test {
@@ -62,6 +64,13 @@ bool savePicture(HWND window, const std::string &path) {
     return file.good();
 }
 
+/// OK with an entry that is none.
+void beRefused(Form &form) {
+    Person person(form);
+    person.paste("Text1", 3, u"12 45678");
+    person.ok();
+}
+
 bool showAndSave(Form &form, int dpi, const std::string &path) {
     win32::FormDialog dialog(form, dpi);
     dialog.show();
@@ -69,25 +78,44 @@ bool showAndSave(Form &form, int dpi, const std::string &path) {
     return savePicture(dialog.window(), path);
 }
 
-int saveAll(const std::string &folder, int dpi) {
-    TestApartment plugin;
-    plugin.attach(9000);
-    plugin.host.tlength(0) = 2048;
-    int failures = 0;
-    for (const Language &language : languages)
-        for (const Byte mode : editorModes) {
-            plugin.host.Language(0) = language.block;
-            plugin.host.prgmode(0) = mode;
-            plugin.ui->onModal = [&](Form &form) {
-                std::array<char, 64> name{};
-                std::snprintf(name.data(), name.size(), "/%s-mode%02d-%s.bmp", form.name().c_str(), mode,
-                              language.name);
-                if (!showAndSave(form, dpi, folder + name.data())) ++failures;
-            };
-            plugin.mpu.editfigmpu6();
+class Gallery {
+  public:
+    Gallery(std::string folder, int dpi) : folder_(std::move(folder)), dpi_(dpi) {
+        plugin_.attach(9000);
+        plugin_.host.tlength(0) = 2048;
+    }
+
+    /// All pictures; false when one could not be written.
+    bool save() {
+        for (const Language &language : languages) {
+            plugin_.host.Language(0) = language.block;
+            for (const Byte mode : editorModes)
+                open(mode, [&](Form &form) { add(form, form.name() + "-mode" + twoDigits(mode), language); });
+            open(64, [&](Form &form) {
+                beRefused(form);
+                add(form, "refused", language);
+            });
         }
-    return failures;
-}
+        return complete_;
+    }
+
+  private:
+    static std::string twoDigits(Byte number) { return (number < 10 ? "0" : "") + std::to_string(number); }
+
+    void open(Byte mode, const std::function<void(Form &)> &show) {
+        plugin_.host.prgmode(0) = mode;
+        plugin_.ui->onModal = show;
+        plugin_.mpu.editfigmpu6();
+    }
+    void add(Form &form, const std::string &name, const Language &language) {
+        complete_ = showAndSave(form, dpi_, folder_ + '/' + name + '-' + language.name + ".bmp") && complete_;
+    }
+
+    TestApartment plugin_;
+    std::string folder_;
+    int dpi_;
+    bool complete_ = true;
+};
 
 } // namespace
 } // namespace kx3::test
@@ -98,5 +126,5 @@ int main(int argc, char **argv) {
         return 2;
     }
     const int dpi = argc > 2 ? std::atoi(argv[2]) : kx3::win32::designDpi;
-    return kx3::test::saveAll(argv[1], dpi) == 0 ? 0 : 1;
+    return kx3::test::Gallery(argv[1], dpi).save() ? 0 : 1;
 }
