@@ -3,14 +3,13 @@
 #include "base/error.h"
 #include "platform/win32/wide.h"
 #include "win32/message_queue.h"
+#include "win32/own_module.h"
 #include "win32/thread_windows.h"
+#include "win32/visual_styles.h"
 
 #include <algorithm>
 #include <type_traits>
 #include <utility>
-
-// The library or program that this code is part of.
-extern "C" IMAGE_DOS_HEADER __ImageBase; // NOLINT(bugprone-reserved-identifier): the linker's name
 
 namespace kx3::win32 {
 
@@ -20,8 +19,6 @@ namespace {
 constexpr int firstId = 100;
 /// Items that a list shows without scrolling.
 constexpr int longestDrop = 20;
-
-HINSTANCE instance() noexcept { return reinterpret_cast<HINSTANCE>(&__ImageBase); }
 
 bool takesFocus(const Control &control) noexcept {
     return control.kind() != ControlKind::frame && control.kind() != ControlKind::label;
@@ -67,8 +64,11 @@ void move(HWND window, const RECT &place) noexcept { move(window, place, place.b
 // Life
 
 FormDialog::FormDialog(Form &form, int dpi) : form_(form), generation_(form.generation()), metrics_(dpi) {
-    createWindow();
-    createControls();
+    {
+        const VisualStyles styles;
+        createWindow();
+        createControls();
+    }
     refreshAll();
     centre();
 }
@@ -88,7 +88,7 @@ void FormDialog::createWindow() {
                      .cx = 100,
                      .cy = 100}};
     window_.reset(
-        ::CreateDialogIndirectParamW(instance(), &empty.head, nullptr, procedure, reinterpret_cast<LPARAM>(this)));
+        ::CreateDialogIndirectParamW(ownModule(), &empty.head, nullptr, procedure, reinterpret_cast<LPARAM>(this)));
     if (!window_) raise(ErrorNumber::outOfMemory, u"Out of memory: a dialog could not be shown");
 }
 
@@ -125,7 +125,7 @@ HWND FormDialog::createChild(const wchar_t *className, const std::u16string &tex
                              int id) {
     HWND child =
         ::CreateWindowExW(extendedStyle, className, platform::wide(text), WS_CHILD | style, 0, 0, 10, 10, window_.get(),
-                          reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), instance(), nullptr);
+                          reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), ownModule(), nullptr);
     if (child == nullptr) raise(ErrorNumber::outOfMemory, u"Out of memory: a dialog could not be shown");
     ::SendMessageW(child, WM_SETFONT, reinterpret_cast<WPARAM>(metrics_.font()), FALSE);
     return child;
