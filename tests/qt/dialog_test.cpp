@@ -65,6 +65,7 @@ TEST_F(QtDialogs, EscapeCancelAndTheWindowFrameWriteNothing) {
 
 TEST_F(QtDialogs, AltReachesButtonsAndFields) {
     open(12, [](QDialog &dialog) {
+        EXPECT_EQ(dialog.focusWidget()->objectName(), "Combo1(0)");
         press(dialog, Qt::Key_W, Qt::AltModifier);
         EXPECT_EQ(dialog.focusWidget()->objectName(), "Combo1(1)");
         press(dialog, Qt::Key_Home);

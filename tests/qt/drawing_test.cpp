@@ -6,6 +6,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPalette>
+#include <QScrollArea>
 #include <algorithm>
 
 namespace kx3qt::test {
@@ -23,7 +24,8 @@ std::vector<QWidget *> shownChildren(const QWidget &parent) {
 }
 
 bool isContainer(const QWidget &widget) {
-    return qobject_cast<const QGroupBox *>(&widget) != nullptr || widget.metaObject() == &QWidget::staticMetaObject;
+    return qobject_cast<const QGroupBox *>(&widget) != nullptr ||
+           qobject_cast<const QScrollArea *>(&widget) != nullptr || widget.metaObject() == &QWidget::staticMetaObject;
 }
 
 int leastWidth(const QWidget &widget) {
@@ -122,13 +124,18 @@ TEST_F(QtDrawing, FontAndColoursAreTheUsers) {
     look(50, [&](const QDialog &dialog) { size = dialog.size(); });
 
     QFont large = normal;
-    large.setPointSizeF(1.5 * normal.pointSizeF());
+    large.setPointSizeF(1.25 * normal.pointSizeF());
     QApplication::setFont(large);
     QApplication::setPalette(QPalette(QColor(Qt::darkGray).darker(), QColor(Qt::black)));
     look(50, [&](QDialog &dialog) {
         EXPECT_GT(dialog.height(), size.height());
         expectWellPlaced(dialog);
         EXPECT_LT(dialog.grab().toImage().pixelColor(2, 2).lightness(), 80);
+    });
+    large.setPointSizeF(4 * normal.pointSizeF());
+    QApplication::setFont(large);
+    look(50, [](const QDialog &dialog) {
+        EXPECT_TRUE(dialog.screen()->availableGeometry().contains(dialog.frameGeometry())) << "what is beyond scrolls";
     });
     QApplication::setFont(normal);
     QApplication::setPalette(light);

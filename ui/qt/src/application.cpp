@@ -23,7 +23,7 @@ QApplication *makeApplication() {
     static int argc = 1;
     static char name[] = "kx3mpu6";
     static char *argv[] = {name, nullptr};
-    static QApplication *const application = new QApplication(argc, argv); // lives as long as the process
+    static auto *const application = new QApplication(argc, argv); // lives as long as the process
     return application;
 }
 

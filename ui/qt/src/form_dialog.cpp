@@ -2,6 +2,7 @@
 
 #include "arrangement.h"
 #include "model_edit.h"
+#include "scroll_body.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -27,7 +28,7 @@ bool takesFocus(int32_t kind) { return kind != KX3_FRAME && kind != KX3_LABEL; }
 
 FormDialog::FormDialog(FormModel &model, QWidget *owner)
     : QDialog(owner, Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint),
-      model_(model), body_(new QWidget(this)), buttons_(new QWidget(this)) {
+      model_(model), body_(new ScrollBody(this)), buttons_(new QWidget(this)) {
     auto *layout = new QVBoxLayout(this);
     layout->setSizeConstraint(QLayout::SetFixedSize);
     layout->setSpacing(style()->pixelMetric(QStyle::PM_LayoutVerticalSpacing));
@@ -47,7 +48,7 @@ void FormDialog::createWidgets() {
     for (int32_t i = 0; i < count; ++i) {
         const kx3_control_info info = model_.control(i);
         const bool below = info.kind == KX3_COMMAND_BUTTON && info.parent < 0;
-        QWidget *parent = info.parent >= 0 ? widgetOf(info.parent) : (below ? buttons_ : body_);
+        QWidget *parent = info.parent >= 0 ? widgetOf(info.parent) : (below ? buttons_ : body_->widget());
         QWidget *widget = createWidget(i, info, parent);
         widget->setObjectName(info.index < 0 ? QString::fromLatin1(info.name)
                                              : QStringLiteral("%1(%2)").arg(QLatin1String(info.name)).arg(info.index));
@@ -143,6 +144,7 @@ void FormDialog::refresh() {
     for (int32_t i = 0; i < form.controls; ++i)
         refreshControl(i, message);
     arrange();
+    body_->fitContent();
     refreshFocus(form.focus);
     refreshing_ = false;
 }
@@ -151,7 +153,7 @@ void FormDialog::refresh() {
 void FormDialog::showTitle(const QString &title) {
     setWindowTitle(title);
     const int besideTitle = 3 * style()->pixelMetric(QStyle::PM_TitleBarHeight);
-    body_->setMinimumWidth(fontMetrics().horizontalAdvance(title) + besideTitle);
+    body_->setLeastWidth(fontMetrics().horizontalAdvance(title) + besideTitle);
 }
 
 void FormDialog::refreshControl(int32_t control, const QString &message) {
@@ -223,6 +225,7 @@ bool FormDialog::eventFilter(QObject *watched, QEvent *event) {
     if (event->type() == QEvent::FocusIn && !refreshing_) {
         const auto found = std::find(widgets_.begin(), widgets_.end(), watched);
         const auto control = static_cast<int32_t>(found - widgets_.begin());
+        if (body_->isAncestorOf(widgetOf(control))) body_->ensureWidgetVisible(widgetOf(control));
         act([=, this] { model_.focus(control); });
     }
     return QDialog::eventFilter(watched, event);
@@ -230,6 +233,7 @@ bool FormDialog::eventFilter(QObject *watched, QEvent *event) {
 
 void FormDialog::showEvent(QShowEvent *event) {
     QDialog::showEvent(event);
+    body_->fitContent();                                              // fonts and borders are known only now
     if (event->spontaneous() || model_.form().on_screen == 0) return; // else Qt centres on the owner
     adjustSize();
     QRect frame = frameGeometry();

@@ -13,6 +13,8 @@ class QLabel;
 
 namespace kx3qt {
 
+class ScrollBody;
+
 class FormDialog final : public QDialog {
   public:
     /// A dialog of all controls of `model`, which must outlive it.
@@ -53,7 +55,7 @@ class FormDialog final : public QDialog {
     FormModel &model_;
     std::vector<QWidget *> widgets_; ///< one a control
     std::vector<int32_t> kinds_;     ///< beside them
-    QWidget *body_;
+    ScrollBody *body_;
     QWidget *buttons_;
     QWidget *messageLine_ = nullptr;
     QLabel *message_ = nullptr;
