@@ -13,6 +13,7 @@
 #include <map>
 #include <optional>
 #include <thread>
+#include <tuple>
 #include <unistd.h>
 
 namespace {
@@ -304,6 +305,63 @@ TEST_F(Native, MissingAndFailingCallbacksFailTheCall) {
     *static_cast<std::uint8_t *>(kx3_block_data(prgmode)) = 1;
     EXPECT_EQ(kx3_mpu_editfigmpu6(mpu), KX3_NOT_AVAILABLE);
     kx3_block_close(prgmode);
+}
+
+std::u16string textOf(const kx3_text &text) { return {reinterpret_cast<const char16_t *>(text.units), text.length}; }
+
+TEST_F(Native, AFormTellsWhereItsControlsStand) {
+    attach(9000);
+    *at<std::uint8_t>("prgmode") = 12;
+    kx3_ui ui{};
+    ui.struct_size = sizeof ui;
+    ui.show_form = [](void *, kx3_form *form) {
+        std::int32_t row = -1;
+        kx3_control_info info{};
+        EXPECT_EQ(kx3_form_find(form, "Combo1", 1, &row), KX3_OK);
+        EXPECT_EQ(kx3_form_control(form, row, &info), KX3_OK);
+        kx3_placement field{};
+        EXPECT_EQ(kx3_form_place(form, row, &field), KX3_OK);
+        EXPECT_EQ(std::tuple(field.shown, field.column, field.line, field.cell, field.part, field.access_key),
+                  std::tuple(1, 0, 1, 0, KX3_PART_FIELD, -1));
+        EXPECT_EQ(textOf(field.accessible_name), u"Configuration bytes, WDTON");
+        kx3_placement label{};
+        EXPECT_EQ(kx3_form_place(form, info.label, &label), KX3_OK);
+        EXPECT_EQ(std::tuple(label.block, label.line, label.part, label.access_key),
+                  std::tuple(field.block, 1, KX3_PART_LABEL, 0));
+        EXPECT_EQ(textOf(label.marked_caption), u"&WDTON:");
+        EXPECT_EQ(kx3_form_place(form, 1000, &field), KX3_SUBSCRIPT);
+        EXPECT_EQ(kx3_form_place(form, row, nullptr), KX3_INVALID_CALL);
+        return kx3_form_close(form, nullptr);
+    };
+    ASSERT_EQ(kx3_set_ui(&ui), KX3_OK);
+    EXPECT_EQ(kx3_mpu_editfigmpu6(mpu), KX3_OK) << kx3_last_error();
+}
+
+TEST_F(Native, AFormTellsWhetherOkHasClosedIt) {
+    attach(9000);
+    *at<std::uint8_t>("prgmode") = 12;
+    struct End {
+        const char *button;
+        bool pressed; ///< else the button has the focus, and the frame closes the form
+        std::int32_t accepted;
+    };
+    for (End end : {End{"OKButton", true, 1}, {"OKButton", false, 0}, {"CancelButton", true, 0}}) {
+        kx3_ui ui{};
+        ui.struct_size = sizeof ui;
+        ui.context = &end;
+        ui.show_form = [](void *context, kx3_form *form) -> kx3_status {
+            const End &how = *static_cast<const End *>(context);
+            std::int32_t button = -1;
+            EXPECT_EQ(kx3_form_find(form, how.button, -1, &button), KX3_OK);
+            EXPECT_EQ(kx3_form_focus(form, button, nullptr), KX3_OK);
+            EXPECT_EQ(kx3_form_accepted(form), 0);
+            EXPECT_EQ(how.pressed ? kx3_form_click(form, button, nullptr) : kx3_form_close(form, nullptr), KX3_OK);
+            EXPECT_EQ(kx3_form_accepted(form), how.accepted) << how.button;
+            return KX3_OK;
+        };
+        ASSERT_EQ(kx3_set_ui(&ui), KX3_OK);
+        EXPECT_EQ(kx3_mpu_editfigmpu6(mpu), KX3_OK) << kx3_last_error();
+    }
 }
 
 TEST_F(Native, AnObjectMayBeReleasedFromItsOwnCallback) {
