@@ -40,6 +40,11 @@ class SmallForm final : public Form {
     }
 };
 
+struct WindowDestroyer {
+    void operator()(HWND window) const noexcept { ::DestroyWindow(window); }
+};
+using HostWindow = std::unique_ptr<std::remove_pointer_t<HWND>, WindowDestroyer>;
+
 RECT placeOf(HWND window) {
     RECT place{};
     ::GetWindowRect(window, &place);
@@ -89,11 +94,11 @@ TEST(DialogLife, FixedBorderCentredOnTheScreen) {
 
 TEST(DialogLife, TheThreadsOtherWindowsTakeNoInputMeanwhile) {
     const auto window = [](DWORD style) {
-        return win32::UniqueWindow(::CreateWindowExW(0, L"STATIC", L"host", WS_OVERLAPPEDWINDOW | style, 0, 0, 200, 100,
-                                                     nullptr, nullptr, nullptr, nullptr));
+        return HostWindow(::CreateWindowExW(0, L"STATIC", L"host", WS_OVERLAPPEDWINDOW | style, 0, 0, 200, 100, nullptr,
+                                            nullptr, nullptr, nullptr));
     };
-    const win32::UniqueWindow host = window(WS_VISIBLE);
-    const win32::UniqueWindow disabledBefore = window(WS_VISIBLE | WS_DISABLED);
+    const HostWindow host = window(WS_VISIBLE);
+    const HostWindow disabledBefore = window(WS_VISIBLE | WS_DISABLED);
     ::SetActiveWindow(host.get());
     SmallForm form;
     form.load();
@@ -136,35 +141,29 @@ TEST(DialogLife, FailureOfAHandlerEndsTheDialogAndReachesTheCaller) {
     }
 }
 
-/// The number inside a handle: the system takes freed ones first, so that it grows with what is left
-/// over. Not every system counts a process's objects.
-template <class Handle> long numberOf(Handle handle) {
-    return static_cast<long>(reinterpret_cast<std::uintptr_t>(handle) & 0xFFFF);
+/// The numbers inside the handles of a new font and a new window. The system takes freed ones first, so
+/// that they grow with what is left over; not every system counts a process's objects.
+std::array<int, 2> nextNumbers() {
+    HFONT font = ::CreateFontW(10, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, nullptr);
+    HWND window = ::CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 1, 1, nullptr, nullptr, nullptr, nullptr);
+    ::DestroyWindow(window);
+    ::DeleteObject(font);
+    return {LOWORD(font), LOWORD(window)};
 }
 
 TEST(DialogLife, AThousandDialogsLeaveNoObject) {
-    const auto numbers = [] {
-        std::array<long, 2> found{};
-        HFONT font = ::CreateFontW(10, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, nullptr);
-        HWND window = ::CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 1, 1, nullptr, nullptr, nullptr, nullptr);
-        found = {numberOf(font), numberOf(window)};
-        ::DestroyWindow(window);
-        ::DeleteObject(font);
-        return found;
-    };
     const auto openAndClose = [](int count) {
         SmallForm form;
         for (int i = 0; i < count; ++i) {
             form.load();
-            win32::FormDialog dialog(form);
-            dialog.show();
+            win32::FormDialog(form).show();
             form.unload();
         }
     };
     openAndClose(10);
-    const auto before = numbers();
+    const auto before = nextNumbers();
     openAndClose(1000);
-    const auto after = numbers();
+    const auto after = nextNumbers();
     EXPECT_LT(std::abs(after[0] - before[0]), 500) << "fonts and device contexts";
     EXPECT_LT(std::abs(after[1] - before[1]), 500) << "windows";
 }

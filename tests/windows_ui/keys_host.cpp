@@ -17,8 +17,8 @@ int main(int argc, char **argv) {
     CLSID classId{};
     kx3::com::ComPtr<::_clsMPU> mpu;
     if (FAILED(::CLSIDFromProgID(L"kx3mpu6.clsMPU", &classId)) ||
-        FAILED(::CoCreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER, __uuidof(::_clsMPU),
-                                  kx3::com::receive(mpu)))) {
+        FAILED(
+            ::CoCreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER, __uuidof(::_clsMPU), kx3::com::receive(mpu)))) {
         std::puts("the class is not registered");
         return 1;
     }

@@ -93,14 +93,16 @@ void FormDialog::createWindow() {
 }
 
 void FormDialog::createControls() {
-    // Tab order is the order of creation.
+    // Tab order is the order of creation. The message opens the group of the buttons.
+    const auto createMessage = [this] {
+        if (message_ == nullptr) message_ = createChild(L"STATIC", {}, SS_LEFT | SS_NOPREFIX | WS_GROUP, 0, -1);
+    };
     items_.reserve(form_.controls().size());
     for (const Control &control : form_.controls()) {
-        if (control.isDefault() && message_ == nullptr)
-            message_ = createChild(L"STATIC", {}, SS_LEFT | SS_NOPREFIX, 0, -1);
+        if (control.isDefault()) createMessage();
         createItem(control);
     }
-    if (message_ == nullptr) message_ = createChild(L"STATIC", {}, SS_LEFT | SS_NOPREFIX, 0, -1);
+    createMessage();
     if (fieldHeight_ == 0) fieldHeight_ = metrics_.textHeight() + metrics_.scaled(8);
 }
 

@@ -16,10 +16,14 @@
 
 namespace kx3::win32 {
 
-struct WindowDestroyer {
-    void operator()(HWND window) const noexcept { ::DestroyWindow(window); }
+struct DialogDestroyer {
+    /// What a dialog's controls tell while they go reaches nobody.
+    void operator()(HWND dialog) const noexcept {
+        ::SetWindowLongPtrW(dialog, DWLP_USER, 0);
+        ::DestroyWindow(dialog);
+    }
 };
-using UniqueWindow = std::unique_ptr<std::remove_pointer_t<HWND>, WindowDestroyer>;
+using UniqueDialog = std::unique_ptr<std::remove_pointer_t<HWND>, DialogDestroyer>;
 
 /// The dialog of a loaded form. It shows the model, passes on what the person does, and follows the
 /// model's changes. The form outlives the dialog, and is not loaded again meanwhile.
@@ -79,7 +83,7 @@ class FormDialog {
     Form &form_;
     std::uint64_t generation_;
     DialogMetrics metrics_;
-    UniqueWindow window_;
+    UniqueDialog window_;
     std::vector<Item> items_; ///< by control position
     HWND message_ = nullptr;
     int fieldHeight_ = 0;
