@@ -2,7 +2,7 @@
 # Everything that must hold before a change goes in: install what is missing, build, run every suite.
 #
 #   scripts/test.sh            all suites
-#   scripts/test.sh SUITE...   only these: format shell release sanitize lint windows
+#   scripts/test.sh SUITE...   only these: format shell release sanitize torture lint windows
 #
 # The last line counts tests and checks over all suites: "N passed, N failed, N skipped". A suite
 # whose tools cannot be installed counts as one skipped. Exit code 1 when anything failed.
@@ -12,7 +12,7 @@ cd "$(dirname "$0")/.."
 . scripts/lib.sh
 
 readonly logs=build/test-logs
-readonly suites=(format shell release sanitize lint windows)
+readonly suites=(format shell release sanitize torture lint windows)
 passed=0
 failed=0
 skipped=0
@@ -146,26 +146,30 @@ suite_sanitize() {
     if have clang++; then build_and_test sanitize; else skip_suite sanitize "no clang++"; fi
 }
 
-# The Windows build has a script of its own, which ends with the same kind of line as this one.
-suite_windows() {
-    [ -x scripts/test-windows.sh ] || return 0
-    announce "windows"
-    local log=$logs/windows.log status=0 line
-    scripts/test-windows.sh 2>&1 | tee "$log" || status=$?
-    line=$(tail -n 1 "$log")
+# A script that counts its checks in its last line, as this one does.
+run_counting() { # NAME COMMAND...
+    local name=$1 status=0 line
+    shift
+    announce "$name"
+    "$@" 2>&1 | tee "$logs/$name.log" || status=$?
+    line=$(tail -n 1 "$logs/$name.log")
     if [[ $line =~ ^([0-9]+)\ passed,\ ([0-9]+)\ failed,\ ([0-9]+)\ skipped$ ]]; then
         passed=$((passed + BASH_REMATCH[1]))
         failed=$((failed + BASH_REMATCH[2]))
         skipped=$((skipped + BASH_REMATCH[3]))
         if [ "${BASH_REMATCH[2]}" -gt 0 ]; then
-            failures+=("windows: ${BASH_REMATCH[2]} tests")
+            failures+=("$name: ${BASH_REMATCH[2]} tests")
         elif [ "$status" -ne 0 ]; then
-            fail "windows: scripts/test-windows.sh ended with status $status"
+            fail "$name: $1 ended with status $status"
         fi
     else
-        fail "windows: scripts/test-windows.sh ended with status $status and without its counts"
+        fail "$name: $1 ended with status $status and without its counts"
     fi
 }
+
+suite_windows() { run_counting windows scripts/test-windows.sh; }
+
+suite_torture() { run_counting torture scripts/torture.sh; }
 
 install_tools() {
     announce "tools"
