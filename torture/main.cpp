@@ -201,7 +201,7 @@ int runWorkers(const Options &options) {
         } catch (const std::exception &error) {
             std::fprintf(stderr, "%s\n", error.what());
         }
-        std::_Exit(0);
+        std::exit(0); // leaks are looked for, too
     }
     const bool well = Watch(reports, workers).allWell();
     std::uint64_t runs = 0;

@@ -49,6 +49,7 @@ std::size_t blockNames() {
 }
 
 struct World::Library {
+    explicit Library(const platform::DynamicLibrary &its) : library(its) {}
 #define KX3_BIND(name) decltype(kx6sim_##name) *name = library.function<decltype(kx6sim_##name)>("kx6sim_" #name)
     const platform::DynamicLibrary &library;
     KX3_BIND(insert_blank_chip);
