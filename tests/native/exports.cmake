@@ -1,4 +1,5 @@
-# Fails unless LIBRARY exports the C interface and nothing else.
+# Fails unless LIBRARY exports the C interface and nothing else, and imports nothing that ends the host
+# or changes its settings. What its C++ run time imports of its own is not seen here.
 cmake_minimum_required(VERSION 3.22)
 execute_process(COMMAND ${NM} -D --defined-only --format=posix ${LIBRARY} OUTPUT_VARIABLE listing
   COMMAND_ERROR_IS_FATAL ANY)
@@ -14,3 +15,13 @@ endforeach()
 if(NOT "kx3_mpu_runMpu6Prg" IN_LIST exported)
   message(SEND_ERROR "kx3_mpu_runMpu6Prg is not exported")
 endif()
+
+execute_process(COMMAND ${NM} -D --undefined-only --format=posix ${LIBRARY} OUTPUT_VARIABLE listing
+  COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCHALL "[^\n]+" lines "${listing}")
+foreach(line IN LISTS lines)
+  string(REGEX MATCH "^[^ @]+" symbol "${line}")
+  if(symbol MATCHES "^(_?exit|_Exit|quick_exit|abort|raise|kill|pthread_kill|__assert_fail|signal|sigaction|sigprocmask|pthread_sigmask|setlocale|uselocale|chdir|fchdir|umask|setenv|putenv|unsetenv|fesetround|fesetenv|feenableexcept|_ZSt9terminatev|_ZSt13set_terminate.*)$")
+    message(SEND_ERROR "imported, but the host is none of our business: ${symbol}")
+  endif()
+endforeach()

@@ -6,12 +6,16 @@
 
 #include <gtest/gtest.h>
 
+#include <cfenv>
+#include <clocale>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <map>
 #include <optional>
+#include <sys/stat.h>
 #include <thread>
 #include <tuple>
 #include <unistd.h>
@@ -525,6 +529,41 @@ TEST_F(NativeSession, ProgramsAndVerifiesADevice) {
     EXPECT_EQ(compared, size);
     EXPECT_EQ(passes, 2);
     EXPECT_EQ(observed[KX3_USBBULKREAD], 1) << "the observer was taken away";
+}
+
+/// What a host has set for its process.
+struct ProcessSettings {
+    std::string locale = std::setlocale(LC_ALL, nullptr);
+    std::string directory = fs::current_path();
+    int rounding = std::fegetround();
+    int trappedExceptions = ::fegetexcept();
+    mode_t fileMask = ::umask(0);
+    std::vector<void (*)(int)> signalHandlers;
+
+    ProcessSettings() {
+        ::umask(fileMask);
+        for (int number = 1; number < NSIG; ++number) {
+            struct sigaction action {};
+            if (::sigaction(number, nullptr, &action) == 0) signalHandlers.push_back(action.sa_handler);
+        }
+    }
+    bool operator==(const ProcessSettings &) const = default;
+};
+
+TEST_F(NativeSession, NoEntryChangesTheHostsSettings) {
+    std::fesetround(FE_DOWNWARD);
+    const ProcessSettings before;
+    std::uint8_t note = 61;
+    for (const int operation : {0, 3, 5, 8, 200})
+        EXPECT_EQ(runOperation(static_cast<std::uint8_t>(operation)), KX3_OK);
+    *at<std::uint8_t>("prgmode") = 45;
+    EXPECT_EQ(kx3_mpu_editfigmpu6(mpu), KX3_NOT_AVAILABLE) << "no presenter";
+    EXPECT_EQ(kx3_mpu_mpu6warn(mpu, &note), KX3_NOT_AVAILABLE);
+    EXPECT_EQ(kx3_mpu_sinitmpu6(mpu), KX3_OK);
+    EXPECT_EQ(kx3_mpu_freesharebuffermpu6(mpu), KX3_OK);
+    EXPECT_EQ(kx3_mpu_bufcommpu6(mpu, &one), KX3_OK);
+    EXPECT_TRUE(before == ProcessSettings());
+    std::fesetround(FE_TONEAREST);
 }
 
 TEST_F(NativeSession, AFailureInsideASessionIsKept) {
