@@ -1,0 +1,79 @@
+// Any contents of the shared blocks, against every entry of the class.
+#include "host.h"
+
+#include "forms/form.h"
+
+namespace kx3::fuzz {
+namespace {
+
+constexpr int longestRun = 60;
+
+/// Fill a part of one block with bytes of the input.
+void spoil(sharemap &blocks, Input &input) {
+    std::size_t which = input.below(61);
+    const auto spoilOne = [&](auto &block) {
+        if (which-- != 0) return;
+        const auto bytes = std::as_writable_bytes(block.range(0, static_cast<Long>(block.count())));
+        const std::size_t first = input.below(std::min<std::size_t>(bytes.size(), 64));
+        const auto values = std::as_bytes(input.take(1 + input.below(8)));
+        std::copy_n(values.begin(), std::min(values.size(), bytes.size() - first),
+                    bytes.begin() + static_cast<std::ptrdiff_t>(first));
+    };
+#define KX3_BLOCK(member, root, type, count, bytes) spoilOne(blocks.member);
+#include "host/memory/block_table.inc"
+#undef KX3_BLOCK
+    spoilOne(blocks.ibuffer);
+}
+
+void connect(Host &h, Input &input) {
+    test::TestApartment &t = h.t;
+    t.sessionHost->onPoll = [&] {
+        if (t.ui->yields > longestRun) return false;
+        t.host.ibuf1(0) = 100;
+        return true;
+    };
+    t.io.onBulkRead = [&](Byte *, Long, Byte *state) { *state = 2; };
+    t.io.onBulkWrite = [](Byte *, Long) { return Integer{0}; };
+    t.ui->onYield = [&] {
+        if (!input.empty()) spoil(t.host, input); // the host works while the plug-in yields
+        if (t.ui->yields > longestRun) t.host.usbpip2readresult(0) = 4;
+    };
+    t.ui->onModal = [&](Form &form) {
+        if (!input.empty()) spoil(t.host, input);
+        form.click(*form.defaultButton());
+        form.close();
+    };
+    t.ui->answers.assign(4, MessageBoxResult::retry);
+    t.ui->answers.push_back(MessageBoxResult::abort);
+}
+
+void run(Input input) {
+    Host &h = host();
+    h.reset();
+    test::TestApartment &t = h.t;
+    constexpr Integer models[] = {40, 50, 80};
+    t.host.modeltype(0) = models[input.below(std::size(models))];
+    connect(h, input);
+    const std::size_t entry = input.below(6);
+    for (std::size_t times = input.below(12); times > 0; --times)
+        spoil(t.host, input);
+    Boolean enabled;
+    Byte note = input.number();
+    (void)Host::succeeds([&] {
+        switch (entry) {
+        case 0: return t.mpu.editfigmpu6();
+        case 1: return t.mpu.sinitmpu6();
+        case 2: return t.mpu.mpu6warn(note);
+        default: return t.mpu.runMpu6Prg(enabled);
+        }
+    });
+    promise(!t.apartment.running(), "no operation is left running");
+}
+
+} // namespace
+} // namespace kx3::fuzz
+
+int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+    kx3::fuzz::run({data, size});
+    return 0;
+}

@@ -1,0 +1,48 @@
+// Values out of the bytes that a fuzzer offers, and the fuzzer's own assertion.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <span>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
+
+namespace kx3::fuzz {
+
+class Input {
+  public:
+    Input(const std::uint8_t *data, std::size_t size) : rest_(data, size) {}
+
+    [[nodiscard]] bool empty() const noexcept { return rest_.empty(); }
+    /// The next number; zeros when the bytes have run out.
+    template <class T = std::uint8_t> T number() noexcept {
+        T value{};
+        const auto bytes = take(sizeof value);
+        if (!bytes.empty()) std::memcpy(&value, bytes.data(), bytes.size());
+        return value;
+    }
+    /// A number from 0 to `count` - 1.
+    std::size_t below(std::size_t count) noexcept { return number<std::uint16_t>() % count; }
+    /// At most `count` of the next bytes.
+    std::span<const std::uint8_t> take(std::size_t count) noexcept {
+        const auto head = rest_.first(std::min(count, rest_.size()));
+        rest_ = rest_.subspan(head.size());
+        return head;
+    }
+
+  private:
+    std::span<const std::uint8_t> rest_;
+};
+
+/// A promise of the plug-in.
+inline void promise(bool holds, const char *text) {
+    if (holds) return;
+    std::fprintf(stderr, "broken promise: %s\n", text);
+    std::abort();
+}
+
+} // namespace kx3::fuzz
