@@ -164,27 +164,40 @@ TEST_F(DialogKeys, HexBoxesOvertype) {
 }
 
 TEST_F(DialogKeys, PasteGoesPastTheKeyFilterAndFollowsTheRule) {
+    using Way = void (*)(const wchar_t *);
+    const Way byKey = [](const wchar_t *) { postCharacter(22); };
+    const Way byMenu = [](const wchar_t *) { ::PostMessageW(::GetFocus(), WM_PASTE, 0, 0); };
+    const Way byProgram = [](const wchar_t *text) { ::SetWindowTextW(::GetFocus(), text); };
+    const Way intoSelection = [](const wchar_t *text) {
+        ::SendMessageW(::GetFocus(), EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(text));
+    };
     const struct {
         Byte mode;
         Integer index;
         const wchar_t *pasted;
         const char16_t *shown;
-        bool byKey;
+        Way way;
     } cases[] = {
-        {4, 1, L"", u"FFFF", true},       {4, 1, L"12345", u"FFFF", false}, {15, 1, L"", u"0", false},
-        {15, 1, L"1F\r\n2", u"1F", true}, {64, 3, L"xyz", u"xyz", true},    {64, 3, L"123456789", u"12345678", false},
+        {4, 1, L"", u"FFFF", byKey},
+        {4, 1, L"12345", u"FFFF", byMenu},
+        {15, 1, L"", u"0", byMenu},
+        {15, 1, L"1F\r\n2", u"1F", byKey},
+        {64, 3, L"xyz", u"xyz", byKey},
+        {64, 3, L"123456789", u"12345678", byMenu},
+        {64, 3, L"89ABCDEF", u"89ABCDEF", byProgram},
+        {15, 1, L"1234567", u"0", byProgram},
+        {4, 1, L"", u"FFFF", intoSelection},
     };
     for (const auto &c : cases) {
-        SCOPED_TRACE(toUtf8(c.shown));
+        SCOPED_TRACE(utf8(c.pasted));
         fresh(c.mode);
         ASSERT_TRUE(clipboard(c.pasted));
-        const DialogScript::Step paste = [&](HWND) { ::PostMessageW(::GetFocus(), WM_PASTE, 0, 0); };
-        const DialogScript::Step enable = [this](HWND) {
+        const DialogScript::Step enable = [this](HWND dialog) {
             if (const Control *check = form_->find("Check1"); check != nullptr && !check->checked())
-                ::SendDlgItemMessageW(::GetParent(::GetFocus()), idOf(*check), BM_CLICK, 0, 0);
+                ::SendDlgItemMessageW(dialog, idOf(*check), BM_CLICK, 0, 0);
         };
         openBoxes(
-            {enable, select(c.index, 0, -1), c.byKey ? character(22) : paste, expectText(c.shown), key(VK_ESCAPE)});
+            {enable, select(c.index, 0, -1), [&](HWND) { c.way(c.pasted); }, expectText(c.shown), key(VK_ESCAPE)});
     }
 }
 

@@ -80,6 +80,12 @@ std::optional<std::u16string> clipboardLine(HWND window) {
     return copy;
 }
 
+/// The text that a message's parameter points to.
+std::u16string textAt(LPARAM parameter) {
+    const auto *text = reinterpret_cast<const wchar_t *>(parameter);
+    return text == nullptr ? std::u16string() : std::u16string(platform::utf16(text));
+}
+
 } // namespace
 
 TextBox::TextBox(Form &form, const Control &control, HWND window, std::function<void()> acted)
@@ -123,7 +129,10 @@ LRESULT TextBox::handle(UINT message, WPARAM wide, LPARAM parameter) {
     switch (message) {
     case WM_KEYDOWN: return keyDown(wide, parameter);
     case WM_CHAR: return character(wide, parameter);
-    case WM_PASTE: paste(); return 0;
+    // The last two are how screen readers and other programs enter a text.
+    case WM_PASTE: paste(clipboardLine(window_)); return 0;
+    case EM_REPLACESEL: paste(textAt(parameter)); return 0;
+    case WM_SETTEXT: return setText(wide, parameter);
     case WM_CUT: cut(); return 0;
     case WM_CLEAR: clear(); return 0;
     // The control would take back what the model has taken.
@@ -160,7 +169,7 @@ LRESULT TextBox::keyDown(WPARAM key, LPARAM parameter) {
     const bool shift = isPressed(VK_SHIFT);
     const bool control = isPressed(VK_CONTROL);
     if (key == VK_INSERT && shift) {
-        paste();
+        paste(clipboardLine(window_));
         return 0;
     }
     if (key == VK_DELETE && shift) {
@@ -181,7 +190,7 @@ LRESULT TextBox::character(WPARAM typed, LPARAM parameter) {
     switch (typed) {
     case controlA: ::SendMessageW(window_, EM_SETSEL, 0, -1); return 0;
     case controlC: return inherited(WM_CHAR, typed, parameter);
-    case controlV: paste(); return 0;
+    case controlV: paste(clipboardLine(window_)); return 0;
     case controlX: cut(); return 0;
     case controlBackspace: return 0;
     default: break;
@@ -203,11 +212,18 @@ void TextBox::clear() {
     acted_();
 }
 
-void TextBox::paste() {
-    const std::optional<std::u16string> line = clipboardLine(window_);
-    if (!line) return;
-    form_.paste(control_, *line);
+void TextBox::paste(const std::optional<std::u16string> &text) {
+    if (!text) return;
+    form_.paste(control_, *text);
     acted_();
+}
+
+/// Replace the whole text, unless it is the model's own that is to be shown.
+LRESULT TextBox::setText(WPARAM wide, LPARAM text) {
+    if (showing_) return inherited(WM_SETTEXT, wide, text);
+    form_.selectText(control_, 0, static_cast<Long>(control_.text().size()));
+    paste(textAt(text));
+    return TRUE;
 }
 
 } // namespace kx3::win32

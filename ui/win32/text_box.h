@@ -4,6 +4,8 @@
 #include "forms/form.h"
 
 #include <functional>
+#include <optional>
+#include <string>
 #include <windows.h>
 
 namespace kx3::win32 {
@@ -30,7 +32,8 @@ class TextBox {
     LRESULT character(WPARAM typed, LPARAM parameter);
     void cut();
     void clear();
-    void paste();
+    void paste(const std::optional<std::u16string> &text);
+    LRESULT setText(WPARAM wide, LPARAM text);
     void pullSelection();
 
     Form &form_;
