@@ -80,6 +80,8 @@ std::string Player::judge(const Case &faulted, const Outcome &outcome) const {
 
 std::string Player::judgePass(const Case &faulted, const Outcome &outcome) const {
     if (isLie(faulted)) return {};
+    // A message box has told that a block is missing; its zero is what the operation goes by.
+    if (!outcome.attached && outcome.boxes > reference_.boxes) return {};
     if (reference_.signal != Signal::pass) return "FALSE OK: the operation cannot pass";
     if (outcome.chip != reference_.chip) return "FALSE OK: the chip is not as asked";
     if (outcome.buffer != reference_.buffer) return "FALSE OK: the buffer is not as asked";

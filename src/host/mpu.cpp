@@ -16,12 +16,6 @@ constexpr Integer firstModelType32f = 74;
 constexpr Byte armSelectionMask = 0x41;
 constexpr Byte armSelection = 0x40;
 
-/// A block that could not be attached reads 0. Among the settings of a session that is a valid value
-/// and another device or operation, which could pass.
-void refuseIncompleteBlocks(const sharemap &blocks) {
-    if (!blocks.attachedCompletely()) raise(ErrorNumber::objectNotSet, u"Not all shared blocks are attached");
-}
-
 /// The blocks stay where they are while an operation works on them.
 void refuseWhileRunning(const Apartment &apartment) {
     if (apartment.running()) raise(ErrorNumber::invalidCall, u"Not possible while an operation is running");
@@ -49,10 +43,10 @@ void clsMPU::freesharebuffermpu6() {
 void clsMPU::runMpu6Prg(Boolean & /*usbenable*/) {
     const sharemap &blocks = apartment_.blocks();
     const Integer modelType = blocks.modeltype(0);
-    if (modelType < firstModelType) return;
-    refuseIncompleteBlocks(blocks);
     if (modelType >= firstModelType32f)
         apartment_.runArmSession(armProfile32f);
+    else if (modelType < firstModelType)
+        return;
     else if ((blocks.selmode(0) & armSelectionMask) == armSelection)
         apartment_.runArmSession(armProfile);
     else

@@ -94,20 +94,6 @@ TEST_F(Mpu, RunDispatchesByModelTypeAndSelection) {
     }
 }
 
-TEST_F(Mpu, NoSessionStartsWithoutAllItsBlocks) {
-    clsMemMapped tooSmall;
-    ASSERT_TRUE(tooSmall.OpenAndMapMemoryBlock("tamselibuf23", 40));
-    t.attach(1000, 3);
-    Boolean usbenable;
-    for (const Integer modelType : {Integer{40}, Integer{80}}) {
-        t.host.modeltype(0) = modelType;
-        EXPECT_EQ(errorOf([&] { t.mpu.runMpu6Prg(usbenable); }), ErrorNumber::objectNotSet) << modelType;
-    }
-    EXPECT_EQ(t.sessionHost->calls, Calls{});
-    t.host.modeltype(0) = 39;
-    EXPECT_NO_THROW(t.mpu.runMpu6Prg(usbenable)) << "another plug-in's device";
-}
-
 TEST_F(Mpu, UsbenableAndExitpowerAreTheHosts) {
     t.attach(1000);
     t.host.modeltype(0) = 80;
