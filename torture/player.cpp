@@ -26,6 +26,12 @@ bool isLie(const Case &faulted) {
     if (scenario.bufferChanges && contains(faulted, {"read-corrupt"})) return true;
     // A comparison that ends a verify leaves the result to the host, which here finds no difference.
     if (contains(faulted, {"compare-stops", "gone"}) && scenario.operation == 5) return !scenario.passes;
+    // A report that the host says did not come, and that comes when the next command was lost, is taken
+    // for that command's: the status of a command packet decides nothing.
+    const bool reportLate = contains(faulted, {"poll-missing", "poll-stale", "gone"});
+    const bool commandLost =
+        contains(faulted, {"write-fails", "write-lost", "write-overflow", "write-negative", "gone"});
+    if (faulted.plan.size() > 1 && reportLate && commandLost) return true;
     // A programmer that says "stopped" without being asked ends an operation that it runs alone.
     return contains(faulted, {"poll-stopped"});
 }
