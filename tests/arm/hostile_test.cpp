@@ -3,7 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <limits>
+#include <random>
+#include <thread>
+#include <type_traits>
 
 namespace kx3 {
 namespace {
@@ -110,6 +114,61 @@ TEST(HostileBlocks, EverySessionEndsWithItsTimeLine) {
                     EXPECT_EQ(rig.t.host.prgmode(1), 0);
                     rig.packets.clear();
                 }
+    }
+}
+
+/// The bytes of every block but those of texts, whose handles no other thread may touch.
+std::vector<std::span<Byte>> numericBytes(sharemap &blocks) {
+    std::vector<std::span<Byte>> all;
+    const auto add = [&all]<class T>(Array<T> &block) {
+        if constexpr (!std::is_same_v<T, String>)
+            all.emplace_back(reinterpret_cast<Byte *>(&block(0)), block.count() * sizeof(T));
+    };
+#define KX3_BLOCK(member, root, type, count, bytes) add(blocks.member);
+#include "host/memory/block_table.inc"
+#undef KX3_BLOCK
+    return all;
+}
+
+TEST(HostileBlocks, ValuesMayChangeAtAnyMoment) {
+    constexpr Byte finished = 100, readComplete = 2;
+    for (const Module module : {Module::arm32f, Module::arm}) {
+        ArmRig rig(module);
+        TestApartment &t = rig.t;
+        t.sessionHost->onCall = [](const std::string &) {};
+        t.sessionHost->onPoll = [&] {
+            t.host.ibuf1(0) = finished;
+            return true;
+        };
+        t.io.onComWrite = t.io.onBulkWrite = [](Byte *, Long) { return Integer{0}; };
+        t.io.onBulkRead = [](Byte *data, Long count, Byte *state) {
+            std::fill_n(data, count, Byte{0x55});
+            *state = readComplete;
+        };
+        t.ui->onYield = [&] { t.host.usbpip2readresult(0) = readComplete; };
+        const SavedBlocks saved(t.host);
+        {
+            std::atomic<bool> written = false;
+            std::jthread writer([&written, targets = numericBytes(t.host)](const std::stop_token &stop) {
+                std::minstd_rand random(1);
+                while (!stop.stop_requested()) {
+                    const std::span<Byte> target = targets[random() % targets.size()];
+                    target[random() % target.size()] = static_cast<Byte>(random());
+                    written = true;
+                }
+            });
+            for (int i = 0; i < 300 || !written; ++i) {
+                saved.restore();
+                t.host.prgresult(1) = static_cast<Byte>(i % 12);
+                Boolean usbenable;
+                try {
+                    t.mpu.runMpu6Prg(usbenable);
+                } catch (const Error &) { // a call that fails is in order
+                }
+            }
+        }
+        saved.restore();
+        EXPECT_TRUE(rig.run(3).ends_with("Sec\n")) << "the next session in peace";
     }
 }
 

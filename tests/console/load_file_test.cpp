@@ -1,0 +1,111 @@
+// Load files that are damaged: rejected, or read right, and never in part.
+#include "failure.h"
+#include "load_file.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <fstream>
+#include <numeric>
+#include <optional>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace kx3console {
+namespace {
+
+constexpr std::uint8_t untouched = 0xA5;
+using Image = std::array<std::uint8_t, 64>;
+
+struct Format {
+    FileFormat format;
+    std::string text;
+};
+
+std::string hexByte(unsigned value) {
+    constexpr const char *digits = "0123456789ABCDEF";
+    return {digits[value >> 4U & 15U], digits[value & 15U]};
+}
+
+/// The bytes 0 to 47 at address 0, in records of 16.
+std::array<Format, 2> files() {
+    std::string intel;
+    std::string motorola;
+    for (unsigned address = 0; address < 48; address += 16) {
+        std::string data;
+        unsigned sum = 0;
+        for (unsigned i = address; i < address + 16; ++i) {
+            data += hexByte(i);
+            sum += i;
+        }
+        intel += ":10" + hexByte(0) + hexByte(address) + "00" + data + hexByte(0U - (sum + 0x10 + address)) + "\n";
+        motorola += "S113" + hexByte(0) + hexByte(address) + data + hexByte(~(sum + 0x13 + address)) + "\n";
+    }
+    return {Format{FileFormat::intelHex, intel + ":00000001FF\n"},
+            Format{FileFormat::sRecord, motorola + "S9030000FC\n"}};
+}
+
+Image whole() {
+    Image image;
+    image.fill(untouched);
+    std::iota(image.begin(), image.begin() + 48, std::uint8_t{0});
+    return image;
+}
+
+class LoadFiles : public testing::Test {
+  protected:
+    LoadFiles() { std::filesystem::create_directories(folder_); }
+    ~LoadFiles() override { std::filesystem::remove_all(folder_); }
+
+    /// What a file of that content leaves in the device buffer; nothing when it is rejected.
+    std::optional<Image> load(FileFormat format, const std::string &content) {
+        const std::filesystem::path path = folder_ / "file";
+        std::ofstream(path, std::ios::binary) << content;
+        Image image;
+        image.fill(untouched);
+        try {
+            LoadRequest request;
+            request.path = path;
+            request.format = format;
+            (void)loadFile(request, image);
+        } catch (const Failure &failure) {
+            EXPECT_TRUE(failure.code() == Exit::badFile || failure.code() == Exit::refused) << failure.what();
+            EXPECT_NE(failure.message().find(path.filename().string()), std::string::npos) << failure.what();
+            return std::nullopt;
+        }
+        return image;
+    }
+
+  private:
+    std::filesystem::path folder_ =
+        std::filesystem::path(testing::TempDir()) / ("load_files_" + std::to_string(::getpid()));
+};
+
+TEST_F(LoadFiles, CutAtEveryLength) {
+    for (const auto &[format, text] : files()) {
+        EXPECT_EQ(load(format, text), whole());
+        for (std::size_t length = 0; length < text.size(); ++length) {
+            const auto image = load(format, text.substr(0, length));
+            EXPECT_EQ(image.value_or(whole()), whole()) << length << " of " << text.size() << " bytes";
+        }
+    }
+}
+
+TEST_F(LoadFiles, EverySingleBitFlipped) {
+    for (const auto &[format, text] : files())
+        for (std::size_t bit = 0; bit < text.size() * 8; ++bit) {
+            const std::size_t at = bit / 8;
+            // No checksum covers an S-record's type.
+            if (format == FileFormat::sRecord && at > 0 && text[at - 1] == 'S') continue;
+            std::string spoilt = text;
+            spoilt[at] = static_cast<char>(spoilt[at] ^ (1 << bit % 8));
+            const auto image = load(format, spoilt);
+            EXPECT_EQ(image.value_or(whole()), whole()) << "bit " << bit % 8 << " of byte " << at;
+        }
+}
+
+} // namespace
+} // namespace kx3console
