@@ -10,7 +10,8 @@ which byte has which name is written down here from the chips' own tables.
 import pathlib
 import sys
 
-from driver import Desk, hex_content, ihex
+from driver import Desk
+from load_files import hex_content, ihex
 
 BOARDS = pathlib.Path("/usr/share/arduino/hardware/arduino/avr/boards.txt")
 SKIPPED = 77

@@ -8,7 +8,8 @@ import json
 import re
 import sys
 
-from driver import Desk, hex_content, ihex, s_line, srec, srec_content
+from driver import Desk, srec
+from load_files import hex_content, ihex, s_line, srec_content
 
 EDITORS = {
     62: [1, 2],

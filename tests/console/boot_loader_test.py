@@ -10,6 +10,7 @@ import sys
 
 import mpu6_test
 from mpu6_test import Case
+from load_files import hex_content
 
 PACKAGE = pathlib.Path("/usr/share/arduino/hardware/arduino/avr")
 BYTES = ("low_fuses", "high_fuses", "extended_fuses", "lock_bits")
@@ -37,21 +38,8 @@ def boot_loader(board, processor):
     return PACKAGE / "bootloaders" / value("file"), [int(value(key), 16) for key in BYTES]
 
 
-def contents(path):
-    """Bytes of an Intel HEX file by address; a reader of the test's own."""
-    data, base = {}, 0
-    for line in path.read_text().split():
-        count, address, kind = int(line[1:3], 16), int(line[3:7], 16), int(line[7:9], 16)
-        body = bytes.fromhex(line[9 : 9 + 2 * count])
-        if kind in (2, 4):
-            base = int.from_bytes(body, "big") << (4 if kind == 2 else 16)
-        elif kind == 0:
-            data.update({base + address + i: byte for i, byte in enumerate(body)})
-    return data
-
-
 def holds(result, path, values):
-    copy, wanted = result.file("copy.bin"), contents(path)
+    copy, wanted = result.file("copy.bin"), hex_content(path.read_bytes())[0]
     image = bytes(wanted.get(address, 0xFF) for address in range(len(copy)))
     return wanted and copy == image and [result.json["configuration"][offset] for offset in OFFSETS] == values
 

@@ -18,40 +18,16 @@ import tempfile
 import time
 from typing import Callable
 
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
+from load_files import ihex, s_data, s_line
+
 TIMEOUT = 60
 DEVICE_BYTES = 0x40000
 IMAGE = bytes((i * 7 + (i >> 8) * 13) & 0xFF for i in range(DEVICE_BYTES))
 
 
-# ---- Load files -------------------------------------------------------------------------------
-
-
-def hex_line(kind, address, data=b""):
-    body = bytes([len(data), address >> 8 & 0xFF, address & 0xFF, kind]) + data
-    return ":" + (body + bytes([-sum(body) & 0xFF])).hex().upper() + "\n"
-
-
-def ihex(*pieces, end=True):
-    """Pieces are (address, bytes)."""
-    text, high = "", 0
-    for start, data in pieces:
-        for at in range(0, len(data), 16):
-            address = start + at
-            if address >> 16 != high:
-                high = address >> 16
-                text += hex_line(4, 0, high.to_bytes(2, "big"))
-            text += hex_line(0, address & 0xFFFF, data[at : at + 16])
-    return (text + (hex_line(1, 0) if end else "")).encode()
-
-
-def s_line(kind, address, data=b""):
-    body = address.to_bytes({"3": 4, "7": 4}.get(kind, 2), "big") + data
-    body = bytes([len(body) + 1]) + body
-    return "S" + kind + (body + bytes([~sum(body) & 0xFF])).hex().upper() + "\n"
-
-
 def srec(data, last):
-    lines = [s_line("3", at, data[at : at + 16]) for at in range(0, len(data), 16)]
+    lines = s_data(0, data)
     end = {"start": s_line("7", 0), "count": s_line("5", len(lines)), "none": ""}[last]
     return "".join(lines + [end]).encode()
 
