@@ -8,9 +8,13 @@
 #include <array>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <numeric>
 #include <optional>
 #include <string>
+#include <sys/fsuid.h>
+#include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -57,13 +61,17 @@ Image whole() {
 
 class LoadFiles : public testing::Test {
   protected:
-    LoadFiles() { std::filesystem::create_directories(folder_); }
-    ~LoadFiles() override { std::filesystem::remove_all(folder_); }
+    LoadFiles() { std::filesystem::create_directories(path.parent_path()); }
+    ~LoadFiles() override { std::filesystem::remove_all(path.parent_path()); }
+
+    void write(const std::string &content) const { std::ofstream(path, std::ios::binary) << content; }
 
     /// What a file of that content leaves in the device buffer; nothing when it is rejected.
     std::optional<Image> load(FileFormat format, const std::string &content) {
-        const std::filesystem::path path = folder_ / "file";
-        std::ofstream(path, std::ios::binary) << content;
+        write(content);
+        return load(format);
+    }
+    std::optional<Image> load(FileFormat format) {
         Image image;
         image.fill(untouched);
         try {
@@ -79,9 +87,8 @@ class LoadFiles : public testing::Test {
         return image;
     }
 
-  private:
-    std::filesystem::path folder_ =
-        std::filesystem::path(testing::TempDir()) / ("load_files_" + std::to_string(::getpid()));
+    const std::filesystem::path path =
+        std::filesystem::path(testing::TempDir()) / ("load_files_" + std::to_string(::getpid())) / "file";
 };
 
 TEST_F(LoadFiles, CutAtEveryLength) {
@@ -105,6 +112,61 @@ TEST_F(LoadFiles, EverySingleBitFlipped) {
             const auto image = load(format, spoilt);
             EXPECT_EQ(image.value_or(whole()), whole()) << "bit " << bit % 8 << " of byte " << at;
         }
+}
+
+TEST_F(LoadFiles, RawOfEverySize) {
+    for (std::size_t size = 0; size <= Image().size() + 1; ++size) {
+        Image expected;
+        expected.fill(untouched);
+        std::fill_n(expected.begin(), std::min(size, expected.size()), std::uint8_t{'x'});
+        const auto image = load(FileFormat::raw, std::string(size, 'x'));
+        EXPECT_EQ(image.has_value(), size >= 1 && size <= expected.size()) << size;
+        EXPECT_EQ(image.value_or(expected), expected) << size;
+    }
+}
+
+TEST_F(LoadFiles, WhatIsNoReadableFileIsRejected) {
+    const std::pair<const char *, std::function<void()>> obstacles[] = {
+        {"missing", [] {}},
+        {"a folder", [this] { std::filesystem::create_directory(path); }},
+        {"a pipe that nobody writes to", [this] { ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0); }},
+        {"a link to itself", [this] { std::filesystem::create_symlink("file", path); }},
+        {"no permission",
+         [this] {
+             write(files()[0].text);
+             std::filesystem::permissions(path, std::filesystem::perms::none);
+         }},
+    };
+    constexpr uid_t somebody = 65534;
+    for (const auto &[name, put] : obstacles) {
+        SCOPED_TRACE(name);
+        std::filesystem::remove(path);
+        put();
+        const int self = ::setfsuid(somebody); // the superuser has every permission
+        for (const FileFormat format : {FileFormat::raw, FileFormat::intelHex, FileFormat::sRecord})
+            EXPECT_EQ(load(format), std::nullopt);
+        ::setfsuid(static_cast<uid_t>(self));
+    }
+}
+
+TEST_F(LoadFiles, ChangingWhileItIsRead) {
+    for (const auto &[format, text] : files()) {
+        write(text);
+        const std::jthread writer([this, &content = text](const std::stop_token &stop) {
+            while (!stop.stop_requested()) {
+                write(content);
+                std::filesystem::resize_file(path, content.size() / 2);
+            }
+        });
+        int read = 0;
+        int rejected = 0;
+        constexpr int enough = 300;
+        while (read + rejected < enough || read == 0 || rejected == 0) {
+            const auto image = load(format);
+            EXPECT_EQ(image.value_or(whole()), whole());
+            ++(image ? read : rejected);
+        }
+    }
 }
 
 } // namespace

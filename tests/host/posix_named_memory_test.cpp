@@ -152,6 +152,44 @@ TEST_F(PosixNamedMemory, NamesThatAreNoPlainFileNamesAreRefused) {
     EXPECT_FALSE(block.OpenAndMapMemoryBlock("tamselA", 40));
 }
 
+TEST_F(PosixNamedMemory, AReplacedBlockIsTheOldOneUntilTheNextAttach) {
+    test::FakeUi ui;
+    sharemap blocks;
+    blocks.MapSharedBlocks(1, ui);
+    fs::remove(fileOf("tamselibuf11"));
+    const int replacement = ::open(fileOf("tamselibuf11").c_str(), O_CREAT | O_RDWR, 0600);
+    ASSERT_EQ(::flock(replacement, LOCK_SH), 0); // its owner lives
+    ASSERT_EQ(::ftruncate(replacement, 65536), 0);
+    blocks.ibuf1(0) = 0x11;
+    Byte there = 1;
+    EXPECT_EQ(::pread(replacement, &there, 1, 0), 1);
+    EXPECT_EQ(there, 0) << "the replacement is untouched";
+    blocks.MapSharedBlocks(1, ui);
+    EXPECT_EQ(blocks.ibuf1(0), 0);
+    blocks.ibuf1(0) = 0x22;
+    EXPECT_EQ(::pread(replacement, &there, 1, 0), 1);
+    EXPECT_EQ(there, 0x22);
+    EXPECT_TRUE(ui.boxes.empty());
+    blocks.UnmapSharedBlocks();
+    EXPECT_EQ(files().size(), 1U) << "its owner still holds it";
+    ::close(replacement);
+}
+
+TEST_F(PosixNamedMemory, ViewsThatAreNoneAreRefused) {
+    int own = 0;
+    EXPECT_EQ(platform::mapView(0), nullptr);
+    EXPECT_FALSE(platform::unmapView(0, &own));
+    const platform::MappingHandle block = platform::createMapping("tamselA", 40);
+    ASSERT_NE(block, 0);
+    EXPECT_EQ(platform::viewSize(block, nullptr), 0U);
+    EXPECT_FALSE(platform::unmapView(block, &own)) << "nothing is mapped yet";
+    void *view = platform::mapView(block);
+    EXPECT_FALSE(platform::unmapView(block, nullptr));
+    EXPECT_FALSE(platform::unmapView(block, &own));
+    EXPECT_TRUE(platform::unmapView(block, view));
+    platform::closeMapping(block);
+}
+
 /// What may stand where a block's file is looked for.
 struct Obstacle {
     const char *name;
