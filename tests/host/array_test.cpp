@@ -154,8 +154,11 @@ TEST(SafeArray, TakesAnArrayOrTheAddressOfOne) {
         Variant variant;
         bool binds;
     };
-    Variant text;
+    Variant text, zero, far;
     text.type = variantString;
+    zero.type = far.type = variantDouble;
+    zero.real = 0;
+    far.real = 1e10;
     const Case cases[] = {
         {"an array", Variant::ofArray(descriptor, variantInteger), true},
         {"an array by reference", Variant::ofArrayVariable(array.variable(), variantInteger), true},
@@ -163,6 +166,7 @@ TEST(SafeArray, TakesAnArrayOrTheAddressOfOne) {
         {"its address in a Long", Variant::ofNumber(address), true},
         {"its address in an Integer", Variant::ofNumber(address, variantInteger), true},
         {"address 0", Variant::ofNumber(0), false},
+        {"address 0 in a Double", zero, false},
         {"nothing", Variant{}, false},
         {"a text", text, false},
     };
@@ -174,6 +178,7 @@ TEST(SafeArray, TakesAnArrayOrTheAddressOfOne) {
     Variant null;
     null.type = variantNull;
     EXPECT_EQ(errorOf([&] { clsSafeArray().AttachToArray(null); }), ErrorNumber::typeMismatch);
+    EXPECT_EQ(errorOf([&] { clsSafeArray().AttachToArray(far); }), ErrorNumber::overflow);
 }
 
 TEST(SafeArray, FurtherDimensionsAreSavedToo) {

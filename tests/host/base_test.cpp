@@ -121,12 +121,13 @@ TEST(Text, IllFormedSequencesBecomeReplacementCharacters) {
         {"\xF8z", u"\uFFFDz"},
         {"\xE4\xBF", u"\uFFFD\uFFFD"}, // cut off
         {"\xE4z", u"\uFFFDz"},
+        {"\xE4zz", u"\uFFFDzz"}, // no tail
     };
     for (const auto &[utf8, expected] : fromCases)
         EXPECT_EQ(fromUtf8(utf8), expected) << testing::PrintToString(utf8);
-    constexpr char16_t unpaired[] = {u'a', 0xD800, u'b', 0xDC00, 0xD801, 0};
+    constexpr char16_t unpaired[] = {u'a', 0xD800, u'b', 0xDC00, 0xD801, 0xE000, 0xD801, 0};
     EXPECT_EQ(toUtf8(unpaired), "a\xEF\xBF\xBD"
-                                "b\xEF\xBF\xBD\xEF\xBF\xBD");
+                                "b\xEF\xBF\xBD\xEF\xBF\xBD\xEE\x80\x80\xEF\xBF\xBD");
 }
 
 TEST(Error, EveryExceptionHasANumberAndADescription) {

@@ -162,13 +162,18 @@ TEST_F(Sharemap, ABlockTooSmallForItsArrayIsReportedAndTheNextAttached) {
 }
 
 TEST_F(Sharemap, ADeviceBufferOfNoSizeIsReported) {
-    for (const Long size : {0, -1, INT32_MIN}) {
+    const auto expectReport = [this](Long size) {
         ui.boxes.clear();
         blocks.MapDeviceBuffer(size, ui);
         EXPECT_EQ(ui.boxes.size(), 1U) << size;
         EXPECT_EQ(blocks.ibuffer.count(), 1U) << size;
         EXPECT_EQ(blocks.ibuffer66.count(), 15U) << size;
-    }
+    };
+    for (const Long size : {0, -1, INT32_MIN})
+        expectReport(size);
+    clsMemMapped existing;
+    ASSERT_TRUE(existing.OpenAndMapMemoryBlock("tamselibuffer", 40));
+    expectReport(-1);
 }
 
 TEST_F(Sharemap, StringElementsOwnTheirTexts) {

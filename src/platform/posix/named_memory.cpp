@@ -180,7 +180,7 @@ bool giveName(const Descriptor &file, const std::string &path) {
 enum class IfExists { open, fail };
 
 MappingHandle createPath(const std::string &path, std::int32_t size, IfExists ifExists) {
-    if (path.empty() || size < 1) return 0;
+    if (size < 1) return 0;
     if (openBlocks().byPath.contains(path)) return ifExists == IfExists::open ? holdAgain(path) : 0;
     Descriptor file = makeUnnamed(size);
     for (int round = 0; file.valid() && round < mostRounds; ++round) {
