@@ -4,6 +4,7 @@
 
 #include "windows/failure_of.h"
 #include "windows/host.h"
+#include "windows/served_class.h"
 
 #include <gtest/gtest.h>
 #include <map>
@@ -15,25 +16,13 @@ namespace {
 using test::failureOf;
 
 /// A class of the host's name that answers as the test says.
-class ScriptedHost final : public IDispatch {
+class ScriptedHost final : public test::OwnDispatch {
   public:
-    int created = 0;
     int lookups = 0;
-    ULONG references = 1;
     std::vector<std::string> calls;
     std::string unknownName;
     std::function<HRESULT(VARIANT *, EXCEPINFO *)> answer = [](VARIANT *, EXCEPINFO *) { return S_OK; };
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void **object) override {
-        *object = id == IID_IUnknown || id == IID_IDispatch ? this : nullptr;
-        if (*object == nullptr) return E_NOINTERFACE;
-        AddRef();
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
-    ULONG STDMETHODCALLTYPE Release() override { return --references; }
-    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT *) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo **) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR *names, UINT, LCID, DISPID *identifiers) override {
         ++lookups;
         const std::wstring wide = names[0];
@@ -65,19 +54,13 @@ class ScriptedHost final : public IDispatch {
 };
 
 /// Makes the class known on this thread, as long as it lives.
-class ProxyTest : public ::testing::Test, private IClassFactory {
+class ProxyTest : public ::testing::Test {
   protected:
-    void SetUp() override {
+    ProxyTest() {
         ::RegSetKeyValueW(HKEY_LOCAL_MACHINE, L"Software\\Classes\\kx3host.SessionHost\\CLSID", nullptr, REG_SZ,
                           classIdText, sizeof classIdText);
-        CLSID classId{};
-        ::CLSIDFromString(classIdText, &classId);
-        ASSERT_EQ(::CoRegisterClassObject(classId, this, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie), S_OK);
     }
-    void TearDown() override {
-        ::CoRevokeClassObject(cookie);
-        ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"Software\\Classes\\kx3host.SessionHost");
-    }
+    ~ProxyTest() override { ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"Software\\Classes\\kx3host.SessionHost"); }
 
     void answerWith(const VARIANT &value) {
         script.answer = [value](VARIANT *result, EXCEPINFO *) {
@@ -88,23 +71,11 @@ class ProxyTest : public ::testing::Test, private IClassFactory {
 
     test::ComThread com;
     ScriptedHost script;
+    test::ServedClass served{classId, script};
 
   private:
     static constexpr wchar_t classIdText[] = L"{5b8f7bb3-7d1c-4a7e-8ac0-6d4c1e0f2a11}";
-
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void **object) override {
-        *object = static_cast<IClassFactory *>(this);
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
-    ULONG STDMETHODCALLTYPE Release() override { return 1; }
-    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown *, REFIID id, void **object) override {
-        ++script.created;
-        return script.QueryInterface(id, object);
-    }
-    HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
-
-    DWORD cookie = 0;
+    static constexpr CLSID classId{0x5b8f7bb3, 0x7d1c, 0x4a7e, {0x8a, 0xc0, 0x6d, 0x4c, 0x1e, 0x0f, 0x2a, 0x11}};
 };
 
 HRESULT CALLBACK fillInLate(EXCEPINFO *exception) {
@@ -148,7 +119,7 @@ TEST_F(ProxyTest, ArgumentsGoByReferenceInTheOrderOfTheOperation) {
     host.EndOperation();
     (void)host.CompareByte(1, 2, 3);
     EXPECT_EQ(script.lookups, 16) << "each name is asked for once";
-    EXPECT_EQ(script.created, 1);
+    EXPECT_EQ(served.created, 1);
 }
 
 TEST_F(ProxyTest, ResultsAreConverted) {
@@ -241,7 +212,7 @@ TEST_F(ProxyTest, ObjectIsGivenUpAndMadeAgain) {
         host.disconnect();
         EXPECT_EQ(script.references, 1U);
         host.EndOperation();
-        EXPECT_EQ(script.created, 2);
+        EXPECT_EQ(served.created, 2);
         // A host may drop the plug-in's last object from inside a call.
         script.answer = [&](VARIANT *, EXCEPINFO *) { return host.disconnect(), S_OK; };
         host.EndOperation();

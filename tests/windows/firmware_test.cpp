@@ -10,39 +10,16 @@ constexpr SHORT instance = 41;
 constexpr Byte automatic = 0, readOperation = 2, program = 3, verify = 5;
 constexpr Byte blankCheck = 4, erase = 8, programFuses = 9;
 
-/// Registered classes, COM, and a folder with algorithms: what every whole run needs.
-struct Suite {
-    Suite() {
-        std::filesystem::create_directories("algo4/family");
-        std::ofstream("algo4/family/part.alg", std::ios::binary) << "an algorithm";
-    }
-    ~Suite() { std::filesystem::remove_all("algo4"); }
-    Suite(const Suite &) = delete;
-    Suite &operator=(const Suite &) = delete;
-
-    Registered plugin{L"kx3mpu6.dll"};
-    Registered sessionHost{L"kx3host.dll"};
-    ComThread com;
-};
-
 TEST(Firmware, IsProgrammedVerifiedAndReadThroughCom) {
-    constexpr std::size_t deviceBytes = 0x40000;
+    constexpr Long deviceBytes = 0x40000;
     std::ifstream file(KX3_FIRMWARE);
     if (!file) GTEST_SKIP() << KX3_FIRMWARE << " is not installed";
     const Image image = imageOf(file, deviceBytes);
 
     const Suite suite;
     SuiteHost host(instance, deviceBytes);
-    host.at<Integer>("modeltype") = 80;
-    host.at<Byte>("selmode") = 0x40;
-    host.at<Byte>("figvol", 1) = 1;
-    host.at<Byte>("wsign", 1) = 1;
-    host.at<Byte>("wordmode") = 1;
-    host.at<Long>("ramlg") = 0xC000;
-    host.at<Long>("tlength") = deviceBytes;
+    host.setArmDevice(80, deviceBytes, 0xC000);
     host.setText("algorithm", 0, L"clock");
-    host.setText("algorithm", 1, L"family");
-    host.setText("algorithm", 2, L"part");
     const auto mpu = host.plugIn();
     Programmer programmer;
     programmer.open(instance);
@@ -102,18 +79,11 @@ class BoardDevice {
     static constexpr Byte maker = 0x1E, deviceCode = 0x95;
 
     explicit BoardDevice(const wchar_t *faults = L"") {
-        host.at<Integer>("modeltype") = 50;
+        host.setPinDrivenDevice(50, words, 2, {erase, blankCheck, program, verify, programFuses});
         host.at<Byte>("prgmode") = 55;
-        host.at<Byte>("wordmode") = 2;
-        host.at<Long>("tlength") = words;
-        host.at<Integer>("bvcc") = 500;
-        host.at<Byte>("bgndpin") = 8;
         host.at<Integer>("compid") = maker;
         host.at<Integer>("typeid") = deviceCode;
         host.at<Integer>("chipidtestmode") = -1;
-        constexpr Byte sequence[] = {erase, blankCheck, program, verify, programFuses};
-        host.at<Byte>("wautonum") = std::size(sequence);
-        std::copy(std::begin(sequence), std::end(sequence), &host.at<Byte>("autoprg"));
         mpu = host.plugIn();
         programmer.insert(maker, deviceCode);
         programmer.open(instance, faults);
@@ -129,7 +99,7 @@ class BoardDevice {
     SuiteHost host{instance, bytes};
     com::ComPtr<::_clsMPU> mpu;
     Programmer programmer;
-    AnnouncementWatch watch{host, programmer};
+    AnnouncementWatch watch{host, programmer, 5};
 };
 
 TEST(BootLoader, IsProgrammedWithItsFusesThroughCom) {

@@ -56,11 +56,38 @@ class Registered {
     platform::UniqueModule module_;
 };
 
-template <class Interface> com::ComPtr<Interface> createByName(const wchar_t *progId) {
+/// What every whole run needs: both registered classes, COM, and the algorithm files of a device.
+struct Suite {
+    explicit Suite(const wchar_t *pluginFile = L"kx3mpu6.dll") : plugin(pluginFile) {
+        for (const char *file : {"algo4/family/part.alg", "algo/family/part.bin"}) {
+            std::filesystem::create_directories(std::filesystem::path(file).parent_path());
+            std::ofstream(file, std::ios::binary) << "an algorithm";
+        }
+    }
+    ~Suite() {
+        std::filesystem::remove_all("algo4");
+        std::filesystem::remove_all("algo");
+    }
+    Suite(const Suite &) = delete;
+    Suite &operator=(const Suite &) = delete;
+
+    Registered plugin;
+    Registered sessionHost{L"kx3host.dll"};
+    ComThread com;
+};
+
+inline constexpr wchar_t sessionHostName[] = L"kx3host.SessionHost";
+
+/// The identifier of a registered class; GUID_NULL when there is none.
+inline CLSID classIdOf(const wchar_t *progId) {
     CLSID classId{};
+    ::CLSIDFromProgID(progId, &classId);
+    return classId;
+}
+
+template <class Interface> com::ComPtr<Interface> createByName(const wchar_t *progId) {
     com::ComPtr<Interface> made;
-    if (SUCCEEDED(::CLSIDFromProgID(progId, &classId)))
-        ::CoCreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER, __uuidof(Interface), com::receive(made));
+    ::CoCreateInstance(classIdOf(progId), nullptr, CLSCTX_INPROC_SERVER, __uuidof(Interface), com::receive(made));
     return made;
 }
 
@@ -74,7 +101,7 @@ inline VARIANT argument(Long value) {
 /// The simulated programmer's class, and what only the host itself calls of it.
 class Programmer {
   public:
-    Programmer() : host_(createByName<IDispatch>(L"kx3host.SessionHost")) { EXPECT_TRUE(host_); }
+    Programmer() : host_(createByName<IDispatch>(sessionHostName)) { EXPECT_TRUE(host_); }
 
     void insert(Byte maker, Byte deviceCode) { call(L"Insert", {argument(maker), argument(deviceCode)}); }
     void open(SHORT instance, const wchar_t *faults = L"") {
@@ -139,6 +166,29 @@ class SuiteHost {
     }
     Byte *buffer() { return &buffer_.at<Byte>(0); }
 
+    /// Be set to a device of an ARM driver with one byte at an address.
+    void setArmDevice(Integer modelType, Long bytes, Long blockBytes) {
+        at<Integer>("modeltype") = modelType;
+        at<Byte>("selmode") = 0x40;
+        at<Byte>("figvol", 1) = 1;
+        at<Byte>("wsign", 1) = 1;
+        at<Byte>("wordmode") = 1;
+        at<Long>("ramlg") = blockBytes;
+        at<Long>("tlength") = bytes;
+        setText("algorithm", 1, L"family");
+        setText("algorithm", 2, L"part");
+    }
+    /// Be set to a device that the session window drives, with its sequence of operations.
+    void setPinDrivenDevice(Integer modelType, Long addresses, Byte addressBytes, const std::vector<Byte> &sequence) {
+        at<Integer>("modeltype") = modelType;
+        at<Byte>("wordmode") = addressBytes;
+        at<Long>("tlength") = addresses;
+        at<Integer>("bvcc") = 500;
+        at<Byte>("bgndpin") = 8;
+        at<Byte>("wautonum") = static_cast<Byte>(sequence.size());
+        std::copy(sequence.begin(), sequence.end(), &at<Byte>("autoprg"));
+    }
+
     /// The plug-in's object, attached to the blocks.
     com::ComPtr<::_clsMPU> plugIn() {
         auto mpu = createByName<::_clsMPU>(L"kx3mpu6.clsMPU");
@@ -164,21 +214,25 @@ class SuiteHost {
 };
 
 /// Carries out what the session window announces, from the message loop that runs in its yields: a
-/// message that always comes back looks at the state cell.
+/// message that comes back looks at the state cell, until `most` operations are done.
 class AnnouncementWatch {
   public:
-    AnnouncementWatch(SuiteHost &host, Programmer &programmer) : host_(host), programmer_(programmer) {
+    AnnouncementWatch(SuiteHost &host, Programmer &programmer, std::size_t most)
+        : host_(host), programmer_(programmer), most_(most) {
         window_ = ::CreateWindowExW(0, L"STATIC", nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
         ::SetWindowLongPtrW(window_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
         ::SetWindowLongPtrW(window_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&receive));
-        ::PostMessageW(window_, look, 0, 0);
+        (void)taken();
     }
     ~AnnouncementWatch() { ::DestroyWindow(window_); }
     AnnouncementWatch(const AnnouncementWatch &) = delete;
     AnnouncementWatch &operator=(const AnnouncementWatch &) = delete;
 
-    /// Operations carried out since the last call.
-    std::vector<Byte> taken() { return std::exchange(taken_, {}); }
+    /// Operations carried out since the last call; looks for more from now on.
+    std::vector<Byte> taken() {
+        ::PostMessageW(window_, look, 0, 0);
+        return std::exchange(taken_, {});
+    }
 
   private:
     static constexpr UINT look = WM_APP;
@@ -186,8 +240,9 @@ class AnnouncementWatch {
 
     static LRESULT CALLBACK receive(HWND window, UINT message, WPARAM word, LPARAM number) {
         if (message != look) return ::DefWindowProcW(window, message, word, number);
-        reinterpret_cast<AnnouncementWatch *>(::GetWindowLongPtrW(window, GWLP_USERDATA))->carryOut();
-        ::PostMessageW(window, look, 0, 0);
+        auto *watch = reinterpret_cast<AnnouncementWatch *>(::GetWindowLongPtrW(window, GWLP_USERDATA));
+        watch->carryOut();
+        if (watch->taken_.size() < watch->most_) ::PostMessageW(window, look, 0, 0);
         return 0;
     }
     void carryOut() {
@@ -201,6 +256,7 @@ class AnnouncementWatch {
 
     SuiteHost &host_;
     Programmer &programmer_;
+    std::size_t most_;
     HWND window_;
     std::vector<Byte> taken_;
 };
