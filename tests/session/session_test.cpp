@@ -1,3 +1,4 @@
+#include "host/error_of.h"
 #include "session/usbmpu6prg.h"
 #include "support/test_apartment.h"
 
@@ -9,6 +10,7 @@
 namespace kx3 {
 namespace {
 
+using test::errorOf;
 using test::TestApartment;
 using Calls = std::vector<std::string>;
 
@@ -43,38 +45,22 @@ class Session : public testing::Test {
         };
     }
 
-    /// Leave the next result; without one the operation passes.
-    void leaveResult() {
-        if (results.empty()) return;
-        t.host.prgresult(0) = results.front();
-        results.pop_front();
-    }
-
-    void request(Byte operation) { t.host.prgresult(1) = operation; }
-    void requestSequence(const std::vector<Byte> &operations) {
-        request(0);
-        t.host.wautonum(0) = static_cast<Byte>(operations.size());
-        for (std::size_t i = 0; i < operations.size(); ++i)
-            t.host.autoprg(static_cast<Long>(i)) = operations[i];
+    void request(Byte operation, const std::vector<Byte> &sequence = {}) {
+        t.host.prgresult(1) = operation;
+        t.host.wautonum(0) = static_cast<Byte>(sequence.size());
+        for (std::size_t i = 0; i < sequence.size(); ++i)
+            t.host.autoprg(static_cast<Long>(i)) = sequence[i];
     }
     void expectIdentifier(Integer maker, Integer device) {
         t.host.chipidtestmode(0) = Boolean(true);
         t.host.compid(0) = maker;
         t.host.typeid_(0) = device;
-    }
-    void report(Byte maker, Byte device1, Byte device2) {
-        t.host.ibuf1(3) = maker;
-        t.host.ibuf1(4) = device1;
-        t.host.ibuf1(5) = device2;
+        const Byte reported[] = {0x1E, 0x95, 0x0F};
+        std::ranges::copy(reported, t.host.ibuf1.range(3, 3).begin());
     }
 
-    ErrorNumber failure() {
-        try {
-            window.wmpu0();
-        } catch (const Error &error) {
-            return error.number();
-        }
-        return {};
+    std::optional<ErrorNumber> failure() {
+        return errorOf([&] { window.wmpu0(); });
     }
 
     void clear() {
@@ -87,8 +73,8 @@ class Session : public testing::Test {
 
     TestApartment t;
     usbmpu6prg window{t.apartment.context()};
-    std::deque<Byte> results;
-    std::function<void()> carryOut = [this] { leaveResult(); };
+    Byte result = 0; ///< of the next operation; those after it pass
+    std::function<void()> carryOut = [this] { t.host.prgresult(0) = std::exchange(result, Byte{0}); };
 };
 
 TEST_F(Session, PowersUpAnnouncesSignalsAndEnds) {
@@ -100,25 +86,16 @@ TEST_F(Session, PowersUpAnnouncesSignalsAndEnds) {
     EXPECT_TRUE(t.ui->boxes.empty());
 }
 
-TEST_F(Session, ConnectsTheSecondGroundPinOnlyWhenThereIsOne) {
-    request(1);
-    t.host.bgndpin(1) = 0;
-    window.wmpu0();
-    EXPECT_EQ(std::ranges::count(t.sessionHost->calls, "SetGndPin 12 1"), 1);
-    EXPECT_EQ(std::ranges::count(t.sessionHost->calls, "SetGndPin 0 1"), 0);
-}
-
 TEST_F(Session, ARefusedStartDoesNothingMore) {
     struct Case {
         Long startCheck, prepare;
         Calls calls;
-        ErrorNumber error;
+        std::optional<ErrorNumber> error = std::nullopt;
     };
     const Case cases[] = {
-        {1, 0, {"StartCheck", "ReportStartFailure"}, {}},
-        {0, 2, {"StartCheck", "PrepareChip 7"}, {}},
-        {2, 2, {"StartCheck", "PrepareChip 7"}, {}},
-        {0, 1, powerUp + Calls({"ReportStartFailure"}), {}},
+        {1, 0, {"StartCheck", "ReportStartFailure"}},
+        {0, 2, {"StartCheck", "PrepareChip 7"}},
+        {0, 1, powerUp + Calls({"ReportStartFailure"})},
         {256, 0, {"StartCheck"}, ErrorNumber::overflow},
         {0, -1, {"StartCheck", "PrepareChip 7"}, ErrorNumber::overflow},
     };
@@ -140,26 +117,29 @@ TEST_F(Session, TheIdentifierTestDecidesWhetherOperationsRun) {
         std::deque<bool> reports; ///< whether each poll brings one
         std::deque<MessageBoxResult> answers;
         std::string log;
+        std::vector<std::u16string> questions;
     };
     const std::string ended, accepted = ">> 0.00Sec\n", matched = ">>Maker:1E   Device:950F\n" + accepted;
+    const std::u16string read = u"Maker:1E   Device:950F", nothing = u"Maker:FF   Device:FFFF";
     const Case cases[] = {
-        {0x1E, 0x95, {true}, {}, matched},
-        {0x1E, 0x95, {false, false, true}, {retry, retry}, matched},
-        {0, 0, {}, {}, accepted},
-        {0x1E, 0, {true}, {ignore}, accepted},
-        {0x1F, 0x95, {true}, {ignore}, accepted},
-        {0x11E, 0x95, {true}, {ignore}, accepted},
-        {0x1E, 0x96, {true}, {abort}, ended},
+        {0x1E, 0x95, {true}, {}, matched, {}},
+        {0x1E, 0x95, {false, false, true}, {retry, retry}, matched, {nothing, nothing}},
+        {0, 0, {}, {}, accepted, {}},
+        {0x1E, 0, {true}, {ignore}, accepted, {read}},
+        {0x1F, 0x95, {true}, {ignore}, accepted, {read}},
+        {0x11E, 0x95, {true}, {ignore}, accepted, {read}},
+        {0x1E, 0x96, {true}, {abort}, ended, {read}},
     };
     request(1);
+    t.host.bgndpin(1) = 0;
+    Calls oneGroundPin = powerUp;
+    std::erase(oneGroundPin, "SetGndPin 34 1");
     for (const Case &c : cases) {
         SCOPED_TRACE(std::to_string(c.maker) + " " + std::to_string(c.device));
         clear();
         expectIdentifier(c.maker, c.device);
-        report(0x1E, 0x95, 0x0F);
         t.ui->answers = c.answers;
-        std::deque<bool> reports = c.reports;
-        t.sessionHost->onPoll = [&] {
+        t.sessionHost->onPoll = [reports = c.reports]() mutable {
             const bool came = reports.front();
             reports.pop_front();
             return came;
@@ -167,24 +147,15 @@ TEST_F(Session, TheIdentifierTestDecidesWhetherOperationsRun) {
         window.wmpu0();
         const Calls end =
             c.log == ended ? Calls{"EndOperation", "EndOperation"} : Calls{"SignalPass 0", "EndOperation"};
-        EXPECT_EQ(t.sessionHost->calls, powerUp + Calls(c.reports.size(), "PollStatus 15") + end);
-        EXPECT_EQ(t.ui->boxes.size(), c.answers.size());
+        EXPECT_EQ(t.sessionHost->calls, oneGroundPin + Calls(c.reports.size(), "PollStatus 15") + end);
         EXPECT_EQ(log(), c.log);
+        ASSERT_EQ(t.ui->boxes.size(), c.questions.size());
+        for (std::size_t i = 0; i < c.questions.size(); ++i) {
+            EXPECT_EQ(t.ui->boxes[i].prompt, c.questions[i]);
+            EXPECT_EQ(t.ui->boxes[i].style, messageBoxAbortRetryIgnoreExclamation);
+            EXPECT_EQ(t.ui->boxes[i].title, u"Warning! Device Code Error!");
+        }
     }
-}
-
-TEST_F(Session, TheIdentifierQuestionShowsWhatWasRead) {
-    expectIdentifier(0x1E, 0x95);
-    report(0x01, 0x00, 0xAB);
-    t.ui->answers = {MessageBoxResult::retry, MessageBoxResult::abort};
-    int polls = 0;
-    t.sessionHost->onPoll = [&] { return ++polls == 1; };
-    window.wmpu0();
-    ASSERT_EQ(t.ui->boxes.size(), 2U);
-    EXPECT_EQ(t.ui->boxes[0].prompt, u"Maker:01   Device:00AB");
-    EXPECT_EQ(t.ui->boxes[0].style, 50);
-    EXPECT_EQ(t.ui->boxes[0].title, u"Warning! Device Code Error!");
-    EXPECT_EQ(t.ui->boxes[1].prompt, u"Maker:FF   Device:FFFF") << "without a report";
 }
 
 TEST_F(Session, AStopDuringTheIdentifierTestSkipsTheOperations) {
@@ -207,54 +178,49 @@ TEST_F(Session, RunsTheRequestedOperations) {
     struct Case {
         Byte operation;
         std::vector<Byte> sequence;
-        std::deque<Byte> results;
-        std::deque<MessageBoxResult> answers;
+        Byte result; ///< of the first operation; the others pass
         bool passes;
         std::string log;
+        std::deque<MessageBoxResult> answers = {};
     };
+    const std::string passed3 = ">>Now op3 ...\n>>op3 OK\n";
     const Case cases[] = {
-        {0, {}, {}, {}, true, ">>Now op6 ...\n>>op6 OK\n"},
-        {1, {8, 9}, {}, {}, true, ""},
-        {2, {8, 9}, {1}, {}, false, ">>Now op2 ...\n>>op2 failed\n"},
-        {19, {}, {255}, {}, false, ">>Now op19 ...\n"},
-        {4, {}, {1}, {}, false, ">>Now op4 ...\n>>op4 failed\n"},
-        {0, {7, 3}, {}, {}, true, ">>Now op7 ...\n>>op7 OK\n>>Now op3 ...\n>>op3 OK\n"},
-        {0, {7, 3}, {1}, {}, false, ">>Now op7 ...\n>>op7 failed\n"},
-        {0, {7, 3}, {2}, {}, false, ">>Now op7 ...\nStopped\n"},
-        {0, {7, 3}, {3}, {}, false, ">>Now op7 ...\nBroken\n"},
-        {0, {7, 3}, {4}, {}, false, ">>Now op7 ...\n"},
-        {0, {4, 3}, {1}, {ok}, true, ">>Now op4 ...\n>>op4 failed\n>>Now op3 ...\n>>op3 OK\n"},
-        {0, {4, 3}, {1}, {cancel}, false, ">>Now op4 ...\n>>op4 failed\n"},
-        {0, {4, 3}, {2}, {}, false, ">>Now op4 ...\nStopped\n"},
-        {0, {4}, {1}, {ok}, false, ">>Now op4 ...\n>>op4 failed\n"},
+        {0, {}, 0, true, ">>Now op6 ...\n>>op6 OK\n"},
+        {1, {8, 9}, 0, true, ""},
+        {2, {8, 9}, 1, false, ">>Now op2 ...\n>>op2 failed\n"},
+        {19, {}, 255, false, ">>Now op19 ...\n"},
+        {4, {}, 1, false, ">>Now op4 ...\n>>op4 failed\n"},
+        {0, {7, 3}, 0, true, ">>Now op7 ...\n>>op7 OK\n" + passed3},
+        {0, {7, 3}, 1, false, ">>Now op7 ...\n>>op7 failed\n"},
+        {0, {7, 3}, 2, false, ">>Now op7 ...\nStopped\n"},
+        {0, {7, 3}, 3, false, ">>Now op7 ...\nBroken\n"},
+        {0, {4, 3}, 1, true, ">>Now op4 ...\n>>op4 failed\n" + passed3, {ok}},
+        {0, {4, 3}, 1, false, ">>Now op4 ...\n>>op4 failed\n", {cancel}},
+        {0, {4, 3}, 2, false, ">>Now op4 ...\nStopped\n"},
+        {0, {4}, 1, false, ">>Now op4 ...\n>>op4 failed\n", {ok}},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.log);
         clear();
-        requestSequence(c.sequence);
-        request(c.operation);
-        results = c.results;
+        request(c.operation, c.sequence);
+        result = c.result;
         t.ui->answers = c.answers;
         window.wmpu0();
         EXPECT_EQ(log(), c.log + ">> 0.00Sec\n");
-        const Calls &calls = t.sessionHost->calls;
-        const Calls end = {c.passes ? "SignalPass 0" : "SignalFail 0", "EndOperation"};
-        EXPECT_EQ(Calls(calls.end() - 2, calls.end()), end);
+        EXPECT_EQ(t.sessionHost->calls.at(t.sessionHost->calls.size() - 2), c.passes ? "SignalPass 0" : "SignalFail 0");
         EXPECT_EQ(t.ui->boxes.size(), c.answers.size());
+        for (const test::FakeUi::Box &box : t.ui->boxes) {
+            EXPECT_EQ(box.prompt, u"Go on?");
+            EXPECT_EQ(box.style, messageBoxOkCancelQuestion);
+            EXPECT_EQ(box.title, u"Not blank");
+        }
     }
 }
 
-TEST_F(Session, TheContinueQuestionIsTheHosts) {
-    requestSequence({4});
-    results = {1};
-    window.wmpu0();
-    ASSERT_EQ(t.ui->boxes.size(), 1U);
-    EXPECT_EQ(t.ui->boxes[0].prompt, u"Go on?");
-    EXPECT_EQ(t.ui->boxes[0].style, 33);
-    EXPECT_EQ(t.ui->boxes[0].title, u"Not blank");
-}
-
 TEST_F(Session, TheHostSeesTheAnnouncementWhileTheWindowYields) {
+    window.load();
+    EXPECT_EQ(window.caption(), u"Information");
+    EXPECT_EQ(window.clientArea()->width, 5985);
     request(3);
     t.host.prgresult(0) = 1;
     t.host.prgmode(1) = t.host.prgmode(2) = 9;
@@ -272,9 +238,9 @@ TEST_F(Session, TheHostSeesTheAnnouncementWhileTheWindowYields) {
 }
 
 TEST_F(Session, RequestsAreReadAgainAfterEachOperation) {
-    requestSequence({});
+    request(0);
     carryOut = [&] { // after operation 6: a sequence; after that: one operation
-        if (t.ui->yields == 1) requestSequence({7});
+        if (t.ui->yields == 1) request(0, {7});
         if (t.ui->yields == 2) request(3);
     };
     window.wmpu0();
@@ -294,29 +260,25 @@ TEST_F(Session, OperationFiveReplacesTheLogByItsOutput) {
     request(5);
     storeText(t.host.MainRtstr, 0, u"old\n");
     storeText(t.host.MainRtstr, 1, u"output\n");
-    results = {1};
+    result = 1;
     window.wmpu0();
     EXPECT_EQ(log(), "First\nSecond\noutput\n>>op5 failed\n>> 0.00Sec\n");
     EXPECT_EQ(readText(t.host.MainRtstr, 1), u"");
 }
 
 TEST_F(Session, ElapsedTimeRunsOverMidnight) {
-    struct Case {
-        float start, end;
-        std::string elapsed;
-    };
+    const std::tuple<float, float, std::string> cases[] = {{100.0F, 101.25F, "1.25"}, {86399.5F, 0.75F, "1.25"}};
     request(3);
-    for (const Case &c : {Case{100.0F, 101.25F, "1.25"}, Case{86399.5F, 0.75F, "1.25"}, Case{5.0F, 5.0F, "0.00"}}) {
-        clear();
-        t.clock->now = c.start;
-        carryOut = [&] { t.clock->now = c.end; };
+    for (const auto &[start, end, elapsed] : cases) {
+        t.clock->now = start;
+        carryOut = [&, after = end] { t.clock->now = after; };
         window.wmpu0();
-        EXPECT_TRUE(log().ends_with(">> " + c.elapsed + "Sec\n")) << log();
+        EXPECT_TRUE(log().ends_with(">> " + elapsed + "Sec\n")) << log();
     }
 }
 
 TEST_F(Session, TheStopButtonRequestsAStop) {
-    requestSequence({7, 3});
+    request(0, {7, 3});
     t.host.Language(0) = 3000;
     carryOut = [&] {
         const Control *stop = window.find("pexit");
@@ -329,28 +291,19 @@ TEST_F(Session, TheStopButtonRequestsAStop) {
     EXPECT_EQ(log(), ">>Now op7 ...\nStopped\n>> 0.00Sec\n");
 }
 
-TEST_F(Session, TheLoadedWindowCarriesTheLanguagesCaptions) {
-    window.load();
-    EXPECT_EQ(window.caption(), u"Information");
-    EXPECT_EQ(window.find("pexit")->caption(), u"Stop");
-    EXPECT_EQ(window.clientArea()->width, 5985);
-}
-
 TEST_F(Session, AFailingHostCallEndsTheRunThere) {
     expectIdentifier(0x1E, 0x95);
-    report(0x1E, 0x95, 0x0F);
     request(3);
     window.wmpu0();
     const Calls all = t.sessionHost->calls;
     for (const std::string &failing : all) {
         if (failing == "yield") continue;
         clear();
-        Calls expected(all.begin(), std::ranges::find(all, failing));
         t.sessionHost->onCall = [&](const std::string &call) {
             if (call == failing) raise(ErrorNumber::automation);
         };
         EXPECT_EQ(failure(), ErrorNumber::automation) << failing;
-        EXPECT_EQ(t.sessionHost->calls, expected);
+        EXPECT_EQ(t.sessionHost->calls, Calls(all.begin(), std::ranges::find(all, failing)));
         EXPECT_FALSE(window.loaded());
     }
 }
@@ -369,7 +322,7 @@ TEST_F(Session, OddBlockValuesEndOrderly) {
     };
     for (const Case &c : cases) {
         clear();
-        requestSequence({});
+        request(0);
         t.host.Language(0) = 0;
         t.ui->yields = 0;
         t.host.prgmode(1) = 9;
@@ -383,7 +336,7 @@ TEST_F(Session, OddBlockValuesEndOrderly) {
 
 TEST_F(Session, ARunInsideARunIsRefusedAndDisturbsNothing) {
     t.host.modeltype(0) = 50;
-    requestSequence({7, 3});
+    request(0, {7, 3});
     Boolean usbenable;
     carryOut = [&] { EXPECT_THROW(t.mpu.runMpu6Prg(usbenable), Error); };
     t.mpu.runMpu6Prg(usbenable);
