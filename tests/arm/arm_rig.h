@@ -1,14 +1,13 @@
 // An ARM driver module with a scripted programmer, and algorithm files in a folder of its own.
 #pragma once
 
+#include "simulator/temporary_folder.h"
 #include "support/test_apartment.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
+#include <algorithm>
 #include <map>
-#include <random>
 
 namespace kx3::test {
 
@@ -23,24 +22,23 @@ inline std::string joined(const std::vector<std::string> &lines) {
     return text;
 }
 
-/// The process's current directory while it lives.
-class TemporaryFolder {
-  public:
-    TemporaryFolder() {
-        std::filesystem::create_directories(path_);
-        std::filesystem::current_path(path_);
-    }
-    ~TemporaryFolder() {
-        std::filesystem::current_path(former_);
-        std::filesystem::remove_all(path_);
-    }
-    TemporaryFolder(const TemporaryFolder &) = delete;
-    TemporaryFolder &operator=(const TemporaryFolder &) = delete;
+/// Lines of the log: elements of `prgnote` read "n0 ", operations "op0 ".
+inline const std::string timeLine = ">> 0.00Sec\n";
+inline const std::string aborted = "n12 \n" + timeLine;
+inline const std::string stopped = "n4 \n" + timeLine;
+inline std::string startLine(int operation) { return ">>n0 op" + std::to_string(operation) + " n1 \n"; }
+inline std::string endLine(int operation, const char *note) {
+    return ">>op" + std::to_string(operation) + ' ' + note + " \n" + timeLine;
+}
 
-  private:
-    std::filesystem::path former_ = std::filesystem::current_path();
-    std::filesystem::path path_ =
-        std::filesystem::temp_directory_path() / ("kx3mpu6-arm-" + std::to_string(std::random_device()()));
+/// A device as the host describes it.
+struct Device {
+    Byte wordMode = 1;
+    Long size = 0x100;
+    Long block = 0x100;
+    Double first = 0;
+    Double dataOffset = 0;
+    Byte bank = 0;
 };
 
 enum class Module { arm32f, arm };
@@ -56,9 +54,7 @@ class ArmRig {
         t.host.figmode(0) = 3;
         t.host.wsign(1) = version;
         t.host.usbpip2readresult(0) = 2;
-        t.host.wordmode(0) = 1;
-        t.host.ramlg(0) = 0x100;
-        t.host.tlength(0) = 0x100;
+        describe({});
         for (Long i = 0; i < 13; ++i)
             storeText(t.host.prgnote, i, u"n" + decimal(i) + u" ");
         for (Long i = 0; i < 20; ++i)
@@ -66,17 +62,27 @@ class ArmRig {
         storeText(t.host.algorithm, 0, u" clock ");
         storeText(t.host.algorithm, 1, u" family ");
         storeText(t.host.algorithm, 2, u"  part");
+        std::filesystem::current_path(folder_ / ".");
         writeFile(general(), {1, 2, 3, 4});
         connect();
     }
+    ~ArmRig() { std::filesystem::current_path(home_); }
+    ArmRig(const ArmRig &) = delete;
+    ArmRig &operator=(const ArmRig &) = delete;
 
+    void describe(const Device &device) {
+        t.host.wordmode(0) = device.wordMode;
+        t.host.tlength(0) = device.size;
+        t.host.ramlg(0) = device.block;
+        t.host.wltbigendbuf(0) = device.first;
+        t.host.wltbigendbuf(2) = device.dataOffset;
+        t.host.rambknum(0) = device.bank;
+    }
     [[nodiscard]] std::string general() const { return is32f ? "algo4/family/part.alg" : "algo/family/part.bin"; }
     [[nodiscard]] std::string clockSpecific() const { return is32f ? "algo4/clk/clock.alg" : "algo/clk/clock.bin"; }
-    static void writeFile(const std::filesystem::path &path, const Bytes &bytes) {
+    static void writeFile(const std::filesystem::path &path, const std::vector<char> &bytes) {
         std::filesystem::create_directories(path.parent_path());
-        std::ofstream file(path, std::ios::binary);
-        for (const Byte byte : bytes)
-            file.put(static_cast<char>(byte));
+        kx3sim::test::spill(path, bytes);
     }
 
     /// Run `operation` and give the log that it leaves.
@@ -84,6 +90,7 @@ class ArmRig {
         t.host.prgresult(1) = operation;
         storeText(t.host.MainRtstr, 0, {});
         traffic.clear();
+        packets.clear();
         progress.clear();
         Boolean usbenable;
         t.mpu.runMpu6Prg(usbenable);
@@ -92,6 +99,15 @@ class ArmRig {
     [[nodiscard]] std::string log() const { return toUtf8(readText(t.host.MainRtstr, 0)); }
     [[nodiscard]] Byte result() const { return t.host.prgresult(0); }
     [[nodiscard]] std::string failure() const { return toUtf8(t.apartment.sessionFailure()); }
+    /// Run `operation` and compare what it leaves; `behindStart` is the log behind the start line.
+    void expect(Byte operation, const std::string &behindStart, const std::string &calls, int resultCode = 0,
+                const std::string &error = "") {
+        EXPECT_EQ(run(operation), startLine(operation) + behindStart);
+        EXPECT_EQ(operationTraffic(), calls);
+        EXPECT_EQ(result(), resultCode);
+        EXPECT_EQ(failure(), error);
+        EXPECT_EQ(t.host.prgmode(1), 0);
+    }
     /// What went on after the version query.
     [[nodiscard]] std::string operationTraffic() const {
         const auto query = std::find(traffic.begin(), traffic.end(), "34 1A 00 10 00/16");
@@ -99,7 +115,6 @@ class ArmRig {
     }
 
     bool is32f;
-    TemporaryFolder folder;
     TestApartment t;
     /// Calls to the programmer and to the session host (without polls), in order.
     std::vector<std::string> traffic;
@@ -223,6 +238,8 @@ class ArmRig {
         state_ = state;
     }
 
+    kx3sim::test::TemporaryFolder folder_;
+    std::filesystem::path home_ = std::filesystem::current_path();
     Bytes algorithm_;
     bool algorithmNext_ = false;
     Byte *state_ = nullptr;

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <limits>
 #include <random>
 #include <thread>
 #include <type_traits>
@@ -14,120 +13,78 @@ namespace {
 
 using namespace test;
 
-/// A way to spoil one element.
-struct Spoiler {
+struct Block {
     std::string name;
-    std::function<void(sharemap &)> spoil;
+    std::span<std::byte> bytes;
+    std::size_t elementBytes;
+    bool isText;
+    [[nodiscard]] bool isSmall() const { return bytes.size() <= 300 && name != "MainRtstr"; }
 };
 
-template <class T, class Values>
-void addAll(std::vector<Spoiler> &spoilers, const char *name, Array<T> BlockArrays::*block, Long count,
-            const Values &values) {
-    for (Long i = 0; i < count; ++i)
-        for (const T value : values)
-            spoilers.push_back({name + std::to_string(i) + '=' + std::to_string(value),
-                                [=](sharemap &blocks) { (blocks.*block)(i) = value; }});
-}
-
-void addHandles(std::vector<Spoiler> &spoilers, const char *name, Array<String> BlockArrays::*block, Long count) {
-    for (Long i = 0; i < count; ++i)
-        spoilers.push_back(
-            {name + std::to_string(i), [=](sharemap &blocks) { (blocks.*block)(i).handle = 0xDEADBEEF; }});
-}
-
-std::vector<Spoiler> allSpoilers() {
-    using Limits = std::numeric_limits<Double>;
-    const std::vector<Byte> bytes{0, 1, 2, 0x1B, 0x2E, 0x42, 255};
-    const std::vector<Integer> integers{-32768, -1, 0, 1, 32767};
-    const std::vector<Long> longs{INT32_MIN, -1, 0, 1, 0xFFFF, 0x10001, INT32_MAX};
-    const std::vector<Double> doubles{-1, 0.5, 255.5, 1e300, -1e300, Limits::infinity(), Limits::quiet_NaN()};
-    std::vector<Spoiler> all;
-    addAll(all, "prgresult", &BlockArrays::prgresult, 1, bytes);
-    addAll(all, "prgmode", &BlockArrays::prgmode, 3, bytes);
-    addAll(all, "wordmode", &BlockArrays::wordmode, 1, bytes);
-    addAll(all, "rambknum", &BlockArrays::rambknum, 1, bytes);
-    addAll(all, "woption", &BlockArrays::woption, 1, bytes);
-    addAll(all, "wsign", &BlockArrays::wsign, 3, bytes);
-    addAll(all, "figvol", &BlockArrays::figvol, 2, bytes);
-    addAll(all, "modeltype", &BlockArrays::modeltype, 3, std::vector<Integer>{74, 255, 32767});
-    addAll(all, "bvcc", &BlockArrays::bvcc, 1, integers);
-    addAll(all, "bvcch", &BlockArrays::bvcch, 1, integers);
-    addAll(all, "pagelength", &BlockArrays::pagelength, 1, integers);
-    addAll(all, "compid", &BlockArrays::compid, 1, integers);
-    addAll(all, "typeid", &BlockArrays::typeid_, 1, integers);
-    addAll(all, "tlength", &BlockArrays::tlength, 1, longs);
-    addAll(all, "ramlg", &BlockArrays::ramlg, 1, longs);
-    addAll(all, "buflength", &BlockArrays::buflength, 1, longs);
-    addAll(all, "Language", &BlockArrays::Language, 1, longs);
-    addAll(all, "wlverifyvcc", &BlockArrays::wlverifyvcc, 1, longs);
-    addAll(all, "wltbigendbuf", &BlockArrays::wltbigendbuf, 3, doubles);
-    addHandles(all, "algorithm", &BlockArrays::algorithm, 3);
-    addHandles(all, "prgnote", &BlockArrays::prgnote, 12);
-    addHandles(all, "MainmnuPrg", &BlockArrays::MainmnuPrg, 10);
+std::vector<Block> allBlocks(sharemap &blocks) {
+    std::vector<Block> all;
+    const auto add = [&all]<class T>(Array<T> &block, const char *name) {
+        const auto bytes = std::as_writable_bytes(block.range(0, static_cast<Long>(block.count())));
+        all.push_back({name, bytes, sizeof(T), std::is_same_v<T, String>});
+    };
+#define KX3_BLOCK(member, root, type, count, bytes) add(blocks.member, root);
+#include "host/memory/block_table.inc"
+#undef KX3_BLOCK
     return all;
 }
 
-/// The elements of the blocks, but for the large ones and the log.
+/// The contents of the small blocks.
 class SavedBlocks {
   public:
-    explicit SavedBlocks(sharemap &blocks) {
-#define KX3_BLOCK(member, root, type, count, bytes) save(blocks.member, root);
-#include "host/memory/block_table.inc"
-#undef KX3_BLOCK
+    explicit SavedBlocks(const std::vector<Block> &blocks) {
+        for (const Block &block : blocks)
+            if (block.isSmall()) saved_.emplace_back(block.bytes, std::vector(block.bytes.begin(), block.bytes.end()));
     }
     void restore() const {
-        for (const std::function<void()> &step : steps_)
-            step();
+        for (const auto &[place, bytes] : saved_)
+            std::ranges::copy(bytes, place.begin());
     }
 
   private:
-    template <class T> void save(Array<T> &block, std::string_view root) {
-        const auto count = static_cast<Long>(block.count());
-        constexpr Long mostElements = 300;
-        if (count > mostElements || root == "MainRtstr") return;
-        const std::span<T> elements = block.range(0, count);
-        steps_.push_back([elements, copy = std::vector<T>(elements.begin(), elements.end())] {
-            std::copy(copy.begin(), copy.end(), elements.begin());
-        });
-    }
-    std::vector<std::function<void()>> steps_;
+    std::vector<std::pair<std::span<std::byte>, std::vector<std::byte>>> saved_;
 };
 
 TEST(HostileBlocks, EverySessionEndsWithItsTimeLine) {
     const Bytes fault{50, 0xFA, 0x32, 0xFF, 0xFF, 0xFF, 0x7F, 1, 2, 3, 4};
     const Reports scripts[] = {{{10, 0, 0x3C, 0}, {255, 0, 0x3C, 2}, {100, 0, 0x28}}, {fault}, {{1}, {2, 0x1E}}};
-    const std::vector<Spoiler> spoilers = allSpoilers();
+    /// The lowest byte of an element and all others: small and extreme numbers, families, no handle.
+    constexpr std::pair<int, int> values[] = {{0, 0},    {1, 0},       {0x1B, 0},    {0x2E, 0},
+                                              {0x42, 0}, {0xFF, 0xFF}, {0xFF, 0x7F}, {0, 0x80}};
+    std::size_t turn = 0;
     for (const Module module : {Module::arm32f, Module::arm}) {
         ArmRig rig(module);
         rig.t.host.chipidtestmode(0) = Boolean(true);
-        const SavedBlocks saved(rig.t.host);
-        for (const Byte operation : {Byte{0}, Byte{2}, Byte{3}, Byte{5}, Byte{6}, Byte{9}})
-            for (const Spoiler &spoiler : spoilers)
-                for (const Reports &script : scripts) {
-                    SCOPED_TRACE(spoiler.name + " operation " + std::to_string(operation));
-                    saved.restore();
-                    rig.runs.assign(3, script);
-                    rig.t.ui->answers = {MessageBoxResult::ignore};
-                    spoiler.spoil(rig.t.host);
-                    rig.run(operation);
-                    EXPECT_TRUE(rig.log().ends_with("Sec\n")) << rig.log();
-                    EXPECT_EQ(rig.t.host.prgmode(1), 0);
-                    rig.packets.clear();
-                }
+        const std::vector<Block> blocks = allBlocks(rig.t.host);
+        const SavedBlocks saved(blocks);
+        const auto endsInOrder = [&](Byte operation, std::span<std::byte> element, std::pair<int, int> value) {
+            saved.restore();
+            rig.runs.assign(3, scripts[turn++ % std::size(scripts)]);
+            rig.t.ui->answers = {MessageBoxResult::ignore};
+            std::ranges::fill(element, static_cast<std::byte>(value.second));
+            element[0] = static_cast<std::byte>(value.first);
+            EXPECT_TRUE(rig.run(operation).ends_with("Sec\n")) << rig.log();
+            EXPECT_EQ(rig.t.host.prgmode(1), 0);
+        };
+        for (const Block &block : blocks) {
+            const bool selectsTheDriver = block.name == "modeltype" || block.name == "selmode";
+            if (!block.isSmall() || selectsTheDriver) continue;
+            const std::size_t last =
+                std::min<std::size_t>(block.bytes.size() / block.elementBytes, block.isText ? 13 : 3);
+            for (std::size_t i = 0; i < last; ++i)
+                for (const auto &value : values)
+                    for (const Byte operation : {Byte{0}, Byte{2}, Byte{3}, Byte{5}, Byte{6}, Byte{9}}) {
+                        if (block.isText && value.second != 0xFF) continue;
+                        SCOPED_TRACE(block.name + std::to_string(i) + '=' + std::to_string(value.first) +
+                                     " operation " + std::to_string(operation));
+                        endsInOrder(operation, block.bytes.subspan(i * block.elementBytes, block.elementBytes), value);
+                    }
+        }
     }
-}
-
-/// The bytes of every block but those of texts, whose handles no other thread may touch.
-std::vector<std::span<Byte>> numericBytes(sharemap &blocks) {
-    std::vector<std::span<Byte>> all;
-    const auto add = [&all]<class T>(Array<T> &block) {
-        if constexpr (!std::is_same_v<T, String>)
-            all.emplace_back(reinterpret_cast<Byte *>(&block(0)), block.count() * sizeof(T));
-    };
-#define KX3_BLOCK(member, root, type, count, bytes) add(blocks.member);
-#include "host/memory/block_table.inc"
-#undef KX3_BLOCK
-    return all;
 }
 
 TEST(HostileBlocks, ValuesMayChangeAtAnyMoment) {
@@ -146,14 +103,16 @@ TEST(HostileBlocks, ValuesMayChangeAtAnyMoment) {
             *state = readComplete;
         };
         t.ui->onYield = [&] { t.host.usbpip2readresult(0) = readComplete; };
-        const SavedBlocks saved(t.host);
+        std::vector<Block> targets = allBlocks(t.host);
+        const SavedBlocks saved(targets);
+        std::erase_if(targets, [](const Block &block) { return block.isText; }); // no other thread may touch handles
         {
             std::atomic<bool> written = false;
-            std::jthread writer([&written, targets = numericBytes(t.host)](const std::stop_token &stop) {
+            std::jthread writer([&written, &targets](const std::stop_token &stop) {
                 std::minstd_rand random(1);
                 while (!stop.stop_requested()) {
-                    const std::span<Byte> target = targets[random() % targets.size()];
-                    target[random() % target.size()] = static_cast<Byte>(random());
+                    const std::span<std::byte> target = targets[random() % targets.size()].bytes;
+                    target[random() % target.size()] = static_cast<std::byte>(random());
                     written = true;
                 }
             });

@@ -334,15 +334,5 @@ TEST_F(Session, OddBlockValuesEndOrderly) {
     }
 }
 
-TEST_F(Session, ARunInsideARunIsRefusedAndDisturbsNothing) {
-    t.host.modeltype(0) = 50;
-    request(0, {7, 3});
-    Boolean usbenable;
-    carryOut = [&] { EXPECT_THROW(t.mpu.runMpu6Prg(usbenable), Error); };
-    t.mpu.runMpu6Prg(usbenable);
-    EXPECT_EQ(log(), ">>Now op7 ...\n>>op7 OK\n>>Now op3 ...\n>>op3 OK\n>> 0.00Sec\n");
-    EXPECT_EQ(std::ranges::count(t.sessionHost->calls, "StartCheck"), 1);
-}
-
 } // namespace
 } // namespace kx3

@@ -15,38 +15,25 @@ std::vector<Byte> contents(const FlashArray &flash) {
     return bytes;
 }
 
-struct RangeCase {
-    const char *name;
-    std::size_t offset;
-    std::size_t count;
-};
-
-class Ranges : public testing::TestWithParam<RangeCase> {};
-INSTANTIATE_TEST_SUITE_P(FlashArray, Ranges,
-                         testing::Values(RangeCase{"all", 0, size}, RangeCase{"oneByte", 5, 1},
-                                         RangeCase{"wholeSector", sector, sector},
-                                         RangeCase{"acrossSectors", sector - 3, 7}, RangeCase{"lastByte", size - 1, 1},
-                                         RangeCase{"nothing", sector, 0}, RangeCase{"shortSector", 2 * sector, 100}),
-                         [](const auto &test) { return test.param.name; });
-
-TEST_P(Ranges, ProgrammingAndErasingTouchExactlyTheRange) {
-    const auto [name, offset, count] = GetParam();
-    const std::vector<Byte> data(count, 0x5A);
-    FlashArray flash(size);
-    std::vector<Byte> expected(size, FlashArray::erased);
-
-    EXPECT_EQ(flash.program(offset, data), std::nullopt);
-    std::fill_n(expected.begin() + static_cast<std::ptrdiff_t>(offset), count, 0x5A);
-    EXPECT_EQ(contents(flash), expected);
-    EXPECT_EQ(flash.firstProgrammed(0, size), count == 0 ? std::nullopt : std::optional(offset));
-    EXPECT_EQ(flash.firstDifference(0, expected), std::nullopt);
-
-    const std::vector<Byte> zeros(size, 0);
-    flash.store(0, zeros);
-    flash.erase(offset, count);
-    expected.assign(size, 0);
-    std::fill_n(expected.begin() + static_cast<std::ptrdiff_t>(offset), count, FlashArray::erased);
-    EXPECT_EQ(contents(flash), expected);
+TEST(FlashArray, ProgrammingAndErasingTouchExactlyTheRange) {
+    /// First byte and count: all, one byte, a sector, across sectors, the last byte, nothing, the short sector.
+    const std::pair<std::size_t, std::size_t> ranges[] = {{0, size},     {5, 1},      {sector, sector}, {sector - 3, 7},
+                                                          {size - 1, 1}, {sector, 0}, {2 * sector, 100}};
+    for (const auto &[offset, count] : ranges) {
+        SCOPED_TRACE(std::to_string(offset) + '+' + std::to_string(count));
+        const auto filled = [&, first = static_cast<std::ptrdiff_t>(offset), length = count](Byte around, Byte inside) {
+            std::vector<Byte> bytes(size, around);
+            std::fill_n(bytes.begin() + first, length, inside);
+            return bytes;
+        };
+        FlashArray flash(size);
+        EXPECT_EQ(flash.program(offset, std::vector<Byte>(count, 0x5A)), std::nullopt);
+        EXPECT_EQ(contents(flash), filled(FlashArray::erased, 0x5A));
+        EXPECT_EQ(flash.firstProgrammed(0, size), count == 0 ? std::nullopt : std::optional(offset));
+        flash.store(0, std::vector<Byte>(size, 0));
+        flash.erase(offset, count);
+        EXPECT_EQ(contents(flash), filled(0, FlashArray::erased));
+    }
 }
 
 TEST(FlashArray, ProgrammingOnlyTurnsOnesIntoZeros) {

@@ -14,18 +14,19 @@ using protocol::Operation;
 using protocol::Report;
 using protocol::StageCode;
 
-/// A byte device of 1000 hex addresses in blocks of 400, in bank 1 of module arm_prg.
-inline kx6sim_geometry byteDevice() {
-    return {.addresses = 0x1000,
-            .bytes_per_address = 1,
-            .block_addresses = 0x400,
-            .first_address = 0,
-            .verify_margin = 0,
-            .eeprom_bytes = 0,
-            .bank = 1,
-            .family = 0,
-            .module = KX6SIM_MODULE_ARM_PRG,
-            .protect_in_auto = 0};
+/// A device in bank 1; without arguments one of 1000 hex bytes in blocks of 400.
+inline kx6sim_geometry device(int addresses = 0x1000, int width = 1, int block = 0x400, int first = 0, int margin = 0,
+                              Byte module = KX6SIM_MODULE_ARM_PRG, Byte family = 0) {
+    kx6sim_geometry geometry{};
+    geometry.addresses = addresses;
+    geometry.bytes_per_address = width;
+    geometry.block_addresses = block;
+    geometry.first_address = first;
+    geometry.verify_margin = margin;
+    geometry.bank = 1;
+    geometry.family = family;
+    geometry.module = module;
+    return geometry;
 }
 
 inline Bytes pattern(std::size_t count, unsigned salt = 0) {
@@ -56,7 +57,7 @@ struct Outcome {
 };
 
 struct PacketRig {
-    explicit PacketRig(const kx6sim_geometry &itsGeometry = byteDevice(), std::string_view faults = {})
+    explicit PacketRig(const kx6sim_geometry &itsGeometry = device(), std::string_view faults = {})
         : geometry(itsGeometry) {
         programmer.insert(Chip(imageBytes(), 0, {0x1F, 2, {0x95, 0x0F}}));
         programmer.setFaults(FaultPlan(faults, 1));
@@ -89,25 +90,24 @@ struct PacketRig {
         (void)send(packet, 16);
         return reports();
     }
-    [[nodiscard]] Byte dataBank() const { return blockDataBank(geometry); }
+    /// Announce data and send it.
+    void sendData(const Bytes &data) {
+        EXPECT_EQ(send({0x0A, 0x00, 0x80, blockDataBank(geometry)}, 4), 0);
+        EXPECT_EQ(programmer.bulkWrite(data), 0);
+    }
 
     /// Run packet of an operation: code, bank with the mark of the last block, block, configuration.
     Bytes runPacket(Operation operation, unsigned block, bool isLast) const {
-        const auto code = operation == Operation::read ? 2U : static_cast<unsigned>(operation) + 1;
-        Bytes packet(protocol::controlPacketBytes);
-        packet[0] = 0x34;
-        packet[1] = static_cast<Byte>(code);
-        packet[2] = static_cast<Byte>(geometry.bank | (isLast ? 0x80U : 0U));
-        packet[3] = static_cast<Byte>(block & 0xFFU);
-        packet[4] = static_cast<Byte>(block >> 8U);
-        std::copy(configuration.begin(), configuration.end(), packet.begin() + protocol::packet::configuration);
+        const auto code = static_cast<Byte>(operation == Operation::read ? 2U : static_cast<unsigned>(operation) + 1);
+        Bytes packet{0x34, code, static_cast<Byte>(geometry.bank | (isLast ? 0x80U : 0U)),
+                     static_cast<Byte>(block & 0xFFU), static_cast<Byte>(block >> 8U)};
+        packet.insert(packet.end(), configuration.begin(), configuration.end());
         return packet;
     }
     Outcome direct(Operation operation) { return command(runPacket(operation, 0, false)); }
 
     Outcome sendBlock(Operation operation, const Bytes &data, unsigned block, bool isLast) {
-        EXPECT_EQ(send({0x0A, 0x00, 0x80, dataBank()}, 4), 0);
-        EXPECT_EQ(programmer.bulkWrite(data), 0);
+        sendData(data);
         return command(runPacket(operation, block, isLast));
     }
     /// Send a whole image block by block; the outcome of the last run.
@@ -132,7 +132,7 @@ struct PacketRig {
             if (!command(runPacket(Operation::read, block, range->isLast)).passed()) return {};
             std::size_t left = range->addresses * static_cast<std::size_t>(geometry.bytes_per_address);
             for (unsigned k = 0; left > 0; ++k) {
-                EXPECT_EQ(send({0x0A, static_cast<Byte>(k), 0x40, dataBank()}, 8), 0);
+                EXPECT_EQ(send({0x0A, static_cast<Byte>(k), 0x40, blockDataBank(geometry)}, 8), 0);
                 Bytes data(std::min(chunk, left));
                 if (read(data) != 2) return {};
                 image.insert(image.end(), data.begin(), data.end());

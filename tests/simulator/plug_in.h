@@ -28,9 +28,15 @@ struct Device {
     Byte selection = 0x40; ///< 0: the session window's devices
 };
 
+#define KX6SIM(name) library.function<decltype(kx6sim_##name)>("kx6sim_" #name)
+
 class PlugIn {
   public:
     explicit PlugIn(const Device &device, Options options = {}) : PlugIn(device, std::move(options), newUi()) {}
+
+    ~PlugIn() { std::filesystem::current_path(home_); }
+    PlugIn(const PlugIn &) = delete;
+    PlugIn &operator=(const PlugIn &) = delete;
 
     /// Run one operation; the signal that the plug-in gave.
     Signal run(Byte operation) {
@@ -51,18 +57,11 @@ class PlugIn {
     }
     [[nodiscard]] Bytes chip() {
         Bytes bytes(static_cast<std::size_t>(imageBytes()));
-        EXPECT_EQ(
-            library.function<decltype(kx6sim_peek)>("kx6sim_peek")(KX6SIM_AREA_MAIN, 0, bytes.data(), bytes.size()),
-            KX6SIM_OK);
+        EXPECT_EQ(KX6SIM(peek)(KX6SIM_AREA_MAIN, 0, bytes.data(), bytes.size()), KX6SIM_OK);
         return bytes;
     }
-    void flip(std::size_t offset, Byte bit) {
-        EXPECT_EQ(library.function<decltype(kx6sim_flip_bit)>("kx6sim_flip_bit")(KX6SIM_AREA_MAIN, offset, bit),
-                  KX6SIM_OK);
-    }
-    void setFaults(const std::string &faults) {
-        EXPECT_EQ(library.function<decltype(kx6sim_set_faults)>("kx6sim_set_faults")(faults.c_str(), 1), KX6SIM_OK);
-    }
+    void flip(std::size_t offset, Byte bit) { EXPECT_EQ(KX6SIM(flip_bit)(KX6SIM_AREA_MAIN, offset, bit), KX6SIM_OK); }
+    void setFaults(const char *faults) { EXPECT_EQ(KX6SIM(set_faults)(faults, 1), KX6SIM_OK); }
     [[nodiscard]] std::string log() const { return kx3::toUtf8(kx3::readText(host.MainRtstr, 0)); }
     [[nodiscard]] Long imageBytes() { return host.tlength(0) * host.wordmode(0); }
 
@@ -86,25 +85,15 @@ class PlugIn {
           apartment({std::make_unique<kx3::ProgrammerLibraries>(), [this] { return sim; }, std::move(fakeUi),
                      std::make_unique<kx3::test::FakeClock>()}),
           home_(std::filesystem::current_path()) {
-        writeAlgorithms();
+        for (const char *file : {"algo4/family/device.alg", "algo/family/device.bin"}) {
+            std::filesystem::create_directories((folder_ / file).parent_path());
+            spill(folder_ / file, std::vector<char>(0x1234, 'a'));
+        }
+        std::filesystem::current_path(folder_ / ".");
         attach(device);
         ui->onYield = [this] { sim->duringYield(); };
     }
 
-  public:
-    ~PlugIn() { std::filesystem::current_path(home_); }
-    PlugIn(const PlugIn &) = delete;
-    PlugIn &operator=(const PlugIn &) = delete;
-
-  private:
-    void writeAlgorithms() {
-        const std::vector<char> image(0x1234, 'a');
-        for (const char *file : {"algo4/family/device.alg", "algo/family/device.bin"}) {
-            std::filesystem::create_directories((folder_ / file).parent_path());
-            spill(folder_ / file, image);
-        }
-        std::filesystem::current_path(folder_ / ".");
-    }
     void attach(const Device &device) {
         host.MapSharedBlocks(1, *ui);
         host.buflength(0) = device.addresses * device.width;
@@ -135,5 +124,7 @@ class PlugIn {
     TemporaryFolder folder_;
     std::filesystem::path home_;
 };
+
+#undef KX6SIM
 
 } // namespace kx3sim::test

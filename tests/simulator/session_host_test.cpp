@@ -19,57 +19,55 @@ class PinDriven : public testing::Test {
         for (Byte i = 0; i < 8; ++i)
             plugIn.host.ibuffer(eepromPlace + i) = i;
     }
-    [[nodiscard]] Signal run(Byte operation) { return plugIn.run(operation); }
+    void expect(Signal signal, const std::vector<Byte> &operations) {
+        for (const Byte operation : operations)
+            EXPECT_EQ(plugIn.run(operation), signal) << int{operation} << plugIn.log();
+    }
 
     static constexpr Long eepromPlace = 0x1000 + pinDrivenConfigurationBytes;
     PlugIn plugIn{pinDriven, {.maker = 0x1E, .deviceCodes = {0x95, 0x0F}, .eepromBytes = 8}};
 };
 
+constexpr Byte read = 2, program = 3, blankCheck = 4, verify = 5, autoSequence = 6, protect = 7, erase = 8,
+               programConfiguration = 9, checkConfiguration = 10, unknown = 11;
+
 TEST_F(PinDriven, EveryOperationDoesItsWork) {
     const Bytes image = plugIn.buffer();
-    EXPECT_EQ(run(4), Signal::pass) << "blank check of a fresh chip";
-    EXPECT_EQ(run(3), Signal::pass) << "program";
+    expect(Signal::pass, {blankCheck, program});
     EXPECT_EQ(plugIn.chip(), image);
-    EXPECT_EQ(run(5), Signal::pass) << "verify";
-    EXPECT_EQ(run(4), Signal::fail) << "no longer blank";
-    EXPECT_EQ(run(10), Signal::fail) << "configuration is not programmed yet";
-    EXPECT_EQ(run(9), Signal::pass) << "program configuration";
-    EXPECT_EQ(run(10), Signal::pass) << "check configuration";
+    expect(Signal::pass, {verify});
+    expect(Signal::fail, {blankCheck, checkConfiguration});
+    expect(Signal::pass, {programConfiguration, checkConfiguration});
 
     plugIn.setBuffer(Bytes(image.size(), 0));
     plugIn.host.ibuffer(0x1000) = 0;
     plugIn.host.ibuffer(eepromPlace + 7) = 0;
-    EXPECT_EQ(run(2), Signal::pass) << "read";
+    expect(Signal::pass, {read});
     EXPECT_EQ(plugIn.buffer(), image);
     EXPECT_EQ(plugIn.host.ibuffer(0x1000), 0xC0);
     EXPECT_EQ(plugIn.host.ibuffer(eepromPlace + 7), 7);
 
-    EXPECT_EQ(run(7), Signal::pass) << "protect";
-    for (const Byte refused : {Byte{2}, Byte{3}, Byte{4}, Byte{5}, Byte{9}})
-        EXPECT_EQ(run(refused), Signal::fail) << int{refused};
-    EXPECT_EQ(run(8), Signal::pass) << "erase";
-    EXPECT_EQ(run(6), Signal::pass) << "the whole sequence";
+    expect(Signal::pass, {protect});
+    expect(Signal::fail, {read, program, blankCheck, verify, programConfiguration});
+    expect(Signal::pass, {erase, autoSequence});
     EXPECT_EQ(plugIn.chip(), image);
-    EXPECT_EQ(run(11), Signal::fail);
-    EXPECT_EQ(plugIn.host.prgresult(0), 3) << "no such operation";
+    expect(Signal::fail, {unknown});
+    EXPECT_EQ(plugIn.host.prgresult(0), 3);
+    plugIn.host.bvcc(0) = 0;
+    expect(Signal::fail, {erase});
+    EXPECT_EQ(plugIn.host.prgresult(0), 1) << "no supply";
 }
 
 TEST_F(PinDriven, AVerifyNamesWhatDiffers) {
-    ASSERT_EQ(run(6), Signal::pass);
+    expect(Signal::pass, {autoSequence});
     plugIn.flip(0x123, 0);
-    EXPECT_EQ(run(5), Signal::fail);
+    expect(Signal::fail, {verify});
     EXPECT_EQ(plugIn.sim->mismatches().firstAddress, 0x123);
     EXPECT_NE(plugIn.log().find("Address:00000123H"), std::string::npos) << plugIn.log();
     plugIn.flip(0x123, 0);
     plugIn.host.ibuffer(eepromPlace + 3) = 0xEE;
-    EXPECT_EQ(run(5), Signal::fail);
+    expect(Signal::fail, {verify});
     EXPECT_EQ(plugIn.sim->mismatches().firstAddress, eepromPlace + 3);
-}
-
-TEST_F(PinDriven, AnUnpoweredChipDoesNothing) {
-    plugIn.host.bvcc(0) = 0;
-    EXPECT_EQ(run(8), Signal::fail);
-    EXPECT_EQ(plugIn.host.prgresult(0), 1);
 }
 
 TEST_F(PinDriven, TheIdentityComesAsAReport) {
@@ -98,15 +96,14 @@ class Comparing : public testing::Test {
         blocks.ibuffer = buffer;
         blocks.prgresult = result;
         blocks.appendText = [this](Long index, std::u16string_view text) {
-            texts.at(static_cast<std::size_t>(index)) += text;
+            EXPECT_EQ(index, 1);
+            mismatchText += text;
         };
         sim->setBlocks(blocks);
     }
 
-    Bytes ibuf1 = Bytes(20);
-    Bytes buffer = Bytes(100, 0x55);
-    Bytes result = Bytes(3);
-    std::array<std::u16string, 3> texts;
+    Bytes ibuf1 = Bytes(20), buffer = Bytes(100, 0x55), result = Bytes(3);
+    std::u16string mismatchText;
     std::optional<SessionHost> sim;
 };
 
@@ -124,13 +121,14 @@ TEST_F(Comparing, CountsEverythingAndWritesSixteenLines) {
     EXPECT_EQ(found.firstBuffer, 0x55);
     EXPECT_EQ(found.zeroInsteadOfOne, 80U);
     EXPECT_EQ(found.oneInsteadOfZero, 80U);
-    EXPECT_TRUE(texts[1].starts_with(u"Address:0000000AH  Device Data:5AH  Buffer Data:55H\n"))
-        << kx3::toUtf8(texts[1]);
-    EXPECT_EQ(std::count(texts[1].begin(), texts[1].end(), u'\n'), 17);
+    EXPECT_TRUE(mismatchText.starts_with(u"Address:0000000AH  Device Data:5AH  Buffer Data:55H\n"))
+        << kx3::toUtf8(mismatchText);
+    EXPECT_EQ(std::count(mismatchText.begin(), mismatchText.end(), u'\n'), 17);
 }
 
 TEST_F(Comparing, WordsTheMaskAndTheLimit) {
     prepare({.stopAfterMismatches = 2});
+    result[0] = 2;
     buffer[20] = 0x34;
     buffer[21] = 0x12;
     EXPECT_EQ(sim->CompareWord(0x34, 0x12, 10, 3, 0xFF), 0);
@@ -138,15 +136,9 @@ TEST_F(Comparing, WordsTheMaskAndTheLimit) {
     EXPECT_EQ(sim->CompareWord(0x34, 0x92, 10, 3, 0xFF), 0) << "one byte differs";
     EXPECT_EQ(sim->mismatches().firstAddress, 21);
     EXPECT_EQ(sim->CompareWord(0x35, 0x12, 10, 3, 0xFF), 1) << "the second ends the verify";
-    EXPECT_EQ(texts[1], u"Address:0000000AH  Device Data:9234H  Buffer Data:1234H\n"
-                        u"Address:0000000AH  Device Data:1235H  Buffer Data:1234H\n");
-}
-
-TEST_F(Comparing, AStopRequestIsKept) {
-    prepare();
-    result[0] = 2;
-    EXPECT_EQ(sim->CompareByte(0, 0, 3), 0);
-    EXPECT_EQ(result[0], 2);
+    EXPECT_EQ(result[0], 2) << "a stop request is kept";
+    EXPECT_EQ(mismatchText, u"Address:0000000AH  Device Data:9234H  Buffer Data:1234H\n"
+                            u"Address:0000000AH  Device Data:1235H  Buffer Data:1234H\n");
 }
 
 TEST_F(Comparing, AddressesBeyondTheBufferAreErrors) {
