@@ -74,7 +74,7 @@ TEST(HostileBlocks, EverySessionEndsWithItsTimeLine) {
             const bool selectsTheDriver = block.name == "modeltype" || block.name == "selmode";
             if (!block.isSmall() || selectsTheDriver) continue;
             const std::size_t last =
-                std::min<std::size_t>(block.bytes.size() / block.elementBytes, block.isText ? 13 : 3);
+                std::min<std::size_t>(block.bytes.size() / block.elementBytes, block.isText ? 12 : 3);
             for (std::size_t i = 0; i < last; ++i)
                 for (const auto &value : values)
                     for (const Byte operation : {Byte{0}, Byte{2}, Byte{3}, Byte{5}, Byte{6}, Byte{9}}) {

@@ -1,7 +1,8 @@
 // The libraries as the plug-in and a C host see them.
 #include "outside/programmer_libraries.h"
 #include "simulator/kx6sim.h"
-#include "simulator/temporary_folder.h"
+
+#include <gtest/gtest.h>
 
 #include <array>
 
@@ -63,33 +64,11 @@ TEST_F(ControlInterface, EveryAreaBehavesAsItsKindOfMemory) {
         EXPECT_EQ(SIM(chip_read)(area, last, &byte, 1), KX6SIM_OK);
         EXPECT_EQ(byte, area == KX6SIM_AREA_MAIN ? 0 : 0xF0);
     }
-    EXPECT_EQ(SIM(chip_blank_check)(&differs, &difference), KX6SIM_OK);
-    EXPECT_EQ(difference.offset, 99U);
     EXPECT_EQ(SIM(chip_protect)(), KX6SIM_OK);
     EXPECT_EQ(SIM(chip_read)(KX6SIM_AREA_MAIN, 0, &byte, 1), KX6SIM_REFUSED);
     EXPECT_EQ(program(KX6SIM_AREA_EEPROM, 0, 0), KX6SIM_REFUSED);
     EXPECT_EQ(SIM(chip_erase)(), KX6SIM_OK);
     EXPECT_EQ(SIM(chip_protected)(), 0);
-    EXPECT_EQ(SIM(chip_blank_check)(&differs, &difference), KX6SIM_OK);
-    EXPECT_EQ(differs, 0);
-}
-
-TEST_F(ControlInterface, AChipTravelsThroughItsFile) {
-    const test::TemporaryFolder folder;
-    const std::string path = (folder / "a.chip").string();
-    ASSERT_EQ(SIM(insert_blank_chip)(100, 0, &identity), KX6SIM_OK);
-    EXPECT_EQ(SIM(flip_bit)(KX6SIM_AREA_MAIN, 99, 7), KX6SIM_OK);
-    EXPECT_EQ(SIM(chip_changed)(), 1);
-    EXPECT_EQ(SIM(save_chip)(path.c_str()), KX6SIM_OK);
-    EXPECT_EQ(SIM(chip_changed)(), 0);
-    SIM(reset)();
-    EXPECT_EQ(SIM(load_chip)((path + "x").c_str()), KX6SIM_FILE_MISSING);
-    EXPECT_EQ(SIM(load_chip)(path.c_str()), KX6SIM_OK);
-    EXPECT_EQ(SIM(peek)(KX6SIM_AREA_MAIN, 99, &byte, 1), KX6SIM_OK);
-    EXPECT_EQ(byte, 0x7F);
-    kx6sim_identity loaded{};
-    EXPECT_EQ(SIM(get_identity)(&loaded), KX6SIM_OK);
-    EXPECT_EQ(loaded.maker, identity.maker);
 }
 
 TEST_F(ControlInterface, ThePlugInReachesTheSameProgrammer) {

@@ -29,7 +29,7 @@ TEST(Faults, AMalformedItemIsNamed) {
          {"bulkwrite", "bulkwrite@0:fail", "bulkwrite@1x:fail", "bulkwrite@3:corrupt", "bulkwrite@3:fail=1",
           "bulkwrte@3:fail", "bulkread@1:pending", "bulkread@1:pending=0", "report@1:compare=x",
           "report@1:compare=0x100000000", "report@++1:stop", "bitflip@1.8", "bitflip@.1", "bitflip@1", "slow=0",
-          "slwo=1", " report@1:stop", "report@1:stop ", "report@99999999999:stop"}) {
+          "slwo=1", "bitflip@1.1.1", "bulkwrite@3", "report@99999999999:stop"}) {
         try {
             (void)FaultPlan(std::string("slow=1,") + item + ",report@1:stop", 0);
             ADD_FAILURE() << item << " was accepted";

@@ -235,18 +235,6 @@ TEST(Rules, AnotherDeviceThanTheChipIsRefused) {
     }
 }
 
-TEST(Geometry, VerifyAndProgramOfArmPrgEndRoundedOnLargeDevices) {
-    const kx6sim_geometry arm = device(0x1FF80, 1, 0x10000);
-    const kx6sim_geometry arm32f = device(0x1FF80, 1, 0x10000, 0, 0, KX6SIM_MODULE_ARM_PRG_32F);
-    EXPECT_EQ(lastAddress(arm, Operation::verify), 0x1FEFF);
-    EXPECT_EQ(lastAddress(arm, Operation::program), 0x1FEFF);
-    EXPECT_EQ(lastAddress(arm32f, Operation::verify), 0x1FEFF);
-    EXPECT_EQ(lastAddress(arm32f, Operation::program), 0x1FF7F);
-    EXPECT_EQ(lastAddress(arm, Operation::autoSequence), 0x1FF7F);
-    EXPECT_EQ(lastAddress(arm, Operation::read), 0x1FF7F);
-    EXPECT_EQ(lastAddress(device(0x10000, 1, 0x8000), Operation::verify), 0xFFFF);
-}
-
 TEST(Stop, AnswersWithTheEventAndLeavesTheChip) {
     PacketRig rig(device(), "slow=1");
     rig.sendData(pattern(0x400));

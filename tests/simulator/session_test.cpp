@@ -78,7 +78,7 @@ TEST(ArmSession, AVerifyThatLeavesDataUnreadFails) {
 
 TEST(ArmSession, AVerifyOfALargeDeviceMayEndBeforeTheDevice) {
     for (const kx3::Integer model : {model32f, modelArm}) {
-        PlugIn plugIn({.model = model, .addresses = 0x1FF80, .block = 0x20000});
+        PlugIn plugIn({.model = model, .addresses = 0x10080, .block = 0x20000});
         for (const Byte operation : {autoSequence, verify, read, erase, program, verify})
             EXPECT_EQ(plugIn.run(operation), Signal::pass) << int{operation} << plugIn.log() << plugIn.sim->trouble();
     }
@@ -144,6 +144,9 @@ TEST(ArmSession, EveryFaultStrikesAndTheNextSessionIsClean) {
             EXPECT_EQ(plugIn.chip(), image);
         }
     }
+    plugIn.setFaults("bulkread@1+:pending=3");
+    EXPECT_EQ(plugIn.run(read), Signal::pass);
+    EXPECT_EQ(plugIn.buffer(), image);
 }
 
 } // namespace
