@@ -79,19 +79,5 @@ TEST(VerifyRanges, OfEveryFamily) {
                 << int{family} << " size " << c.size << " selector " << c.bvcch << " option " << int{c.option};
 }
 
-TEST(VerifyRanges, AStretchIsCutToTheRanges) {
-    const VerifyRanges ranges = VerifyRanges::of({0x21, 0x2000, 0, 0, 0});
-    std::vector<std::pair<std::int64_t, std::int64_t>> runs;
-    const auto collect = [&](std::int64_t from, std::int64_t to) {
-        runs.emplace_back(from, to);
-        return runs.size() < 2;
-    };
-    EXPECT_TRUE(ranges.forEachRun(0x50, 0x100, collect));
-    EXPECT_TRUE(ranges.forEachRun(0x40, 0x100, collect));
-    EXPECT_FALSE(ranges.forEachRun(0x4F, 0x2000, collect)) << "ends when the caller says so";
-    const decltype(runs) expected{{0x40, 0x50}, {0x4F, 0x50}};
-    EXPECT_EQ(runs, expected);
-}
-
 } // namespace
 } // namespace kx3

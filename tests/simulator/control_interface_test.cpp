@@ -46,6 +46,8 @@ TEST_F(ControlInterface, WhatCannotBeIsRefusedAndChangesNothing) {
         EXPECT_EQ(refusals[i], KX6SIM_BAD_ARGUMENT) << i;
     EXPECT_EQ(SIM(chip_changed)(), 0);
     EXPECT_EQ(SIM(area_bytes)(KX6SIM_AREA_MAIN), 100U);
+    EXPECT_EQ(SIM(get_identity)(&identity), KX6SIM_OK);
+    EXPECT_EQ(identity.code_count, 2);
 }
 
 TEST_F(ControlInterface, EveryAreaBehavesAsItsKindOfMemory) {

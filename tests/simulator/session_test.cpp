@@ -11,7 +11,6 @@ constexpr Byte read = 2;
 constexpr Byte program = 3;
 constexpr Byte blankCheck = 4;
 constexpr Byte verify = 5;
-constexpr Byte protect = 7;
 constexpr Byte erase = 8;
 
 constexpr Device devices[] = {
@@ -49,24 +48,6 @@ TEST_P(Sessions, EraseProgramVerifyReadAuto) {
     EXPECT_EQ(plugIn.host.ibuffer(plugIn.imageBytes()), 0x5A) << "configuration bytes come back";
 }
 
-TEST_P(Sessions, AFlippedBitIsFoundAtItsAddress) {
-    PlugIn plugIn(GetParam());
-    ASSERT_EQ(plugIn.run(autoSequence), Signal::pass);
-    for (const std::size_t offset : {std::size_t{0}, std::size_t{0x7FF}, plugIn.buffer().size() - 1}) {
-        plugIn.flip(offset, 3);
-        EXPECT_EQ(plugIn.run(verify), Signal::fail);
-        const Mismatches &found = plugIn.sim->mismatches();
-        EXPECT_EQ(found.bytes, 1U);
-        EXPECT_EQ(found.firstAddress, static_cast<Long>(offset));
-        EXPECT_EQ(found.zeroInsteadOfOne + found.oneInsteadOfZero, 1U);
-        const Long address = static_cast<Long>(offset) / plugIn.host.wordmode(0);
-        EXPECT_NE(plugIn.log().find(kx3::toUtf8(kx3::hex(address)) + "H  Device Data:"), std::string::npos)
-            << plugIn.log();
-        plugIn.flip(offset, 3);
-    }
-    EXPECT_EQ(plugIn.run(verify), Signal::pass);
-}
-
 TEST(ArmSession, AVerifyThatLeavesDataUnreadFails) {
     // More than one read chunk of words: the driver counts a last block's chunks in addresses.
     PlugIn plugIn({.model = modelArm, .addresses = 0x5000, .width = 2, .block = 0x5000});
@@ -82,15 +63,6 @@ TEST(ArmSession, AVerifyOfALargeDeviceMayEndBeforeTheDevice) {
         for (const Byte operation : {autoSequence, verify, read, erase, program, verify})
             EXPECT_EQ(plugIn.run(operation), Signal::pass) << int{operation} << plugIn.log() << plugIn.sim->trouble();
     }
-}
-
-TEST(ArmSession, AProtectedDeviceRefusesUntilErased) {
-    PlugIn plugIn({});
-    ASSERT_EQ(plugIn.run(protect), Signal::pass);
-    for (const Byte operation : {read, program, blankCheck, verify})
-        EXPECT_EQ(plugIn.run(operation), Signal::fail) << int{operation};
-    EXPECT_EQ(plugIn.run(erase), Signal::pass);
-    EXPECT_EQ(plugIn.run(program), Signal::pass);
 }
 
 TEST(ArmSession, AStopRequestEndsASlowOperation) {
@@ -131,7 +103,6 @@ TEST(ArmSession, AChipFileCarriesTheChipToTheNextProcess) {
 
 TEST(ArmSession, EveryFaultStrikesAndTheNextSessionIsClean) {
     PlugIn plugIn({});
-    plugIn.host.chipidtestmode(0) = kx3::Boolean(true);
     const Bytes image = plugIn.buffer();
     for (const char *fault :
          {"comwrite@3:fail", "bulkwrite@1:fail", "bulkread@1:fail=2", "bulkread@1+:corrupt", "report@1:missing",
