@@ -7,7 +7,6 @@
 #include <charconv>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
-#include <optional>
 #include <span>
 
 namespace kx3console {
@@ -52,22 +51,24 @@ std::span<const NamedByte> namesOf(std::int64_t family) {
 }
 
 /// A whole text in this base; nothing when it is anything else.
-std::optional<std::uint32_t> number(std::string_view text, int base) {
+constexpr std::uint32_t noNumber = UINT32_MAX;
+
+std::uint32_t number(std::string_view text, int base) {
     std::uint32_t value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, base);
-    if (text.empty() || error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    if (text.empty() || error != std::errc() || end != text.data() + text.size()) return noNumber;
     return value;
 }
 
 bool hasHexPrefix(std::string_view text) { return text.starts_with("0x") || text.starts_with("0X"); }
 
-std::uint8_t requireByte(std::string_view option, std::string_view text, std::optional<std::uint32_t> value) {
-    if (value && *value <= UINT8_MAX) return static_cast<std::uint8_t>(*value);
+std::uint8_t requireByte(std::string_view option, std::string_view text, std::uint32_t value) {
+    if (value <= UINT8_MAX) return static_cast<std::uint8_t>(value);
     throw Failure(Exit::usage, fmt::format("{}: \"{}\" is no byte", option, text),
                   "A byte is 0 to FF in --config-bytes, and 0 to 255 or 0x00 to 0xFF in --fuse.");
 }
 
-std::optional<std::uint32_t> prefixedNumber(std::string_view text) {
+std::uint32_t prefixedNumber(std::string_view text) {
     return hasHexPrefix(text) ? number(text.substr(2), 16) : number(text, 10);
 }
 
@@ -98,7 +99,7 @@ class Changes {
     [[nodiscard]] std::size_t offsetOf(std::string_view name) const {
         for (const NamedByte &each : namesOf(profile_.integer(Field::family)))
             if (each.name == name) return each.offset;
-        if (const auto offset = prefixedNumber(name)) return *offset;
+        if (const std::uint32_t offset = prefixedNumber(name); offset != noNumber) return offset;
         throw Failure(Exit::usage, fmt::format("--fuse: {} has no configuration byte \"{}\"", profile_.name, name),
                       advice());
     }

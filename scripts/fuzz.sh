@@ -24,14 +24,14 @@ if ! command -v clang++ >/dev/null; then
     printf '0 passed, 0 failed, %d skipped\n' "${#fuzzers[@]}"
     exit 0
 fi
-cmake --preset fuzz >/dev/null
-cmake --build --preset fuzz -j "$(jobs)" --target "${fuzzers[@]/#/fuzz_}" kx6io kx3io mpu6records >/dev/null
+cmake --preset sanitize >/dev/null
+cmake --build --preset sanitize -j "$(jobs)" --target "${fuzzers[@]/#/fuzz_}" kx6io kx3io mpu6records >/dev/null
 
 mkdir -p build/fuzz/finds
 for name in "${fuzzers[@]}"; do
     corpus=$PWD/build/fuzz/corpus/$name log=build/fuzz/$name.log status=0
     mkdir -p "$corpus"
-    build/fuzz/bin/fuzz_"$name" -max_total_time="$share" -timeout=20 -rss_limit_mb=2048 -max_len=4096 \
+    build/sanitize/bin/fuzz_"$name" -max_total_time="$share" -timeout=20 -rss_limit_mb=2048 -max_len=4096 \
         -print_final_stats=1 -artifact_prefix="$PWD"/build/fuzz/finds/"$name"- \
         "$corpus" "$PWD"/fuzz/corpus/"$name" >"$log" 2>&1 || status=$?
     runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")

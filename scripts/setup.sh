@@ -17,7 +17,7 @@ build_packages=(
 # Real dialogs: Qt 6, fonts for all languages, a display without a screen, and a keyboard without hands.
 ui_packages=(qt6-base-dev fonts-dejavu-core fonts-noto-cjk xvfb xauth xdotool imagemagick)
 # Second compiler with its sanitizers, style and lint.
-checks_packages=(clang libclang-rt-14-dev clang-format clang-tidy shellcheck git gcovr)
+checks_packages=(clang libclang-rt-14-dev clang-format clang-tidy shellcheck git gcovr valgrind)
 # Real firmware, boot loaders with their boards' fuses, and a tool of somebody else's to compare load
 # files with.
 demo_packages=(firmware-microbit-micropython arduino-core-avr srecord)

@@ -2,7 +2,7 @@
 # Everything that must hold before a change goes in: install what is missing, build, run every suite.
 #
 #   scripts/test.sh            all suites
-#   scripts/test.sh SUITE...   only these: format shell release sanitize torture thread fuzz lint windows
+#   scripts/test.sh SUITE...   only these: format shell release sanitize torture thread valgrind fuzz lint windows
 #
 # Suite lint runs the static analyzer, too, when it is asked for by name.
 # The last line counts tests and checks over all suites: "N passed, N failed, N skipped". A suite
@@ -13,7 +13,7 @@ cd "$(dirname "$0")/.."
 . scripts/lib.sh
 
 readonly logs=build/test-logs
-readonly suites=(format shell release sanitize torture thread fuzz lint windows)
+readonly suites=(format shell release sanitize torture thread valgrind fuzz lint windows)
 passed=0
 failed=0
 skipped=0
@@ -171,14 +171,16 @@ run_counting() { # NAME COMMAND...
 
 suite_windows() { run_counting windows scripts/test-windows.sh; }
 
+suite_valgrind() { run_counting valgrind scripts/valgrind.sh; }
+
 suite_torture() { run_counting torture scripts/torture.sh; }
 
 # A short run of each fuzzer; their corpora are tests of the suites release and sanitize.
 suite_fuzz() { run_counting fuzz scripts/fuzz.sh 25; }
 
 run_two_threads() {
-    cmake --preset thread && cmake --build --preset thread -j "$(jobs)" --target thread_stress &&
-        build/thread/bin/thread_stress
+    cmake --preset thread && cmake --build --preset thread -j "$(jobs)" --target thread_stress torture &&
+        build/thread/bin/thread_stress && build/thread/bin/torture --digests torture/digests.txt
 }
 
 suite_thread() {
