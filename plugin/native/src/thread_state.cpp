@@ -3,8 +3,9 @@
 namespace kx3::native {
 
 ThreadState &threadState() {
-    thread_local ThreadState state;
-    return state;
+    // On the heap: a library with much thread storage of its own finds no room in some processes.
+    thread_local const auto state = std::make_unique<ThreadState>();
+    return *state;
 }
 
 kx3_status rememberCurrentException() noexcept {
