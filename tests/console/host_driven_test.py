@@ -7,7 +7,7 @@ import signal
 import sys
 
 import mpu6_test
-from mpu6_test import Case, on_terminal, require
+from mpu6_test import Case, require
 
 WORD_DEVICE, OWN_SEQUENCE, NO_ERASE = "-d FUSE15-16K", "-d FUSE50-64K", "-d FUSE03-2K"
 EEPROM = bytes(range(200))
@@ -126,19 +126,26 @@ CASES = [
 ]
 
 
-def test_continue_question_on_a_terminal(world):
-    world.run(FILLED[0])
-    command = f"auto {NO_ERASE} -i data.bin --chip c.chip"
-    for answer, code in [(b"ok\n", 0), (b"cancel\n", 3), (b"\n", 3), (signal.SIGINT, 130)]:
-        got, shown = on_terminal(world, command, answer, question=b"Cancel (default)?")
-        require(got == code, f"answer {answer}: exit {got}, {shown!r}")
-
-
-def test_identifier_question_on_a_terminal(world):
-    command = f"erase {WORD_DEVICE} {WRONG}"
-    for answers, code in [((b"retry\n", b"r\n", b"ignore\n"), 0), ((b"retry\n", b"abort\n"), 4), ((signal.SIGTERM,), 130)]:
-        got, shown = on_terminal(world, command, *answers)
-        require(got == code, f"answers {answers}: exit {got}, {shown!r}")
+def test_questions_on_a_terminal(desk):
+    go_on = f"auto {NO_ERASE} -i data.bin --chip c.chip"
+    wrong, wrong_once = f"erase {WORD_DEVICE} {WRONG}", f"erase {mpu6_test.D80} {WRONG_ONCE}"
+    desk.run(FILLED[0])
+    for command, answers, code in [
+        (go_on, ["ok"], 0),
+        (go_on, ["cancel"], 3),
+        (go_on, [""], 3),
+        (go_on, [signal.SIGINT], 130),
+        (wrong, ["retry", "r", "ignore"], 0),
+        (wrong, ["retry", "abort"], 4),
+        (wrong, [signal.SIGTERM], 130),
+        (wrong_once, ["retry"], 0),
+        (wrong_once, ["i"], 0),
+        (wrong_once, [""], 4),
+        (wrong_once + " --yes", [], 4),
+    ]:
+        got, shown = desk.on_terminal(command, answers=answers)
+        require(got == code, f"{command}, answers {answers}: exit {got}, {shown!r}")
+        require(shown.count("Ignore?") + shown.count("Cancel (default)?") == len(answers), shown)
 
 
 if __name__ == "__main__":

@@ -24,33 +24,17 @@ namespace {
 constexpr std::uint8_t untouched = 0xA5;
 using Image = std::array<std::uint8_t, 64>;
 
-struct Format {
-    FileFormat format;
-    std::string text;
+/// The bytes 0 to 47 at address 0.
+constexpr std::pair<FileFormat, std::string_view> files[] = {
+    {FileFormat::intelHex, ":10000000000102030405060708090A0B0C0D0E0F78\n"
+                           ":10001000101112131415161718191A1B1C1D1E1F68\n"
+                           ":10002000202122232425262728292A2B2C2D2E2F58\n"
+                           ":00000001FF\n"},
+    {FileFormat::sRecord, "S1130000000102030405060708090A0B0C0D0E0F74\n"
+                          "S1130010101112131415161718191A1B1C1D1E1F64\n"
+                          "S1130020202122232425262728292A2B2C2D2E2F54\n"
+                          "S9030000FC\n"},
 };
-
-std::string hexByte(unsigned value) {
-    constexpr const char *digits = "0123456789ABCDEF";
-    return {digits[value >> 4U & 15U], digits[value & 15U]};
-}
-
-/// The bytes 0 to 47 at address 0, in records of 16.
-std::array<Format, 2> files() {
-    std::string intel;
-    std::string motorola;
-    for (unsigned address = 0; address < 48; address += 16) {
-        std::string data;
-        unsigned sum = 0;
-        for (unsigned i = address; i < address + 16; ++i) {
-            data += hexByte(i);
-            sum += i;
-        }
-        intel += ":10" + hexByte(0) + hexByte(address) + "00" + data + hexByte(0U - (sum + 0x10 + address)) + "\n";
-        motorola += "S113" + hexByte(0) + hexByte(address) + data + hexByte(~(sum + 0x13 + address)) + "\n";
-    }
-    return {Format{FileFormat::intelHex, intel + ":00000001FF\n"},
-            Format{FileFormat::sRecord, motorola + "S9030000FC\n"}};
-}
 
 Image whole() {
     Image image;
@@ -92,22 +76,22 @@ class LoadFiles : public testing::Test {
 };
 
 TEST_F(LoadFiles, CutAtEveryLength) {
-    for (const auto &[format, text] : files()) {
-        EXPECT_EQ(load(format, text), whole());
+    for (const auto &[format, text] : files) {
+        EXPECT_EQ(load(format, std::string(text)), whole());
         for (std::size_t length = 0; length < text.size(); ++length) {
-            const auto image = load(format, text.substr(0, length));
+            const auto image = load(format, std::string(text.substr(0, length)));
             EXPECT_EQ(image.value_or(whole()), whole()) << length << " of " << text.size() << " bytes";
         }
     }
 }
 
 TEST_F(LoadFiles, EverySingleBitFlipped) {
-    for (const auto &[format, text] : files())
+    for (const auto &[format, text] : files)
         for (std::size_t bit = 0; bit < text.size() * 8; ++bit) {
             const std::size_t at = bit / 8;
             // No checksum covers an S-record's type.
             if (format == FileFormat::sRecord && at > 0 && text[at - 1] == 'S') continue;
-            std::string spoilt = text;
+            std::string spoilt(text);
             spoilt[at] = static_cast<char>(spoilt[at] ^ (1 << bit % 8));
             const auto image = load(format, spoilt);
             EXPECT_EQ(image.value_or(whole()), whole()) << "bit " << bit % 8 << " of byte " << at;

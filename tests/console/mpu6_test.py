@@ -1,27 +1,23 @@
 #!/usr/bin/env python3
-"""What mpu6 promises on the command line: one case a line, each in a directory and a world of its own.
+"""What mpu6 promises on the command line: one case a line, each at a desk of its own.
 
 usage: mpu6_test.py PROGRAM [CASE...]
 """
 import dataclasses
-import json
 import os
 import pathlib
-import pty
 import re
-import shlex
 import shutil
 import signal
 import subprocess
 import sys
 import tempfile
-import time
 from typing import Callable
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
 from load_files import ihex, s_data, s_line
+from mpu6_desk import TIMEOUT, Desk
 
-TIMEOUT = 60
 DEVICE_BYTES = 0x40000
 IMAGE = bytes((i * 7 + (i >> 8) * 13) & 0xFF for i in range(DEVICE_BYTES))
 
@@ -90,6 +86,8 @@ FILES = {
     "geometry.toml": profile(size="0x40000", block_size="0x10000"),
     "leads-out.toml": profile(algorithm_file='"../../up"'),
     "sum.toml": profile(firmware_version=200, signature=56),
+    "armless.toml": profile(model_type=50, block_size=None),
+    "eeprom.toml": profile(eeprom_size=64),
     "stray.toml": b"device = 3\n",
     "nothing.toml": b"# nothing\n",
     "good/algo4/arm80/flash.alg": b"\x01" * 0x6000,
@@ -103,24 +101,6 @@ FILES = {
     "none/readme": b"",
     "old.hex": b"old contents",
 }
-
-
-@dataclasses.dataclass
-class Result:
-    code: int
-    out: str
-    err: str
-    directory: pathlib.Path
-
-    def file(self, name):
-        return (self.directory / name).read_bytes()
-
-    @property
-    def json(self):
-        return json.loads(self.out)
-
-    def trace(self, name="t.jsonl"):
-        return [json.loads(line) for line in self.file(name).decode().splitlines()]
 
 
 @dataclasses.dataclass
@@ -205,7 +185,7 @@ CASES = [
     Case("no command", "", 2, err="subcommand"),
     Case("unknown option", "devices --nonsense", 2, err="nonsense"),
     Case("empty value", f"erase {D80} --chip ''", 2, err="--chip"),
-    Case("unknown device", "erase -d ARM80-256", 2, err="Near it are: ARM80-256K"),
+    Case("unknown device", "erase -d arm60-8m", 2, err="Near it are: ARM60-8M, "),
     Case("unknown language", f"erase {D80} --language xx", 2, err="zh-cn"),
     Case("a language between two", f"erase {D80} --language 3001", 2, err="3001"),
     Case("unknown format", f"program {D80} -i image.bin --format elf", 2, err="ihex, srec or raw"),
@@ -262,6 +242,8 @@ CASES = [
             ("geometry", r"(?s)geometry\.toml:1: .*0x10000 does not suit.*block_size = 0xC000"),
             ("leads-out", "leads out of the algorithm folder"),
             ("sum", "add up to more than 255"),
+            ("armless", r'MINE has no entry "block_size"'),
+            ("eeprom", "know no EEPROM"),
             ("stray", r'stray\.toml:1: "device" does not belong here'),
             ("nothing", "no device"),
             ("absent", "No such file"),
@@ -317,193 +299,112 @@ CASES = [
 ]
 
 
-class World:
-    """A directory with the load files, and a namespace for the shared blocks."""
-
-    count = 0
-
-    def __init__(self, program):
-        World.count += 1
-        self.program = program
-        self.directory = pathlib.Path(tempfile.mkdtemp(prefix="mpu6-test-"))
-        self.environment = dict(os.environ, KX3MPU6_NAMESPACE=f"test-{os.getpid()}-{World.count}", LC_ALL="C.UTF-8")
-
-    def __enter__(self):
-        for name, data in FILES.items():
-            path = self.directory / name
-            path.parent.mkdir(parents=True, exist_ok=True)
-            path.write_bytes(data)
-        return self
-
-    def __exit__(self, *_):
-        shutil.rmtree(self.directory, ignore_errors=True)
-
-    def start(self, command, **streams):
-        return subprocess.Popen([self.program, *shlex.split(command)], cwd=self.directory, env=self.environment, **streams)
-
-    def run(self, command):
-        pipe = subprocess.PIPE
-        process = self.start(command, stdin=subprocess.DEVNULL, stdout=pipe, stderr=pipe)
-        try:
-            out, err = process.communicate(timeout=TIMEOUT)
-        except subprocess.TimeoutExpired:
-            process.kill()
-            raise AssertionError(f"`mpu6 {command}` hangs") from None
-        return Result(process.returncode, out.decode(), err.decode(), self.directory)
-
-
 def require(condition, message):
     if not condition:
         raise AssertionError(message)
 
 
-def run_case(case, world):
+def run_case(case, desk):
     for command in case.before:
-        result = world.run(command)
-        require(result.code == 0, f"`mpu6 {command}` gave {result.code}:\n{result.err}")
-    result = world.run(case.command)
-    shown = f"`mpu6 {case.command}` gave {result.code}:\n{result.out}{result.err}"
-    require(result.code == case.code, f"expected exit {case.code}; {shown}")
-    require(re.search(case.out, result.out), f"standard output lacks {case.out!r}; {shown}")
-    require(re.search(case.err, result.err), f"standard error lacks {case.err!r}; {shown}")
-    require(case.code in (0, 130) or re.search(r"^mpu6: ", result.err, re.M), f"no error message; {shown}")
-    require(case.check is None or case.check(result), f"the check does not hold; {shown}")
+        result = desk.run(command)
+        require(result.code == 0, result)
+    result = desk.run(case.command)
+    require(result.code == case.code, f"expected exit {case.code}; {result}")
+    require(re.search(case.out, result.out), f"standard output lacks {case.out!r}; {result}")
+    require(re.search(case.err, result.err), f"standard error lacks {case.err!r}; {result}")
+    require(case.code in (0, 130) or re.search(r"^mpu6: ", result.err, re.M), f"no error message; {result}")
+    require(case.check is None or case.check(result), f"the check does not hold; {result}")
 
 
 # ---- Cases with a life of their own -----------------------------------------------------------
 
-SLOW = "--faults slow=20000"
 
-
-def start_slow(world, command, until):
-    """Start an operation that takes its time, and wait until `until` stands on standard error."""
-    process = world.start(f"{command} {SLOW} --progress never", stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+def start_slow(desk, command):
+    """Start an operation that takes its time, and wait until it programs."""
+    process = desk.start(f"{command} --faults slow=20000 --progress never", stdout=subprocess.PIPE, stderr=subprocess.PIPE)
     seen = b""
-    while until not in seen:
+    while b">>Program" not in seen:
         line = process.stderr.readline()
         require(line, f"`mpu6 {command}` ended: {seen.decode()}")
         seen += line
     return process
 
 
-def stop_by_signal(world, device, number):
-    process = start_slow(world, f"program -d {device} -i image.bin --chip c.chip", b">>Program")
-    process.send_signal(number)
-    _, err = process.communicate(timeout=TIMEOUT)
-    require(process.returncode == 130, f"exit {process.returncode}: {err.decode()}")
-    require(b">>Stopped." in err, f"no orderly end: {err.decode()}")
-    after = world.run(f"erase -d {device} --chip c.chip")
-    require(after.code == 0, f"the next session fails: {after.err}")
+def test_stop_by_a_signal(desk):
+    for device, number in [(D80, signal.SIGINT), (D60, signal.SIGTERM)]:
+        device += f" --chip {number}.chip"
+        process = start_slow(desk, f"program {device} -i image.bin")
+        process.send_signal(number)
+        _, err = process.communicate(timeout=TIMEOUT)
+        require(process.returncode == 130, f"exit {process.returncode}: {err.decode()}")
+        require(b">>Stopped." in err, f"no orderly end: {err.decode()}")
+        after = desk.run(f"erase {device}")
+        require(after.code == 0, f"the next session fails: {after}")
 
 
-def test_interrupt(world):
-    stop_by_signal(world, "ARM80-256K", signal.SIGINT)
-
-
-def test_terminate(world):
-    stop_by_signal(world, "ARM60-256K", signal.SIGTERM)
-
-
-def test_two_hosts(world):
-    first = start_slow(world, f"program {D80} -i image.bin --instance 7", b">>Program")
+def test_two_hosts(desk):
+    first = start_slow(desk, f"program {D80} -i image.bin --instance 7")
     for options, message in [("--instance 7", "instance number 7"), ("--instance 8", "device buffer"), ("", "device buffer")]:
-        second = world.run(f"erase {D60} {options}")
-        require(second.code == 4 and message in second.err, f"{options}: exit {second.code}, {second.err}")
+        second = desk.run(f"erase {D60} {options}")
+        require(second.code == 4 and message in second.err, second)
     first.kill()
     first.communicate(timeout=TIMEOUT)
-    after = world.run(f"erase {D60} --instance 7")
-    require(after.code == 0, f"after a killed host: {after.err}")
+    after = desk.run(f"erase {D60} --instance 7")
+    require(after.code == 0, f"after a killed host: {after}")
 
 
-def test_missing_libraries(world):
-    here = pathlib.Path(world.program).parent
+def test_missing_libraries(desk):
+    program = pathlib.Path(desk.program)
     for missing, code, command in [
         ("libkx6io.so", 4, f"erase {D80}"),
         ("libkx3io.so", 4, f"erase {D80}"),
         ("libmpu6records.so", 1, f"program {D80} -i small.hex"),
     ]:
-        there = pathlib.Path(tempfile.mkdtemp(dir=world.directory))
-        for file in [pathlib.Path(world.program), *here.glob("lib*.so*")]:
+        there = pathlib.Path(tempfile.mkdtemp(dir=desk.path))
+        for file in [program, *program.parent.glob("lib*.so*")]:
             if file.name != missing:
                 shutil.copy(file, there)
-        program, world.program = world.program, str(there / pathlib.Path(world.program).name)
-        result = world.run(command)
-        world.program = program
-        require(result.code == code and missing in result.err, f"without {missing}: exit {result.code}, {result.err}")
+        desk.program = there / program.name
+        result = desk.run(command)
+        require(result.code == code and missing in result.err, f"without {missing}: {result}")
 
 
-def on_terminal(world, command, *answers, question=b"Ignore?"):
-    """Run with standard input and error on a terminal; gives exit code and what was shown. Each time the
-    question is shown it gets the next answer: keys to type, or a signal."""
-    answers = list(answers)
-    master, slave = pty.openpty()
-    process = world.start(command, stdin=slave, stderr=slave, stdout=subprocess.DEVNULL)
-    os.close(slave)
-    shown, answered, deadline = b"", 0, time.monotonic() + TIMEOUT
-    while time.monotonic() < deadline:
-        try:
-            part = os.read(master, 4096)
-        except OSError:  # the terminal's other end is closed
-            break
-        shown += part
-        asked = shown.count(question)
-        while answers and asked > answered:
-            answer = answers.pop(0)
-            answered += 1
-            if isinstance(answer, bytes):
-                os.write(master, answer)
-            else:
-                process.send_signal(answer)
-    code = process.wait(timeout=TIMEOUT)
-    os.close(master)
-    return code, shown.decode()
-
-
-def test_bar_on_a_terminal(world):
-    code, shown = on_terminal(world, f"program {D80} -i image.bin")
+def test_bar_on_a_terminal(desk):
+    code, shown = desk.on_terminal(f"program {D80} -i image.bin")
     require(code == 0, f"exit {code}: {shown}")
     require(re.search(r"\r\x1b\[KProgram \[#{30}\] 100 %", shown), f"no full bar: {shown!r}")
     require(re.search(r"\r\x1b\[K>>Program passed", shown), f"the log does not take the bar's place: {shown!r}")
 
 
-def test_question_on_a_terminal(world):
-    command = f"erase {D80} --faults chipid@1:wrong"
-    for answer, code in [(b"retry\n", 0), (b"i\n", 0), (b"abort\n", 4), (b"\n", 4)]:
-        got, shown = on_terminal(world, command, answer)
-        require(got == code, f"answer {answer}: exit {got}, {shown!r}")
-    got, shown = on_terminal(world, command + " --yes")
-    require(got == 4 and "Ignore?" not in shown, f"--yes: exit {got}, {shown!r}")
-
-
-def test_unwritable_standard_output(world):
+def test_unwritable_standard_output(desk):
     with open("/dev/full", "wb") as full:
-        process = world.start("devices", stdout=full, stderr=subprocess.PIPE)
+        process = desk.start("devices", stdout=full, stderr=subprocess.PIPE)
         _, err = process.communicate(timeout=TIMEOUT)
     require(process.returncode == 1 and b"standard output" in err, f"exit {process.returncode}: {err}")
 
 
-def test_nothing_is_left_behind(world):
-    world.environment["TMPDIR"] = str(world.directory / "none")
+def test_nothing_is_left_behind(desk):
+    desk.environment["TMPDIR"] = str(desk.path / "none")
     for command, code in [(f"erase {D80}", 0), (f"erase {D80} --faults start@1:refuse", 4)]:
-        require(world.run(command).code == code, command)
-    left = os.listdir(world.directory / "none")
+        require(desk.run(command).code == code, command)
+    left = os.listdir(desk.path / "none")
     require(left == ["readme"], f"temporary files remain: {left}")
-    blocks = [name for name in os.listdir("/dev/shm") if world.environment["KX3MPU6_NAMESPACE"] + "-" in name]
+    blocks = [name for name in os.listdir("/dev/shm") if desk.environment["KX3MPU6_NAMESPACE"] + "-" in name]
     require(not blocks, f"shared blocks remain: {blocks}")
 
 
 def main(cases, names):
     """Run the cases, and the functions test_... among the names of a module."""
-    program, wanted = os.path.abspath(sys.argv[1]), sys.argv[2:]
-    tests = [(case.name, lambda world, case=case: run_case(case, world)) for case in cases]
+    program, wanted = sys.argv[1], sys.argv[2:]
+    tests = [(case.name, lambda desk, case=case: run_case(case, desk)) for case in cases]
     tests += [(name[5:].replace("_", " "), run) for name, run in names.items() if name.startswith("test_")]
     failed = 0
     for name, run in tests:
         if wanted and name not in wanted:
             continue
         try:
-            with World(program) as world:
-                run(world)
+            with Desk(program, FILES) as desk:
+                run(desk)
             print(f"ok      {name}", flush=True)
         except AssertionError as error:
             failed += 1

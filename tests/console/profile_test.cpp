@@ -1,7 +1,5 @@
 #include "profile.h"
 
-#include "failure.h"
-
 #include <gtest/gtest.h>
 #include <set>
 
@@ -21,23 +19,6 @@ ProfileStore storeOf(std::string_view text) {
     ProfileStore store;
     store.add(text, "text");
     return store;
-}
-
-TEST(SampleProfiles, HaveHostDrivenDevicesOfSeveralFamilies) {
-    const ProfileStore store = storeOf(sampleProfiles());
-    std::set<std::int64_t> families;
-    for (const Profile &profile : store.all())
-        if (profile.isHostDriven()) families.insert(profile.integer(Field::family));
-    EXPECT_EQ(families, (std::set<std::int64_t>{3, 15, 30, 50, 55}));
-}
-
-TEST(SampleProfiles, HaveDevicesOfBothDriversAndWidths) {
-    const ProfileStore store = storeOf(sampleProfiles());
-    std::set<std::pair<bool, std::int64_t>> kinds;
-    for (const Profile &profile : store.all())
-        if (!profile.isHostDriven())
-            kinds.emplace(profile.integer(Field::model_type) >= 74, profile.integer(Field::bytes_per_address));
-    EXPECT_EQ(kinds.size(), 4u);
 }
 
 TEST(SampleProfiles, NameEveryEntryInTheirComment) {
@@ -70,29 +51,6 @@ TEST(Profiles, EntriesLeftOutHaveTheirStandardValues) {
     EXPECT_EQ(profile.place, "text:2");
 }
 
-TEST(Profiles, EachKindOfDeviceNeedsItsEntries) {
-    struct Case {
-        std::string text;
-        std::string_view message;
-    };
-    const std::string hostDriven = "[devices.ONE]\nmodel_type = 50\nselection = 0\nsize = 0x400\n";
-    const Case cases[] = {
-        {hostDriven + "eeprom_size = 64\n", ""},
-        {"[devices.ONE]\nmodel_type = 50\nsize = 0x400\n", "no entry \"block_size\""},
-        {std::string(device) + "eeprom_size = 64\n", "know no EEPROM"},
-    };
-    for (const Case &c : cases) {
-        std::string message;
-        try {
-            static_cast<void>(storeOf(c.text));
-        } catch (const Failure &failure) {
-            message = failure.message();
-        }
-        EXPECT_EQ(message.empty(), c.message.empty()) << message;
-        EXPECT_NE(message.find(c.message), std::string::npos) << message;
-    }
-}
-
 TEST(Profiles, ALaterOneReplacesAnEarlierOneInItsPlace) {
     ProfileStore store = storeOf(std::string(device) + R"(
 [devices.TWO]
@@ -108,17 +66,6 @@ algorithm_file = "a"
     EXPECT_EQ(store.all()[0].integer(Field::id_test), -1);
     EXPECT_EQ(store.all()[0].bytes(Field::ground_pins)[1], 4);
     EXPECT_EQ(store.all()[1].name, "TWO");
-}
-
-TEST(Profiles, NearestNamesComeFirst) {
-    const ProfileStore store = storeOf(sampleProfiles());
-    try {
-        static_cast<void>(store.find("arm60-8m"));
-        FAIL() << "names are exact";
-    } catch (const Failure &failure) {
-        EXPECT_EQ(failure.code(), Exit::usage);
-        EXPECT_NE(failure.advice().find("are: ARM60-8M, "), std::string::npos) << failure.advice();
-    }
 }
 
 } // namespace

@@ -11,15 +11,17 @@ import pathlib
 import shutil
 import subprocess
 import sys
-import tempfile
 import time
 
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
+from mpu6_desk import Desk
+
 TITLE = "Edit Configuration"
-DEVICE = ["--mode", "15", "--size", "0x400"]  # fuse bytes from 0x800 on
+EDIT = "config edit --mode 15 --size 0x400"  # fuse bytes from 0x800 on
 failures = 0
 
 
-def case(name, condition, detail=""):
+def case(name, condition, detail):
     global failures
     if not condition:
         failures += 1
@@ -39,12 +41,10 @@ def wait_for(title):
     raise TimeoutError(f"no window {title}")
 
 
-def edit(program, words, *steps):
+def edit(desk, options, *steps):
     """Run the command and press each step's keys when its window has come."""
-    with subprocess.Popen(
-        [program, "config", "edit", *DEVICE, *words],
-        stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
-    ) as process:
+    pipe = subprocess.PIPE
+    with desk.start(f"{EDIT} {options}", stdin=subprocess.DEVNULL, stdout=pipe, stderr=pipe, text=True) as process:
         try:
             for title, pressed in steps:
                 wait_for(title)
@@ -52,56 +52,49 @@ def edit(program, words, *steps):
             out, err = process.communicate(timeout=20)
         finally:
             process.kill()
-    return process.returncode, out, err
+    return process.returncode, out + err
 
 
-def with_display(program):
-    image = pathlib.Path("a.hex")
-    enable_first = ["Home", "Return"]  # the first row is CKSEL0; Return is OK
-    code, out, err = edit(program, ["-o", "a.hex", "--yes"], (TITLE, enable_first))
-    case("OK writes", code == 0 and "CKSEL0: Disable(1) -> Enable(0)" in out and image.exists(), out + err)
-    written = image.read_bytes()
-
-    code, out, err = edit(program, ["-i", "a.hex", "-o", "b.hex", "--yes"], (TITLE, ["Tab", *enable_first[:1], "Escape"]))
-    case("Escape writes no copy", code == 6 and "cancelled" in err and not pathlib.Path("b.hex").exists(), out + err)
-
-    change = (TITLE, ["Tab", "Home", "Return"])
-    code, out, err = edit(program, ["-i", "a.hex"], change, ("mpu6", ["Escape"]))
-    case("the box refuses", code == 6 and image.read_bytes() == written, out + err)
-    code, out, err = edit(program, ["-i", "a.hex"], change, ("mpu6", ["Return"]))
-    case("the box agrees", code == 0 and image.read_bytes() != written, out + err)
-
+def with_display(desk):
+    change = (TITLE, ["Tab", "Home", "Return"])  # the first rows are CKSEL0 and CKSEL1; Return is OK
     enable_lock = (TITLE, ["shift+Tab"] * 8 + ["Home", "Return"])  # back over Cancel, OK and the lock bits to LB1
-    code, out, err = edit(program, ["-i", "a.hex", "--yes"], enable_lock)
-    case("danger is not confirmed by --yes", code == 6 and "lock you out" in err and "LB1" in err, out + err)
+    code, shown = edit(desk, "-o a.hex --yes", (TITLE, ["Home", "Return"]))
+    case("OK writes", code == 0 and "CKSEL0: Disable(1) -> Enable(0)" in shown and desk.names() == ["a.hex"], shown)
+    written = desk.read("a.hex")
+    for name, options, steps, text in [
+        ("Escape writes no copy", "-i a.hex -o b.hex --yes", [(TITLE, ["Tab", "Home", "Escape"])], "cancelled"),
+        ("the box refuses", "-i a.hex", [change, ("mpu6", ["Escape"])], ""),
+        ("danger is not confirmed by --yes", "-i a.hex --yes", [enable_lock], "LB1"),
+    ]:
+        code, shown = edit(desk, options, *steps)
+        case(name, code == 6 and text in shown and desk.names() == ["a.hex"] and desk.read("a.hex") == written, shown)
+    code, shown = edit(desk, "-i a.hex", change, ("mpu6", ["Return"]))
+    case("the box agrees", code == 0 and desk.read("a.hex") != written, shown)
 
 
-def without_display(program):
-    bare = {name: value for name, value in os.environ.items() if name not in ("DISPLAY", "WAYLAND_DISPLAY")}
-    for environment, word in ((bare, "no display"), ({**bare, "DISPLAY": ":7654"}, "DISPLAY=:7654")):
-        command = [program, "config", "edit", *DEVICE, "-o", "c.hex"]
-        done = subprocess.run(command, env=environment, capture_output=True, text=True, timeout=60)
-        case(word, done.returncode == 7 and word in done.stderr and "mpu6 config set" in done.stderr, done.stderr)
-    command = [program, "notes", "--mode", "15", "--size", "0x8000", "62", "--window"]
-    done = subprocess.run(command, env=bare, capture_output=True, text=True, timeout=60)
-    case("a note on the terminal", done.returncode == 0 and "instead" in done.stderr and "4400h" in done.stdout, done)
+def without_display(desk):
+    for name in ("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"):
+        desk.environment.pop(name, None)
+    result = desk.run("notes --mode 15 --size 0x8000 62 --window")
+    case("a note on the terminal", result.code == 0 and "instead" in result.err and "4400h" in result.out, result)
+    for display, word in (({}, "no display"), ({"DISPLAY": ":7654"}, "DISPLAY=:7654")):
+        desk.environment.update(display)
+        result = desk.run(f"{EDIT} -o c.hex")
+        case(word, result.code == 7 and word in result.err and "mpu6 config set" in result.err, result)
 
 
 def main():
-    program = str(pathlib.Path(sys.argv[1]).resolve())
     inside = len(sys.argv) > 2
     if not inside and not (shutil.which("xvfb-run") and shutil.which("xdotool")):
         print("SKIPPED: xvfb and xdotool are not installed")
         return 77
     if not inside:  # again, inside of a display
         server = ["xvfb-run", "-a", "-s", "-screen 0 1024x768x24 -noreset"]
-        return subprocess.run([*server, sys.executable, __file__, program, "inside"], timeout=110).returncode
-    with tempfile.TemporaryDirectory() as folder:
-        os.chdir(folder)
-        os.environ["QT_QPA_PLATFORM"] = "xcb"
-        with_display(program)
-        del os.environ["QT_QPA_PLATFORM"]
-        without_display(program)
+        return subprocess.run([*server, sys.executable, __file__, sys.argv[1], "inside"], timeout=110).returncode
+    os.environ["QT_QPA_PLATFORM"] = "xcb"
+    with Desk(sys.argv[1], {}) as desk:
+        with_display(desk)
+        without_display(desk)
     return 1 if failures else 0
 
 
