@@ -1,395 +1,174 @@
-// Which bits OK forces, for every mode and every value of every byte.
+// What fields and bytes stand for each other, and which bits OK forces, for every mode.
 #include "editors/editor_driver.h"
+#include "editors/layout.h"
 
 #include <algorithm>
 
 namespace kx3::test {
 namespace {
 
-/// OK makes `offset` (value AND keep) OR force.
-struct ByteEffect {
-    Long offset;
-    int keep;
-    int force;
-};
-
-using Effects = std::vector<ByteEffect>;
-
-struct Case {
-    std::vector<int> modes;
-    Long tlength;
-    Integer pins;
-    Long base; ///< index in the buffer that the offsets count from
-    Effects effects;
-    Byte (*special)(Byte) = nullptr; ///< what OK makes of the last byte instead
-    bool mirrored = false;
-};
-
-Byte clockIndex(Byte value) { return value < 4 ? value : Byte{0}; }
-
-Byte wholeSizeLock(Byte value) {
-    const int size = value >> 1 & 7;
-    return static_cast<Byte>((value & 0x11) | (size == 6 || size == 0 ? 0 : 0x0E));
-}
-
-Effects untouched(Long first, Long count) {
-    Effects effects;
-    for (Long k = 0; k < count; ++k)
-        effects.push_back({first + k, 0xFF, 0});
-    return effects;
-}
-
-Effects fuses63(ByteEffect low, ByteEffect extended) {
-    return {low, {1, 0xFF, 0}, extended, {3, 0xFF, 0}, {4, 1, 0}, {5, 0xFF, 0}, {6, 0xFF, 0}, {7, 3, 0xFC}};
-}
-
-Effects fuses65(int keep, int force) {
-    return {{0, 0xFF, 0}, {1, 0xFF, 0}, {2, keep, force}, {3, 0xFF, 0}, {4, 1, 0},
-            {5, 0xFF, 0}, {6, 0xFF, 0}, {7, 0x3F, 0xC0},  {9, 0xFF, 0}, {8, 0xFF, 0}};
-}
-
 constexpr Long t = 2048;
-const Case cases[] = {
-    {{1}, t, 40, t, {{0, 0xF9, 0x06}, {1, 0x13, 0xEC}, {2, 0xAF, 0x50}, {3, 0xFF, 0}}},
-    {{2}, t, 40, t, {{0, 0xF8, 0x07}, {1, 0x78, 0x85}, {2, 0xEF, 0x10}, {3, 0xFF, 0}}},
-    {{3}, t, 20, 2 * t, fuses63({0, 0xFF, 0x0C}, {2, 0x01, 0xFE})},
-    {{4, 6}, t, 20, 2 * t, fuses63({0, 0xFF, 0}, {2, 0x01, 0xFE})},
-    {{10}, t, 20, 2 * t, fuses63({0, 0xFF, 0x20}, {2, 0x1F, 0})},
-    {{12}, t, 14, 2 * t, {{0, 0x77, 0x88}, {1, 0x03, 0xFC}}},
-    {{12}, t, 9, 2 * t, {{0, 0x77, 0x88}, {1, 0x03, 0xFC}}},
-    {{12}, t, 8, 2 * t, {{0, 0x07, 0xF8}, {1, 0x03, 0xFC}}},
-    {{13, 62}, t, 20, 2 * t, fuses65(0x3F, 0), clockIndex},
-    {{14}, t, 20, 2 * t, fuses65(0x03, 0xFC), clockIndex},
-    {{15, 30, 31, 32, 60, 61}, t, 20, 2 * t, fuses65(0x07, 0xF8), clockIndex},
-    {{18}, t, 64, 2 * t, fuses65(0x0F, 0xF0), clockIndex},
-    {{55, 56}, t, 20, 2 * t, fuses65(0x3F, 0xC0), clockIndex},
-    {{58, 59}, t, 20, 2 * t, fuses65(0xF7, 0x08), clockIndex},
-    {{22}, 131072, 48, 131072, {{0, 0x1F, 0}}},
-    {{22}, 65536, 48, 65536, {{0, 0x1F, 0}}},
-    {{22}, 32768, 48, 32768, {{0, 0x1F, 0}}},
-    {{22}, 40000, 48, 40000, {{0, 0x1F, 0}}},
-    {{22}, 8192, 48, 8192, {{0, 0x1F, 0}}, wholeSizeLock},
-    {{26}, t, 48, t, {{0, 0x1F, 0}}},
-    {{23}, t, 40, t, {{0, 0xF8, 0x03}, {1, 0xE3, 0}, {2, 0xFF, 0}, {3, 0xFE, 0x01}, {4, 0xFF, 0}}},
-    {{24, 25}, t, 40, t, {{0, 0xF8, 0x07}, {1, 0x60, 0x93}, {2, 0xFF, 0}, {3, 0xFE, 0x01}, {4, 0x80, 0x4A}}},
-    {{39, 40, 43, 44}, t, 40, 0, {{4159, 0x07, 0x08}}, nullptr, true},
-    {{41}, t, 40, 0, {{4159, 0xF5, 0x0A}}, nullptr, true},
-    {{51}, t, 40, 0, {{4159, 0xFD, 0x02}}, nullptr, true},
-    {{45}, t, 40, t, untouched(0, 8)},
-    {{46, 47, 48, 49}, t, 40, t, untouched(-48, 44)},
-    {{50}, t, 40, t, {{0, 0xFF, 0}, {1, 0xFF, 0}, {2, 0x43, 0xBC}, {3, 0x1F, 0xE0}, {4, 0x3F, 0xC0}, {5, 0xFF, 0}}},
-    {{64}, t, 40, t, untouched(-40, 28)},
-};
 
-class EditorBytes : public EditorTest, public ::testing::WithParamInterface<int> {
+/// The editor of `mode` with its check boxes checked, so that all rows are enabled; OK has forced its bits.
+class FieldsAndBytes : public EditorTest, public ::testing::WithParamInterface<Byte> {
   protected:
-    const Case &c = cases[GetParam()];
-
-    static Byte effectOf(const Case &c, const ByteEffect &effect, Byte value) {
-        if (c.special != nullptr && &effect == &c.effects.back()) return c.special(value);
-        return static_cast<Byte>((value & effect.keep) | effect.force);
-    }
-    std::vector<Byte> expectedAfterOk(std::vector<Byte> bytes) const {
-        for (const ByteEffect &effect : c.effects) {
-            Byte &byte = bytes[static_cast<std::size_t>(c.base + effect.offset)];
-            byte = effectOf(c, effect, byte);
-        }
-        return mirror(std::move(bytes));
-    }
-    std::vector<Byte> mirror(std::vector<Byte> bytes) const {
-        if (c.mirrored) bytes[static_cast<std::size_t>(c.tlength)] = bytes[4159];
-        return bytes;
-    }
-    void restore(const std::vector<Byte> &bytes) {
-        std::copy(bytes.begin(), bytes.end(), plugin.host.ibuffer.range(0, static_cast<Long>(bytes.size())).begin());
-    }
-};
-
-TEST_P(EditorBytes, OkForcesWhatItMustAndNothingElse) {
-    plugin.attach(2 * c.tlength + 100);
-    std::vector<Byte> start(plugin.host.ibuffer.count());
-    for (std::size_t i = 0; i < start.size(); ++i)
-        start[i] = static_cast<Byte>(i * 151 + (i >> 8));
-    const auto ok = [](Person &person) { person.ok(); };
-    for (const int mode : c.modes) {
-        device(static_cast<Byte>(mode), c.tlength, c.pins);
-        for (const ByteEffect &effect : c.effects) {
-            for (int value = 0; value < 256; ++value) {
-                SCOPED_TRACE(testing::Message() << "mode " << mode << " byte " << effect.offset << " = " << value);
-                start[static_cast<std::size_t>(c.base + effect.offset)] = static_cast<Byte>(value);
-                restore(start);
-                open([](Person &person) { person.cancel(); });
-                ASSERT_TRUE(image() == mirror(start)) << "Cancel changes nothing";
-                restore(start);
-                open(ok);
-                ASSERT_TRUE(image() == expectedAfterOk(start)) << "OK";
-                open(ok);
-                ASSERT_TRUE(image() == expectedAfterOk(start)) << "OK twice is OK once";
-            }
-        }
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(All, EditorBytes, ::testing::Range(0, static_cast<int>(std::size(cases))),
-                         [](const auto &parameter) {
-                             const Case &c = cases[parameter.param];
-                             return "Mode" + std::to_string(c.modes.front()) + "Size" + std::to_string(c.tlength) +
-                                    "Pins" + std::to_string(c.pins);
-                         });
-
-// What a person's choices make of the bytes.
-
-/// Deals with the form, then OK; the bytes at `address` are then `expected`.
-struct Choice {
-    const char *promise;
-    Byte mode;
-    Integer pins;
-    Long address;
-    std::vector<int> before;
-    std::function<void(Person &)> script;
-    std::vector<int> expected;
-};
-
-void allLists(Person &person, Long item) {
-    for (const char *name : {"Combo1", "Combo2", "Combo3", "Combo4"})
-        person.chooseAll(name, item);
-}
-
-void uncheckAll(Person &person, bool checked) {
-    for (const Control &control : person.form.controls())
-        if (control.kind() == ControlKind::checkBox) person.form.check(control, checked);
-}
-
-const Choice choices[] = {
-    {"62 mode 1, nothing checked, last items",
-     1,
-     40,
-     t,
-     {0, 0, 0, 9},
-     [](Person &p) { uncheckAll(p, false), p.choose("Combo1", noIndex, 7), p.choose("Combo2", noIndex, 7); },
-     {255, 255, 255, 9}},
-    {"62 mode 1, all checked, first items",
-     1,
-     40,
-     t,
-     {255, 255, 255, 9},
-     [](Person &p) { uncheckAll(p, true), p.choose("Combo1", noIndex, 0), p.choose("Combo2", noIndex, 0); },
-     {6, 236, 80, 9}},
-    {"62 mode 2 stores the boundary",
-     2,
-     40,
-     t,
-     {0, 0, 0, 0},
-     [](Person &p) { p.paste("Text1", noIndex, u"3C"); },
-     {7, 133, 16, 60}},
-    {"62 mode 2 stores the boundary's low byte",
-     2,
-     40,
-     t,
-     {0, 0, 0, 0},
-     [](Person &p) { p.paste("Text1", noIndex, u"ABCD3f"); },
-     {7, 133, 16, 63}},
-    {"63 mode 3, all rows 1", 3, 20, 2 * t, {0}, [](Person &p) { allLists(p, 1); }, {255, 255, 255}},
-    {"63 mode 3, all rows 0", 3, 20, 2 * t, {255}, [](Person &p) { allLists(p, 0); }, {12, 0, 254}},
-    {"63 calibration address",
-     4,
-     20,
-     2 * t,
-     {1, 2, 3, 4, 0, 0, 0, 0},
-     [](Person &p) { p.check("Check1", noIndex, true), p.paste("Text1", 1, u"1234"); },
-     {1, 2, 255, 4, 1, 0x34, 0x12, 0xFC}},
-    {"65 calibration address of 24 bits and its clock",
-     13,
-     20,
-     2 * t,
-     {0, 0, 0, 7, 1, 0, 0, 0, 0, 0},
-     [](Person &p) { p.paste("Text1", 1, u"56789A"), p.choose("Combo5", noIndex, 3); },
-     {0, 0, 0, 7, 1, 0x9A, 0x78, 0xC0, 3, 0x56}},
-    {"66 all protected",
-     26,
-     48,
-     t,
-     {0x1F},
-     [](Person &p) { p.choose("Combo1", noIndex, 1), p.choose("Combo2", noIndex, 7), p.choose("Combo3", noIndex, 1); },
-     {0}},
-    {"66 size item 3", 26, 48, t, {0xFF}, [](Person &p) { p.choose("Combo2", noIndex, 3); }, {25}},
-    {"66 whole size of a small image", 22, 48, t, {0xFF}, [](Person &p) { p.choose("Combo2", noIndex, 1); }, {17}},
-    {"67 mode 24, P36EN at 1",
-     24,
-     40,
-     t,
-     {0, 0, 0, 0, 0},
-     [](Person &p) { p.choose("Combo4", 0, 1); },
-     {7, 147, 0, 1, 202}},
-    {"67 mode 25, P36EN at 0",
-     25,
-     40,
-     t,
-     {0, 0, 0, 0xFF, 0xFF},
-     [](Person &p) { p.choose("Combo4", 0, 0); },
-     {7, 147, 0, 0xFF, 74}},
-    {"68, all at item 0", 39, 40, 4159, {0}, [](Person &p) { p.chooseAll("Combo1", 0); }, {11}},
-    {"68, all at item 1", 39, 40, 4159, {0}, [](Person &p) { p.chooseAll("Combo1", 1); }, {12}},
-    {"68 mode 41, all at item 0", 41, 40, 4159, {0xFF}, [](Person &p) { p.chooseAll("Combo1", 0); }, {11}},
-    {"68 mode 41, last range",
-     41,
-     40,
-     4159,
-     {0},
-     [](Person &p) { p.chooseAll("Combo1", 1), p.choose("Combo1", 1, 15); },
-     {254}},
-    {"601, last range",
-     51,
-     40,
-     4159,
-     {0},
-     [](Person &p) { p.chooseAll("Combo1", 0), p.choose("Combo1", 0, 15); },
-     {243}},
-    {"600, rows in falling order",
-     50,
-     40,
-     t,
-     {0, 0},
-     [](Person &p) { p.choose("Combo1", 0, 1), p.choose("Combo2", 3, 1), p.paste("Text1", noIndex, u"f"); },
-     {15, 0x81}},
-    {"602, most significant digits first",
-     64,
-     40,
-     t - 40,
-     {0, 0, 0, 0},
-     [](Person &p) { p.paste("Text1", 0, u"12345678"); },
-     {0x78, 0x56, 0x34, 0x12}},
-    {"69 mode 45, second box",
-     45,
-     40,
-     t,
-     {1, 2, 3, 4, 5, 6, 7, 8},
-     [](Person &p) { p.paste("Text1", 4, u"aBcDeF00"); },
-     {1, 2, 3, 4, 0, 0xEF, 0xCD, 0xAB}},
-    {"69 mode 47, user register 2",
-     47,
-     40,
-     t - 36 + 8,
-     {1, 2, 3, 4},
-     [](Person &p) { p.paste("Text1", 2, u"01020304"); },
-     {4, 3, 2, 1}},
-    {"69 mode 48, user debug word",
-     48,
-     40,
-     t - 40,
-     {1, 2, 3, 4},
-     [](Person &p) { p.paste("Text1", 10, u"01020304"); },
-     {4, 3, 2, 1}},
-};
-
-TEST_F(EditorTest, ChoicesBecomeBytes) {
-    for (const Choice &choice : choices) {
-        SCOPED_TRACE(choice.promise);
-        device(choice.mode, t, choice.pins);
-        for (std::size_t i = 0; i < choice.before.size(); ++i)
-            plugin.host.ibuffer(choice.address + static_cast<Long>(i)) = static_cast<Byte>(choice.before[i]);
-        open([&](Person &person) {
-            choice.script(person);
+    FieldsAndBytes() {
+        device(GetParam(), t);
+        std::vector<Byte> start(plugin.host.ibuffer.count());
+        for (std::size_t i = 0; i < start.size(); ++i)
+            start[i] = static_cast<Byte>(i * 151 + (i >> 8));
+        restore(start);
+        open([](Person &person) {
+            for (const Control &control : person.form.controls())
+                person.form.check(control, true);
             person.ok();
         });
-        EXPECT_EQ(peek(choice.address, static_cast<Long>(choice.expected.size())), choice.expected);
+        layout = *editorLayout({GetParam(), t, 20, 0}, {});
+    }
+    std::size_t addressOf(const Field &field, std::size_t k) const {
+        return static_cast<std::size_t>(configAddress(layout.base, field.offsets[k], t));
+    }
+    /// Act on the field's control in an editor over `before`; OK makes `after` of it, which the next one shows.
+    void expectStored(const Field &field, const std::vector<Byte> &before, std::vector<Byte> after,
+                      const std::function<void(Person &, const Control &)> &act,
+                      const std::function<void(const Control &)> &shown) {
+        const auto &[name, index] = field.control;
+        if (layout.mirrored) after[static_cast<std::size_t>(t)] = after[addressOf(field, 0)];
+        const bool isGreyed = !field.enabled && field.enabledBy.empty();
+        restore(isGreyed ? after : before);
+        open([&](Person &person) {
+            if (!isGreyed) act(person, person.at(name, index));
+            person.ok();
+        });
+        EXPECT_TRUE(image() == after);
+        open([&](Person &person) { shown(person.at(name, index)); });
+    }
+
+    EditorLayout layout;
+};
+
+/// The bits that item `index` of a list stands for, or a check box that is checked (1) or not.
+int bitsOfItem(const Field &field, Long index) {
+    switch (field.coding) {
+    case Coding::inverted: return (1 << field.width) - 1 - index;
+    case Coding::wholeSize: return index == 0 ? 7 : 0;
+    default: return index;
     }
 }
 
-// Which bit each row shows.
+TEST_P(FieldsAndBytes, ListsAndCheckBoxes) {
+    const std::vector<Byte> before = image();
+    for (const Field &field : layout.fields) {
+        const bool isCheck = field.kind == FieldKind::check;
+        if (!isCheck && field.kind != FieldKind::list) continue;
+        if (!layout.isShown(field)) continue;
+        const Long count = isCheck ? 2 : static_cast<Long>(field.items->size());
+        if (field.coding == Coding::plain || field.coding == Coding::inverted) {
+            EXPECT_EQ(count, 1 << field.width) << field.control.name << field.control.index;
+        }
+        for (Long item = 0; item < count; ++item) {
+            SCOPED_TRACE(testing::Message() << field.control.name << field.control.index << " item " << item);
+            std::vector<Byte> after = before;
+            Byte &byte = after[addressOf(field, 0)];
+            byte = static_cast<Byte>((byte & ~field.mask()) | bitsOfItem(field, item) << field.bit);
+            const auto choose = [&](Person &person, const Control &control) {
+                EXPECT_TRUE(isCheck ? person.form.check(control, item != 0) : person.form.choose(control, item));
+            };
+            expectStored(field, before, after, choose, [&](const Control &control) {
+                EXPECT_EQ(isCheck ? Long{control.checked()} : control.listIndex(), item);
+            });
+        }
+    }
+}
 
-/// Elements of `control` from 0 on, or the control itself, show `bits` of the byte at `address`.
-struct BitRows {
-    std::vector<int> modes;
-    const char *control;
-    Long address;
-    std::vector<int> bits;
-    Integer first = 0;
-    bool inverted = false; ///< a bit that is 1 shows item 0, or checks the box
-};
+TEST_P(FieldsAndBytes, Numbers) {
+    const std::vector<Byte> before = image();
+    constexpr Byte typedBytes[] = {0x0F, 0x1E, 0x2D, 0x3C};
+    for (const Field &field : layout.fields) {
+        const bool isWord = field.kind == FieldKind::hexWord;
+        if (!isWord && field.kind != FieldKind::hexNumber) continue;
+        if (!layout.isShown(field)) continue;
+        SCOPED_TRACE(field.control.name);
+        std::vector<Byte> after = before;
+        for (std::size_t k = 0; k < field.byteCount; ++k)
+            after[addressOf(field, k)] = typedBytes[field.byteCount - 1 - k];
+        const std::size_t digits = std::size_t{2} * field.byteCount;
+        const auto paste = [&](Person &person, const Control &box) {
+            person.paste(box.name(), box.index(), std::u16string_view(u"0f1E2d3C").substr(0, digits));
+        };
+        expectStored(field, before, after, paste, [&](const Control &box) {
+            const std::u16string_view number = u"F1E2D3C";
+            EXPECT_EQ(toUtf8(box.text()), isWord ? "0F1E2D3C" : toUtf8(number.substr(0, digits - 1)));
+        });
+    }
+}
 
-const std::vector<int> eight = {0, 1, 2, 3, 4, 5, 6, 7};
-const std::vector<int> modes65 = {13, 14, 15, 18, 30, 31, 32, 55, 56, 58, 59, 60, 61, 62};
-const BitRows bitRows[] = {
-    {{1}, "Check1", t, {4, 3, 0}, 0, true},
-    {{1}, "Check2", t + 1, {4, 1, 0}, 0, true},
-    {{1}, "Check3", t + 2, {7, 5, 3}, 0, true},
-    {{2}, "Check1", t, {3, 4}, 0, true},
-    {{2}, "Check2", t + 1, {6, 5, 4, 3}, 0, true},
-    {{2}, "Check3", t + 2, {7, 6, 5, 3}, 0, true},
-    {{3, 4, 6, 10}, "Combo1", 2 * t, eight},
-    {{3, 4, 6, 10}, "Combo2", 2 * t + 1, eight},
-    {{10}, "Combo3", 2 * t + 2, {0, 1, 2, 3, 4}},
-    {{3, 4, 6, 10}, "Check1", 2 * t + 4, {0}, noIndex},
-    {{3, 4, 6, 10}, "Combo4", 2 * t + 7, {0, 1}},
-    {{12}, "Combo1", 2 * t, {0, 1, 2, 4, 5, 6}},
-    {{12}, "Combo2", 2 * t + 1, {0, 1}},
-    {modes65, "Combo1", 2 * t, eight},
-    {modes65, "Combo2", 2 * t + 1, eight},
-    {{14, 15, 18, 55, 56}, "Combo3", 2 * t + 2, {0, 1, 2, 3, 4, 5}},
-    {{58, 59}, "Combo3", 2 * t + 2, {0, 1, 2, 4, 5, 6, 7}},
-    {modes65, "Check1", 2 * t + 4, {0}, noIndex},
-    {modes65, "Combo4", 2 * t + 7, {0, 1, 2, 3, 4, 5}},
-    {{22, 26}, "Combo1", t, {4}, noIndex, true},
-    {{22, 26}, "Combo3", t, {0}, noIndex, true},
-    {{23, 24, 25}, "Combo1", t, eight},
-    {{23, 24, 25}, "Combo2", t + 1, eight},
-    {{23, 24, 25}, "Combo3", t + 2, eight},
-    {{24, 25}, "Combo4", t + 4, {7}},
-    {{23, 24, 25}, "Combo4", t + 3, {1, 2, 3, 4, 5, 6, 7}, 1},
-    {{39, 41}, "Combo1", 4159, {2}},
-    {{40, 43, 44}, "Combo1", 4159, {1, 0}, 1, true},
-    {{50}, "Combo1", t + 1, {7, 6, 5, 4}},
-    {{50}, "Combo2", t + 1, {3, 2, 1, 0}},
-    {{50}, "Combo3", t + 2, {6}, noIndex},
-    {{50}, "Combo4", t + 2, {1}, noIndex},
-    {{50}, "Combo5", t + 2, {0}, noIndex},
-    {{50}, "Combo6", t + 3, {0, 1, 2, 3, 4}},
-    {{50}, "Combo7", t + 4, {0, 1, 2, 3, 4, 5}},
-    {{50}, "Combo8", t + 5, eight},
-    {{51}, "Combo1", 4159, {3, 2}, 1},
-    {{51}, "Combo1", 4159, {0}, 3, true},
-};
+/// What OK makes of a byte: bits are forced, or kept.
+Byte afterOk(const EditorLayout &layout, const ConfigByte &byte, int value) {
+    if (!byte.written) return static_cast<Byte>(value);
+    for (const Field &field : layout.fields) {
+        if (field.byteCount == 0 || field.offsets[0] != byte.offset) continue;
+        const int size = value >> 1 & 7;
+        if (field.coding == Coding::indexOrFirst) value = value < 4 ? value : 0;
+        if (field.coding == Coding::wholeSize) value = (value & ~0x0E) | (size == 6 || size == 0 ? 0 : 0x0E);
+    }
+    return static_cast<Byte>((value & ~byte.fixedMask) | byte.fixedValue);
+}
 
-TEST_F(EditorTest, EachRowShowsItsBit) {
-    for (const BitRows &c : bitRows) {
-        for (const int mode : c.modes) {
-            for (const int set : c.bits) {
-                device(static_cast<Byte>(mode), t, 20);
-                poke(c.address, {1 << set});
-                open([&](Person &person) {
-                    for (std::size_t row = 0; row < c.bits.size(); ++row) {
-                        const auto index = static_cast<Integer>(c.first + static_cast<Integer>(row));
-                        const Control &control = person.at(c.control, index);
-                        const bool isOne = control.checked() || control.listIndex() == 1;
-                        EXPECT_EQ(isOne, (c.bits[row] == set) != c.inverted)
-                            << "mode " << mode << ' ' << c.control << index << " bit " << set;
-                    }
-                });
+TEST_P(FieldsAndBytes, OkForcesBitsAndKeepsAllOthers) {
+    std::vector<Byte> after = image();
+    for (const ConfigByte &byte : layout.bytes) {
+        const auto address = static_cast<std::size_t>(configAddress(layout.base, byte.offset, t));
+        const auto mirror = layout.mirrored ? static_cast<std::size_t>(t) : address;
+        for (int value = 0; value < 256; ++value) {
+            SCOPED_TRACE(testing::Message() << "byte " << byte.offset << " = " << value);
+            std::vector<Byte> before = after;
+            before[address] = before[mirror] = static_cast<Byte>(value);
+            after[address] = after[mirror] = afterOk(layout, byte, value);
+            restore(before);
+            open([](Person &person) { person.cancel(); });
+            ASSERT_TRUE(image() == before) << "Cancel changes nothing";
+            for (const char *times : {"once", "twice"}) {
+                open([](Person &person) { person.ok(); });
+                ASSERT_TRUE(image() == after) << "OK " << times;
             }
         }
     }
 }
 
-TEST_F(EditorTest, FieldsOfSeveralBitsShowTheirValue) {
+INSTANTIATE_TEST_SUITE_P(All, FieldsAndBytes, ::testing::ValuesIn(editorModes),
+                         [](const auto &parameter) { return std::to_string(parameter.param); });
+
+TEST_F(EditorTest, BytesThatNoItemStandsFor) {
     const struct {
         Byte mode;
-        const char *control;
-        Integer index;
+        const char *list;
         Long address;
-        int value;
+        int stored;
         Long shown;
-    } values[] = {
-        {1, "Combo1", noIndex, t, 0x7F, 3},     {2, "Combo1", noIndex, t, 0xA0, 5},
-        {1, "Combo2", noIndex, t + 2, 0xFE, 6}, {2, "Combo2", noIndex, t + 2, 1, 1},
-        {41, "Combo1", 1, 4159, 0xE5, 14},      {51, "Combo1", 0, 4159, 0x1F, 1},
-        {26, "Combo2", noIndex, t, 0x0C, 1},    {26, "Combo2", noIndex, t, 0xF2, 6},
+        std::u16string_view text;
+    } cases[] = {
+        {13, "Combo5", 2 * t + 8, 3, 3, u"8 MHz"}, {13, "Combo5", 2 * t + 8, 4, 0, u"1 MHz"},
+        {22, "Combo2", t, 6 << 1, 1, u" 2k"},      {22, "Combo2", t, 5 << 1, -1, u""},
+        {22, "Combo2", t, 1 << 1, -1, u""},
     };
-    for (const auto &c : values) {
+    for (const auto &c : cases) {
         device(c.mode);
-        poke(c.address, {c.value});
-        open([&](Person &person) { EXPECT_EQ(person.at(c.control, c.index).listIndex(), c.shown) << int(c.mode); });
+        poke(c.address, {c.stored});
+        open([&](Person &person) {
+            EXPECT_EQ(person.at(c.list).listIndex(), c.shown) << int(c.mode) << " stored " << c.stored;
+            EXPECT_EQ(toUtf8(person.at(c.list).text()), toUtf8(c.text));
+        });
     }
+}
+
+TEST_F(EditorTest, TheBoundaryStoresItsLowByte) {
+    device(2);
+    open([](Person &person) {
+        person.paste("Text1", noIndex, u"ABCD3f");
+        person.ok();
+    });
+    EXPECT_EQ(peek(t + 3, 1), std::vector<int>{0x3F});
 }
 
 } // namespace

@@ -64,34 +64,6 @@ TEST_F(DialogLayouts, LinesFollowOneAnotherWithoutAGap) {
     });
 }
 
-TEST_F(DialogLayouts, TallFormsStandInTwoColumnsInOrder) {
-    const struct {
-        Byte mode;
-        Integer columns; ///< of the form's blocks
-        std::vector<std::string> second;
-    } cases[] = {
-        {12, 1, {}},
-        {64, 1, {}},
-        {2, 2, {"Frame3", "Frame4"}},
-        {15, 2, {"Frame3", "Frame4", "Frame5"}},
-        {13, 2, {"Frame4", "Frame5"}},
-        {50, 2, {"Frame6", "Frame7"}},
-    };
-    for (const auto &expected : cases) {
-        SCOPED_TRACE(static_cast<int>(expected.mode));
-        device(expected.mode);
-        open([&](Person &person) {
-            const DialogLayout layout = dialogLayout(person.form);
-            std::vector<std::string> second;
-            for (const Placement &place : layout.placements)
-                if (place.control->kind() == ControlKind::frame && place.column == 1)
-                    second.push_back(place.control->name());
-            EXPECT_EQ(second, expected.second);
-            person.cancel();
-        });
-    }
-}
-
 TEST_F(DialogLayouts, AccessKeysDoNotClashAndReachTheButtons) {
     for (const Long language : {0, 3000, 6000, 24000, 33000}) {
         forEachMode(language, [language](Form &form, const DialogLayout &layout) {

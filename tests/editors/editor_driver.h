@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <initializer_list>
 #include <stdexcept>
 #include <string_view>
@@ -72,6 +73,9 @@ class EditorTest : public ::testing::Test {
     std::vector<Byte> image() {
         const auto all = plugin.host.ibuffer.range(0, static_cast<Long>(plugin.host.ibuffer.count()));
         return {all.begin(), all.end()};
+    }
+    void restore(const std::vector<Byte> &bytes) {
+        std::copy(bytes.begin(), bytes.end(), plugin.host.ibuffer.range(0, static_cast<Long>(bytes.size())).begin());
     }
     /// The number of the error that opening raises, 0 when it raises none.
     int openError(const std::function<void(Person &)> &script = [](Person &) {}) {

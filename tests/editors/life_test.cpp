@@ -10,49 +10,6 @@ constexpr int overflow = static_cast<int>(ErrorNumber::overflow);
 constexpr int subscript = static_cast<int>(ErrorNumber::subscript);
 constexpr int invalidCall = static_cast<int>(ErrorNumber::invalidCall);
 
-TEST_F(EditorTest, EachModeOpensItsEditor) {
-    device(0);
-    const auto editorName = [](int mode) -> std::string {
-        switch (mode) {
-        case 1:
-        case 2: return "edit_figmpu62";
-        case 3:
-        case 4:
-        case 6:
-        case 10: return "edit_figmpu63";
-        case 12: return "edit_figmpu64";
-        case 22:
-        case 26: return "edit_figmpu66";
-        case 23:
-        case 24:
-        case 25: return "edit_figmpu67";
-        case 39:
-        case 40:
-        case 41:
-        case 43:
-        case 44: return "edit_figmpu68";
-        case 45:
-        case 46:
-        case 47:
-        case 48:
-        case 49: return "edit_figmpu69";
-        case 50: return "edit_figmpu600";
-        case 51: return "edit_figmpu601";
-        case 64: return "edit_figmpu602";
-        default:
-            return std::find(std::begin(editorModes), std::end(editorModes), mode) != std::end(editorModes)
-                       ? "edit_figmpu65"
-                       : "";
-        }
-    };
-    for (int mode = 0; mode < 256; ++mode) {
-        device(static_cast<Byte>(mode));
-        std::string opened;
-        open([&](Person &person) { opened = person.form.name(); });
-        EXPECT_EQ(opened, editorName(mode)) << mode;
-    }
-}
-
 TEST_F(EditorTest, TheInstanceIsKeptAndReadsTheBytesAnew) {
     device(12, 2048, 20);
     Form *first = nullptr;
@@ -163,24 +120,6 @@ TEST_F(EditorTest, TheCalibrationAddressFollowsItsCheckBox) {
             EXPECT_TRUE(person.form.click(person.at("Check1")));
             expectAddress(flag == 0);
         });
-    }
-}
-
-TEST_F(EditorTest, TheCalibrationClockOpensAtTheStoredIndex) {
-    for (const auto &[stored, shown] : {std::pair{0, 0}, {3, 3}, {4, 0}, {255, 0}}) {
-        device(13);
-        poke(2 * 2048 + 8, {stored});
-        open([&, shown = shown](Person &person) { EXPECT_EQ(person.at("Combo5").listIndex(), shown); });
-    }
-}
-
-TEST_F(EditorTest, ThePortRowIsReadFromTheLastRegister) {
-    for (const Byte mode : {Byte{24}, Byte{25}}) {
-        for (const auto &[stored, shown] : {std::pair{0x4A, 0}, {0xCA, 1}}) {
-            device(mode);
-            poke(2048, {0, 0, 0, 0xFF, stored});
-            open([&, shown = shown](Person &person) { EXPECT_EQ(person.at("Combo4", 0).listIndex(), shown); });
-        }
     }
 }
 
