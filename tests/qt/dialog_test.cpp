@@ -94,44 +94,40 @@ struct KeyPress {
 };
 
 TEST_F(QtDialogs, HexBoxesTakeWhatTheModelTakes) {
+    const KeyPress all{Qt::Key_A, Qt::ControlModifier};
+    const KeyPress paste{Qt::Key_V, Qt::ControlModifier};
     const struct {
         const char *what;
+        std::uint8_t mode;
+        const char *box;
         std::vector<KeyPress> keys;
-        QString text;
+        const char *clipboard, *text;
     } cases[] = {
-        {"no digits", {{Qt::Key_G}, {Qt::Key_Minus}, {Qt::Key_Backspace}, {Qt::Key_Delete}}, "FFFFFFFF"},
-        {"editing keys", {{Qt::Key_X, Qt::ControlModifier}, {Qt::Key_Z, Qt::ControlModifier}}, "FFFFFFFF"},
-        {"the digit behind the caret", {{Qt::Key_A}, {Qt::Key_B}}, "abFFFFFF"},
-        {"a selected digit", {{Qt::Key_Right}, {Qt::Key_Right, Qt::ShiftModifier}, {Qt::Key_A}}, "FaFFFFFF"},
-        {"behind the last digit", {{Qt::Key_End}, {Qt::Key_1}}, "FFFFFFFF"},
-        {"the last digit", {{Qt::Key_End}, {Qt::Key_Left}, {Qt::Key_1}}, "FFFFFFF1"},
-        {"the clipboard", {{Qt::Key_A, Qt::ControlModifier}, {Qt::Key_V, Qt::ControlModifier}}, "0123ABCD"},
+        {"no digits", 46, "Text1(0)", {{Qt::Key_G}, {Qt::Key_Minus}, {Qt::Key_Backspace}}, "", "FFFFFFFF"},
+        {"editing keys", 46, "Text1(0)", {{Qt::Key_Delete}, {Qt::Key_X, Qt::ControlModifier}}, "", "FFFFFFFF"},
+        {"undo", 46, "Text1(0)", {{Qt::Key_Z, Qt::ControlModifier}}, "", "FFFFFFFF"},
+        {"behind the caret", 46, "Text1(0)", {{Qt::Key_A}, {Qt::Key_B}}, "", "abFFFFFF"},
+        {"selected",
+         46,
+         "Text1(0)",
+         {{Qt::Key_Right}, {Qt::Key_Right, Qt::ShiftModifier}, {Qt::Key_A}},
+         "",
+         "FaFFFFFF"},
+        {"behind the last digit", 46, "Text1(0)", {{Qt::Key_End}, {Qt::Key_1}}, "", "FFFFFFFF"},
+        {"the last digit", 46, "Text1(0)", {{Qt::Key_End}, {Qt::Key_Left}, {Qt::Key_1}}, "", "FFFFFFF1"},
+        {"paste", 46, "Text1(0)", {all, paste}, "0123ABCD", "0123ABCD"},
+        {"nothing pasted", 3, "Text1(1)", {all, paste}, "", "FFFF"}, // erased bytes have the address row enabled
+        {"nothing pasted", 15, "Text1(1)", {all, paste}, "", "0"},
     };
-    QApplication::clipboard()->setText("0123ABCD");
     for (const auto &expected : cases)
-        open(46, [&](QDialog &dialog) {
-            tabTo(dialog, "Text1(0)");
+        open(expected.mode, [&](QDialog &dialog) {
+            QApplication::clipboard()->setText(expected.clipboard);
+            tabTo(dialog, expected.box);
             auto *box = qobject_cast<QLineEdit *>(dialog.focusWidget());
             box->setCursorPosition(0);
             for (const KeyPress &key : expected.keys)
                 press(dialog, key.key, key.modifiers);
-            EXPECT_EQ(box->text(), expected.text) << expected.what;
-            press(dialog, Qt::Key_Escape);
-        });
-}
-
-TEST_F(QtDialogs, AnEmptyPasteFollowsTheRuleOfTheBox) {
-    constexpr struct {
-        std::uint8_t mode;
-        const char *text;
-    } cases[] = {{3, "FFFF"}, {15, "0"}};
-    QApplication::clipboard()->clear();
-    for (const auto &expected : cases) // the erased bytes have the address row enabled
-        open(expected.mode, [&](QDialog &dialog) {
-            tabTo(dialog, "Text1(1)");
-            press(dialog, Qt::Key_A, Qt::ControlModifier);
-            press(dialog, Qt::Key_V, Qt::ControlModifier);
-            EXPECT_EQ(qobject_cast<QLineEdit *>(dialog.focusWidget())->text(), expected.text);
+            EXPECT_EQ(box->text(), expected.text) << expected.what << " in mode " << int{expected.mode};
             press(dialog, Qt::Key_Escape);
         });
 }
