@@ -24,8 +24,13 @@ namespace {
 constexpr std::uint8_t untouched = 0xA5;
 using Image = std::array<std::uint8_t, 64>;
 
+struct Format {
+    FileFormat format;
+    std::string text;
+};
+
 /// The bytes 0 to 47 at address 0.
-constexpr std::pair<FileFormat, std::string_view> files[] = {
+const Format files[] = {
     {FileFormat::intelHex, ":10000000000102030405060708090A0B0C0D0E0F78\n"
                            ":10001000101112131415161718191A1B1C1D1E1F68\n"
                            ":10002000202122232425262728292A2B2C2D2E2F58\n"
@@ -77,9 +82,9 @@ class LoadFiles : public testing::Test {
 
 TEST_F(LoadFiles, CutAtEveryLength) {
     for (const auto &[format, text] : files) {
-        EXPECT_EQ(load(format, std::string(text)), whole());
+        EXPECT_EQ(load(format, text), whole());
         for (std::size_t length = 0; length < text.size(); ++length) {
-            const auto image = load(format, std::string(text.substr(0, length)));
+            const auto image = load(format, text.substr(0, length));
             EXPECT_EQ(image.value_or(whole()), whole()) << length << " of " << text.size() << " bytes";
         }
     }
@@ -91,7 +96,7 @@ TEST_F(LoadFiles, EverySingleBitFlipped) {
             const std::size_t at = bit / 8;
             // No checksum covers an S-record's type.
             if (format == FileFormat::sRecord && at > 0 && text[at - 1] == 'S') continue;
-            std::string spoilt(text);
+            std::string spoilt = text;
             spoilt[at] = static_cast<char>(spoilt[at] ^ (1 << bit % 8));
             const auto image = load(format, spoilt);
             EXPECT_EQ(image.value_or(whole()), whole()) << "bit " << bit % 8 << " of byte " << at;
@@ -117,7 +122,7 @@ TEST_F(LoadFiles, WhatIsNoReadableFileIsRejected) {
         {"a link to itself", [this] { std::filesystem::create_symlink("file", path); }},
         {"no permission",
          [this] {
-             write(files()[0].text);
+             write(files[0].text);
              std::filesystem::permissions(path, std::filesystem::perms::none);
          }},
     };
@@ -134,7 +139,7 @@ TEST_F(LoadFiles, WhatIsNoReadableFileIsRejected) {
 }
 
 TEST_F(LoadFiles, ChangingWhileItIsRead) {
-    for (const auto &[format, text] : files()) {
+    for (const auto &[format, text] : files) {
         write(text);
         const std::jthread writer([this, &content = text](const std::stop_token &stop) {
             while (!stop.stop_requested()) {
