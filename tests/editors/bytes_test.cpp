@@ -121,17 +121,16 @@ TEST_P(FieldsAndBytes, OkForcesBitsAndKeepsAllOthers) {
         const auto address = static_cast<std::size_t>(configAddress(layout.base, byte.offset, t));
         const auto mirror = layout.mirrored ? static_cast<std::size_t>(t) : address;
         for (int value = 0; value < 256; ++value) {
-            SCOPED_TRACE(testing::Message() << "byte " << byte.offset << " = " << value);
             std::vector<Byte> before = after;
             before[address] = before[mirror] = static_cast<Byte>(value);
             after[address] = after[mirror] = afterOk(layout, byte, value);
             restore(before);
-            open([](Person &person) { person.cancel(); });
-            ASSERT_TRUE(image() == before) << "Cancel changes nothing";
-            for (const char *times : {"once", "twice"}) {
-                open([](Person &person) { person.ok(); });
-                ASSERT_TRUE(image() == after) << "OK " << times;
+            if (value == 0) {
+                open([](Person &person) { person.cancel(); });
+                ASSERT_TRUE(image() == before) << "Cancel changes nothing; byte " << byte.offset;
             }
+            open([](Person &person) { person.ok(); });
+            ASSERT_TRUE(image() == after) << "byte " << byte.offset << " = " << value;
         }
     }
 }
