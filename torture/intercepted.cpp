@@ -1,12 +1,10 @@
-// Allocations and system calls of the plug-in, which reach it past every interface. The linker sends
-// the calls of this program's own code here (--wrap); other libraries keep the real ones.
+// System calls of the plug-in, which it makes past every interface. The linker sends the calls of this
+// program's own code here (--wrap); other libraries keep the real ones.
 #include "injector.h"
 
 #include <cerrno>
 #include <cstdarg>
-#include <cstdlib>
 #include <fcntl.h>
-#include <new>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -22,14 +20,6 @@ int failure() {
 }
 
 } // namespace
-
-void *operator new(std::size_t size) {
-    void *memory = kx3::torture::injector().strikeAllocation() ? nullptr : std::malloc(size);
-    if (memory == nullptr) throw std::bad_alloc();
-    return memory;
-}
-void operator delete(void *memory) noexcept { std::free(memory); }
-void operator delete(void *memory, std::size_t) noexcept { std::free(memory); }
 
 // A failing call returns `error`; a call that gives a pointer or a number of its own is cast by it.
 #define KX3_INTERCEPT(result, name, parameters, arguments, error)                                                      \
