@@ -25,6 +25,19 @@ class ComThread {
     ComThread &operator=(const ComThread &) = delete;
 };
 
+/// The identifier of a registered class; GUID_NULL when there is none.
+inline CLSID classIdOf(const wchar_t *progId) {
+    CLSID classId{};
+    ::CLSIDFromProgID(progId, &classId);
+    return classId;
+}
+
+template <class Interface> com::ComPtr<Interface> createByName(const wchar_t *progId) {
+    com::ComPtr<Interface> made;
+    ::CoCreateInstance(classIdOf(progId), nullptr, CLSCTX_INPROC_SERVER, __uuidof(Interface), com::receive(made));
+    return made;
+}
+
 /// The plug-in's file, loaded by hand.
 class LoadedPlugin {
   public:

@@ -1,10 +1,7 @@
 // The built library as a host that links against its interface sees it.
 
 #include "host/memory/block_table.h"
-#include "windows/host.h"
-
-#include <gtest/gtest.h>
-#include <optional>
+#include "windows/suite_host.h"
 
 namespace kx3::test {
 namespace {
@@ -19,15 +16,14 @@ class Plugin : public ::testing::Test {
   protected:
     ComThread com;
     LoadedPlugin plugin;
+    ComPtr<::_clsMPU> mpu = plugin.create();
+    SHORT instance = 21;
 };
 
-SHORT instance = 21;
-
-TEST_F(Plugin, AttachesToTheHostsBlocksAndMakesTheOthers) {
-    const HostBlock length("tamselbuflength21", 40);
-    const HostBlock large("tamselibuf121", 10000);
-    length.at<Long>(0) = 1000;
-    const auto mpu = plugin.create();
+TEST_F(Plugin, WorksOnTheHostsBlocksAndMakesTheOthers) {
+    SuiteHost host(instance, 1000);
+    host.at<Byte>("prgmode") = 12;
+    host.at<Long>("tlength") = 16;
     EXPECT_FALSE(blockExists("tamselalgobuf21")) << "creation attaches nothing";
 
     ASSERT_EQ(mpu->bufcommpu6(&instance), S_OK);
@@ -37,49 +33,22 @@ TEST_F(Plugin, AttachesToTheHostsBlocksAndMakesTheOthers) {
     EXPECT_EQ(buflg, 1000);
     for (const BlockRow &row : blockTable)
         EXPECT_TRUE(blockExists(blockName(row, 21).c_str())) << row.root;
+    EXPECT_TRUE(blockExists("tamselibuffer66"));
 
-    EXPECT_TRUE(blockExists("tamselibuffer"));
+    const std::vector<Byte> before(host.buffer(), host.buffer() + 64);
+    EXPECT_EQ(mpu->sinitmpu6(), S_OK);
+    EXPECT_FALSE(std::equal(before.begin(), before.end(), host.buffer())) << "mode 12 has defaults";
     EXPECT_EQ(mpu->freesharebuffermpu6(), S_OK);
-    EXPECT_FALSE(blockExists("tamselibuffer"));
     EXPECT_FALSE(blockExists("tamselibuffer66"));
-    EXPECT_TRUE(blockExists("tamselalgobuf21"));
-}
-
-TEST_F(Plugin, EndOfAnObjectReleasesTheMainBlocksAlone) {
-    auto mpu = plugin.create();
-    ASSERT_EQ(mpu->bufcommpu6(&instance), S_OK);
-    mpu.reset();
-    EXPECT_FALSE(blockExists("tamselalgobuf21"));
-    EXPECT_TRUE(blockExists("tamselibuffer"));
-    EXPECT_EQ(plugin.create()->freesharebuffermpu6(), S_OK);
-    EXPECT_FALSE(blockExists("tamselibuffer"));
-}
-
-TEST_F(Plugin, WritesTheDefaultsIntoTheHostsBuffer) {
-    const HostBlock length("tamselbuflength21", 40);
-    const HostBlock mode("tamselprgmode21", 40);
-    const HostBlock image("tamseltlength21", 40);
-    length.at<Long>(0) = 16;
-    mode.at<Byte>(0) = 12;
-    image.at<Long>(0) = 16;
-    const auto mpu = plugin.create();
-    ASSERT_EQ(mpu->bufcommpu6(&instance), S_OK);
-    const HostBlock buffer("tamselibuffer", 4096);
-    std::vector<Byte> before(&buffer.at<Byte>(0), &buffer.at<Byte>(64));
-    ASSERT_EQ(mpu->sinitmpu6(), S_OK);
-    const std::vector<Byte> after(&buffer.at<Byte>(0), &buffer.at<Byte>(64));
-    EXPECT_NE(before, after) << "mode 12 has defaults behind the image";
-    EXPECT_EQ(mpu->freesharebuffermpu6(), S_OK);
+    EXPECT_TRUE(blockExists("tamselalgobuf21")) << "released by the object's end";
 }
 
 TEST_F(Plugin, FailuresCarryStatusAndText) {
-    const auto mpu = plugin.create();
     VARIANT_BOOL usbenable = VARIANT_TRUE;
     EXPECT_EQ(mpu->runMpu6Prg(&usbenable), subscriptStatus);
     EXPECT_EQ(takeErrorText(), L"Subscript out of range");
     EXPECT_EQ(usbenable, VARIANT_TRUE);
     EXPECT_EQ(mpu->editfigmpu6(), subscriptStatus);
-    EXPECT_EQ(mpu->sinitmpu6(), subscriptStatus);
 
     const HostBlock length("tamselbuflength21", 40);
     length.at<Long>(0) = 0x7FFFFFFF - 2199;
@@ -94,7 +63,6 @@ TEST_F(Plugin, FailuresCarryStatusAndText) {
 
 TEST_F(Plugin, BlockThatCannotBeHadIsShownAndTheOthersAreAttached) {
     const platform::UniqueHandle inTheWay(::CreateEventA(nullptr, TRUE, FALSE, "tamselprgmode21"));
-    const auto mpu = plugin.create();
     const BoxPresser presser;
     EXPECT_EQ(mpu->bufcommpu6(&instance), S_OK);
     EXPECT_EQ(presser.texts(), std::vector<std::wstring>{L"Unable to create memory mapped file"});
@@ -104,7 +72,6 @@ TEST_F(Plugin, BlockThatCannotBeHadIsShownAndTheOthersAreAttached) {
 }
 
 TEST_F(Plugin, NullPointersAreRefusedByName) {
-    const auto mpu = plugin.create();
     const std::pair<const wchar_t *, std::function<HRESULT()>> cases[] = {
         {L"buflg", [&] { return mpu->get_buflg(nullptr); }},
         {L"exitpower", [&] { return mpu->get_exitpower(nullptr); }},
@@ -127,7 +94,6 @@ TEST_F(Plugin, NullPointersAreRefusedByName) {
 }
 
 TEST_F(Plugin, OnlyItsOwnInterfacesAndClassAreFound) {
-    const auto mpu = plugin.create();
     ComPtr<IUnknown> found;
     for (const IID &id : {IID_IUnknown, IID_IDispatch, __uuidof(::_clsMPU), IID_ISupportErrorInfo})
         EXPECT_EQ(mpu->QueryInterface(id, receive(found)), S_OK);
@@ -145,7 +111,6 @@ TEST_F(Plugin, OnlyItsOwnInterfacesAndClassAreFound) {
 }
 
 TEST_F(Plugin, ExitpowerIsTheHostsOwn) {
-    const auto mpu = plugin.create();
     VARIANT_BOOL value = VARIANT_TRUE;
     EXPECT_EQ(mpu->get_exitpower(&value), S_OK);
     EXPECT_EQ(value, VARIANT_FALSE);

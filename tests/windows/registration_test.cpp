@@ -11,12 +11,20 @@ using com::receive;
 
 constexpr wchar_t progId[] = L"kx3mpu6.clsMPU";
 
-std::wstring valueOf(HKEY root, const std::wstring &key, const wchar_t *name = nullptr) {
+constexpr wchar_t classes[] = L"Software\\Classes\\";
+
+std::wstring valueOf(HKEY root, const std::wstring &key, const wchar_t *name) {
     wchar_t text[512] = {};
     DWORD bytes = sizeof text;
-    const std::wstring path = L"Software\\Classes\\" + key;
-    const LSTATUS error = ::RegGetValueW(root, path.c_str(), name, RRF_RT_REG_SZ, nullptr, text, &bytes);
+    const LSTATUS error = ::RegGetValueW(root, (classes + key).c_str(), name, RRF_RT_REG_SZ, nullptr, text, &bytes);
     return error == ERROR_SUCCESS ? text : L"(none)";
+}
+
+bool exists(HKEY root, const std::wstring &key) {
+    HKEY opened = nullptr;
+    const LSTATUS error = ::RegOpenKeyExW(root, (classes + key).c_str(), 0, KEY_READ, &opened);
+    if (error == ERROR_SUCCESS) ::RegCloseKey(opened);
+    return error != ERROR_FILE_NOT_FOUND;
 }
 
 class Registration : public ::testing::Test {
@@ -30,29 +38,32 @@ class Registration : public ::testing::Test {
         ::StringFromGUID2(identifier, buffer, 39);
         return buffer;
     }
-    void expectEntries(HKEY root) const {
+    /// All entries, or none.
+    void expectEntries(HKEY root, bool present = true) const {
         wchar_t path[MAX_PATH];
         ::GetModuleFileNameW(plugin.get(), path, MAX_PATH);
-        const std::wstring classKey = L"CLSID\\" + text(__uuidof(::clsMPU));
+        const std::wstring classId = text(__uuidof(::clsMPU));
+        const std::wstring classKey = L"CLSID\\" + classId;
         const std::wstring interfaceKey = L"Interface\\" + text(__uuidof(::_clsMPU));
         const std::wstring library = text(LIBID_kx3mpu6);
-        EXPECT_EQ(valueOf(root, std::wstring(progId) + L"\\CLSID"), text(__uuidof(::clsMPU)));
-        EXPECT_EQ(valueOf(root, classKey + L"\\ProgID"), progId);
-        EXPECT_EQ(valueOf(root, classKey + L"\\InprocServer32"), path);
-        EXPECT_EQ(valueOf(root, classKey + L"\\InprocServer32", L"ThreadingModel"), L"Apartment");
-        EXPECT_EQ(valueOf(root, classKey + L"\\TypeLib"), library);
-        EXPECT_EQ(valueOf(root, interfaceKey), L"_clsMPU");
-        EXPECT_EQ(valueOf(root, interfaceKey + L"\\TypeLib"), library);
-        EXPECT_EQ(valueOf(root, L"TypeLib\\" + library + L"\\1.0\\0\\win32"), path);
-    }
-    void expectNoEntries(HKEY root) const {
-        for (const std::wstring &key :
-             {std::wstring(progId), L"CLSID\\" + text(__uuidof(::clsMPU)), L"Interface\\" + text(__uuidof(::_clsMPU)),
-              L"TypeLib\\" + text(LIBID_kx3mpu6)}) {
-            HKEY opened = nullptr;
-            EXPECT_EQ(::RegOpenKeyExW(root, (L"Software\\Classes\\" + key).c_str(), 0, KEY_READ, &opened),
-                      ERROR_FILE_NOT_FOUND);
-        }
+        const struct {
+            std::wstring key;
+            const wchar_t *name;
+            std::wstring value;
+        } entries[] = {
+            {std::wstring(progId) + L"\\CLSID", nullptr, classId},
+            {classKey + L"\\ProgID", nullptr, progId},
+            {classKey + L"\\InprocServer32", nullptr, path},
+            {classKey + L"\\InprocServer32", L"ThreadingModel", L"Apartment"},
+            {classKey + L"\\TypeLib", nullptr, library},
+            {interfaceKey, nullptr, L"_clsMPU"},
+            {interfaceKey + L"\\TypeLib", nullptr, library},
+            {L"TypeLib\\" + library + L"\\1.0\\0\\win32", nullptr, path},
+        };
+        for (const auto &entry : entries)
+            EXPECT_EQ(valueOf(root, entry.key, entry.name), present ? entry.value : L"(none)");
+        for (const std::wstring &key : {std::wstring(progId), classKey, interfaceKey, L"TypeLib\\" + library})
+            EXPECT_EQ(exists(root, key), present);
     }
 
     ComThread com;
@@ -62,34 +73,31 @@ class Registration : public ::testing::Test {
 TEST_F(Registration, MachineWideMakesTheClassCreatable) {
     ASSERT_EQ(call("DllRegisterServer"), S_OK);
     expectEntries(HKEY_LOCAL_MACHINE);
-    CLSID classId{};
-    EXPECT_EQ(::CLSIDFromProgID(progId, &classId), S_OK);
     {
-        com::ComPtr<::_clsMPU> mpu;
-        ASSERT_EQ(::CoCreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER, __uuidof(::_clsMPU), receive(mpu)), S_OK);
+        const auto mpu = createByName<::_clsMPU>(progId);
         SHORT instance = 21;
-        EXPECT_EQ(mpu->bufcommpu6(&instance), S_OK);
+        ASSERT_TRUE(mpu && mpu->bufcommpu6(&instance) == S_OK);
         EXPECT_EQ(mpu->freesharebuffermpu6(), S_OK);
         com::ComPtr<ITypeLib> library;
         EXPECT_EQ(::LoadRegTypeLib(LIBID_kx3mpu6, 1, 0, 0, receive(library)), S_OK);
     }
     EXPECT_EQ(call("DllRegisterServer"), S_OK) << "twice is once";
     EXPECT_EQ(call("DllUnregisterServer"), S_OK);
-    expectNoEntries(HKEY_LOCAL_MACHINE);
+    expectEntries(HKEY_LOCAL_MACHINE, false);
     EXPECT_EQ(call("DllUnregisterServer"), S_OK) << "nothing left to remove";
 }
 
 TEST_F(Registration, PerUserLeavesTheMachineAlone) {
     ASSERT_EQ(install(TRUE, L"user"), S_OK);
     expectEntries(HKEY_CURRENT_USER);
-    expectNoEntries(HKEY_LOCAL_MACHINE);
+    expectEntries(HKEY_LOCAL_MACHINE, false);
     EXPECT_EQ(install(FALSE, L"user"), S_OK);
-    expectNoEntries(HKEY_CURRENT_USER);
+    expectEntries(HKEY_CURRENT_USER, false);
     EXPECT_EQ(install(TRUE, L"everybody"), E_INVALIDARG);
     EXPECT_EQ(install(TRUE, nullptr), S_OK);
     expectEntries(HKEY_LOCAL_MACHINE);
     EXPECT_EQ(install(FALSE, L""), S_OK);
-    expectNoEntries(HKEY_LOCAL_MACHINE);
+    expectEntries(HKEY_LOCAL_MACHINE, false);
 }
 
 TEST_F(Registration, CallFromAnotherApartmentIsCarriedToTheObjectsThread) {
@@ -102,12 +110,9 @@ TEST_F(Registration, CallFromAnotherApartmentIsCarriedToTheObjectsThread) {
         const ComThread apartment;
         com::ComPtr<::_clsMPU> proxy;
         EXPECT_EQ(::CoGetInterfaceAndReleaseStream(marshalled, __uuidof(::_clsMPU), receive(proxy)), S_OK);
-        if (proxy) {
-            EXPECT_NE(proxy.get(), mpu.get());
-            SHORT instance = 21;
-            EXPECT_EQ(proxy->bufcommpu6(&instance), S_OK);
-            EXPECT_EQ(proxy->freesharebuffermpu6(), S_OK);
-        }
+        EXPECT_NE(proxy.get(), mpu.get());
+        SHORT instance = 21;
+        EXPECT_TRUE(proxy && proxy->bufcommpu6(&instance) == S_OK && proxy->freesharebuffermpu6() == S_OK);
         proxy.reset();
         done = true;
     });
@@ -125,7 +130,7 @@ TEST_F(Registration, CallFromAnotherApartmentIsCarriedToTheObjectsThread) {
 }
 
 TEST_F(Registration, ManifestMakesTheClassCreatableWithoutIt) {
-    expectNoEntries(HKEY_LOCAL_MACHINE);
+    expectEntries(HKEY_LOCAL_MACHINE, false);
     std::wstring path(MAX_PATH, L'\0');
     path.resize(::GetModuleFileNameW(plugin.get(), path.data(), MAX_PATH));
     path.replace(path.rfind(L".dll"), std::wstring::npos, L".assembly.manifest");
@@ -136,14 +141,7 @@ TEST_F(Registration, ManifestMakesTheClassCreatableWithoutIt) {
     ASSERT_NE(context, INVALID_HANDLE_VALUE);
     ULONG_PTR cookie = 0;
     ASSERT_TRUE(::ActivateActCtx(context, &cookie));
-    {
-        CLSID classId{};
-        EXPECT_EQ(::CLSIDFromProgID(progId, &classId), S_OK);
-        com::ComPtr<::_clsMPU> mpu;
-        EXPECT_EQ(
-            ::CoCreateInstance(__uuidof(::clsMPU), nullptr, CLSCTX_INPROC_SERVER, __uuidof(::_clsMPU), receive(mpu)),
-            S_OK);
-    }
+    EXPECT_TRUE(createByName<::_clsMPU>(progId));
     ::DeactivateActCtx(0, cookie);
     ::ReleaseActCtx(context);
 }

@@ -78,19 +78,6 @@ struct Suite {
 
 inline constexpr wchar_t sessionHostName[] = L"kx3host.SessionHost";
 
-/// The identifier of a registered class; GUID_NULL when there is none.
-inline CLSID classIdOf(const wchar_t *progId) {
-    CLSID classId{};
-    ::CLSIDFromProgID(progId, &classId);
-    return classId;
-}
-
-template <class Interface> com::ComPtr<Interface> createByName(const wchar_t *progId) {
-    com::ComPtr<Interface> made;
-    ::CoCreateInstance(classIdOf(progId), nullptr, CLSCTX_INPROC_SERVER, __uuidof(Interface), com::receive(made));
-    return made;
-}
-
 inline VARIANT argument(Long value) {
     VARIANT made{};
     V_VT(&made) = VT_I4;

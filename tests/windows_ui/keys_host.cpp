@@ -14,11 +14,8 @@ int main(int argc, char **argv) {
     using namespace kx3::test;
     if (argc < 4) return 2;
     const ComThread com;
-    CLSID classId{};
-    kx3::com::ComPtr<::_clsMPU> mpu;
-    if (FAILED(::CLSIDFromProgID(L"kx3mpu6.clsMPU", &classId)) ||
-        FAILED(
-            ::CoCreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER, __uuidof(::_clsMPU), kx3::com::receive(mpu)))) {
+    const auto mpu = createByName<::_clsMPU>(L"kx3mpu6.clsMPU");
+    if (!mpu) {
         std::puts("the class is not registered");
         return 1;
     }
