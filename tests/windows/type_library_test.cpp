@@ -73,43 +73,38 @@ TEST_F(TypeLibrary, InterfaceIsTheTableInVtableOrder) {
     const Attributes attributes(*info);
     EXPECT_NE(attributes.data->wTypeFlags & TYPEFLAG_FOLEAUTOMATION, 0);
     ASSERT_EQ(attributes.data->cFuncs, std::size(interfaceRows));
+    ASSERT_EQ(com::members().size(), std::size(interfaceRows));
     constexpr short dispatchEntries = 7;
     for (UINT i = 0; i < std::size(interfaceRows); ++i) {
+        SCOPED_TRACE(i);
         const Row &row = interfaceRows[i];
         FUNCDESC *function = nullptr;
         ASSERT_EQ(info->GetFuncDesc(i, &function), S_OK);
         com::Bstr name;
         info->GetDocumentation(function->memid, receive(name), nullptr, nullptr, nullptr);
         EXPECT_STREQ(name.get(), row.name);
-        EXPECT_EQ(function->invkind, row.kind) << i;
-        EXPECT_EQ(function->memid, row.identifier) << i;
-        EXPECT_EQ(function->oVft, (dispatchEntries + static_cast<short>(i)) * 4) << i;
-        EXPECT_EQ(function->callconv, CC_STDCALL) << i;
-        EXPECT_EQ(function->elemdescFunc.tdesc.vt, VT_HRESULT) << i;
-        ASSERT_EQ(function->cParams, row.argument == VT_EMPTY ? 0 : 1) << i;
+        EXPECT_EQ(function->invkind, row.kind);
+        EXPECT_EQ(function->memid, row.identifier);
+        EXPECT_EQ(function->oVft, (dispatchEntries + static_cast<short>(i)) * 4);
+        EXPECT_EQ(function->callconv, CC_STDCALL);
+        EXPECT_EQ(function->elemdescFunc.tdesc.vt, VT_HRESULT);
+        ASSERT_EQ(function->cParams, row.argument == VT_EMPTY ? 0 : 1);
         if (row.argument != VT_EMPTY) {
-            const TYPEDESC &type = function->lprgelemdescParam[0].tdesc;
-            EXPECT_EQ(type.vt == VT_PTR, row.byReference) << i;
-            EXPECT_EQ(row.byReference ? type.lptdesc->vt : type.vt, row.argument) << i;
-            const USHORT direction =
-                function->lprgelemdescParam[0].paramdesc.wParamFlags & (PARAMFLAG_FIN | PARAMFLAG_FOUT);
-            const int expected = row.kind == INVOKE_PROPERTYGET   ? PARAMFLAG_FOUT
+            const ELEMDESC &argument = function->lprgelemdescParam[0];
+            EXPECT_EQ(argument.tdesc.vt == VT_PTR, row.byReference);
+            EXPECT_EQ(row.byReference ? argument.tdesc.lptdesc->vt : argument.tdesc.vt, row.argument);
+            const int direction = argument.paramdesc.wParamFlags & (PARAMFLAG_FIN | PARAMFLAG_FOUT);
+            EXPECT_EQ(direction, row.kind == INVOKE_PROPERTYGET   ? PARAMFLAG_FOUT
                                  : row.kind == INVOKE_PROPERTYPUT ? PARAMFLAG_FIN
-                                                                  : PARAMFLAG_FIN | PARAMFLAG_FOUT;
-            EXPECT_EQ(direction, expected) << i;
+                                                                  : PARAMFLAG_FIN | PARAMFLAG_FOUT);
         }
         info->ReleaseFuncDesc(function);
-    }
-}
-
-TEST_F(TypeLibrary, LateBoundTableIsTheSame) {
-    ASSERT_EQ(com::members().size(), std::size(interfaceRows));
-    for (std::size_t i = 0; i < std::size(interfaceRows); ++i) {
+        // Late-bound calls go by the same table.
         const com::Member &member = com::members()[i];
-        EXPECT_STREQ(member.name, interfaceRows[i].name);
-        EXPECT_EQ(int{member.kind}, int{interfaceRows[i].kind}) << i;
-        EXPECT_EQ(member.identifier, interfaceRows[i].identifier) << i;
-        EXPECT_EQ(member.type, interfaceRows[i].argument) << i;
+        EXPECT_STREQ(member.name, row.name);
+        EXPECT_EQ(int{member.kind}, int{row.kind});
+        EXPECT_EQ(member.identifier, row.identifier);
+        EXPECT_EQ(member.type, row.argument);
     }
 }
 

@@ -93,15 +93,23 @@ inline DialogScript::Step character(wchar_t typed) {
 /// Editors in real dialogs, opened by `editfigmpu6`.
 class DialogTest : public EditorTest {
   protected:
+    using Steps = std::vector<DialogScript::Step>;
+
     /// Open the editor of the device as set, and act on its dialog.
-    void openDialogWith(std::vector<DialogScript::Step> steps, const std::function<void(Form &)> &before = {}) {
+    void openDialogWith(const std::function<Steps()> &steps) {
         plugin.ui->onModal = [&](Form &form) {
-            if (before) before(form);
-            const DialogScript script(std::move(steps));
+            form_ = &form;
+            const DialogScript script(steps());
             win32::showModal(form);
+            EXPECT_FALSE(form.loaded());
         };
         plugin.mpu.editfigmpu6();
     }
+    void openDialogWith(const Steps &steps) {
+        openDialogWith([&] { return steps; });
+    }
+
+    Form *form_ = nullptr; ///< while its dialog is open
 };
 
 /// One mode of each editor.

@@ -2,6 +2,8 @@
 
 #include "windows_ui/dialog_driver.h"
 
+#include <algorithm>
+
 namespace kx3::test {
 namespace {
 
@@ -110,9 +112,10 @@ void expectNamed(const Form &form, const win32::FormDialog &dialog) {
 class DialogFit : public DialogTest, public ::testing::WithParamInterface<int> {};
 
 TEST_P(DialogFit, EveryModeAndLanguage) {
-    // All languages for one mode of each editor: the other modes have the same words, in other rows.
+    // All languages for one mode of each editor: the other modes have the same words, in other rows, and
+    // another scale has other sizes of both.
     const auto hasAllLanguages = [](Byte mode) {
-        return std::find(std::begin(oneModeEach), std::end(oneModeEach), mode) != std::end(oneModeEach);
+        return GetParam() == win32::designDpi && std::ranges::find(oneModeEach, mode) != std::end(oneModeEach);
     };
     constexpr Long russian = 11 * languageStep;
     for (const Byte mode : editorModes)

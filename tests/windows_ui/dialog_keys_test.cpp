@@ -1,6 +1,6 @@
 // A person at the keyboard before the real dialogs: what the keys do, and the bytes that come of it.
 
-#include "windows/host.h"
+#include "windows/suite_host.h"
 #include "windows_ui/dialog_driver.h"
 
 namespace kx3::test {
@@ -8,11 +8,11 @@ namespace {
 
 constexpr Long tlength = 2048;
 
-bool isField(const Form &form, const Control &control) {
-    return (control.kind() == ControlKind::comboBox || control.kind() == ControlKind::checkBox ||
-            control.kind() == ControlKind::textBox) &&
-           form.isShown(control) && form.isEnabled(control);
+bool isField(const Control &control) {
+    return control.kind() == ControlKind::comboBox || control.kind() == ControlKind::checkBox ||
+           control.kind() == ControlKind::textBox;
 }
+bool isOpen(const Form &form, const Control &field) { return form.isShown(field) && form.isEnabled(field); }
 
 /// The other item of a list, or its neighbour; -1 when there is none.
 Long otherItem(const Control &list) {
@@ -68,11 +68,6 @@ class DialogKeys : public DialogTest {
             EXPECT_EQ(textOfWindow(::GetFocus()), reinterpret_cast<const wchar_t *>(expected));
         };
     }
-    void openBoxes(std::vector<DialogScript::Step> steps) {
-        openDialogWith(std::move(steps), [this](Form &form) { form_ = &form; });
-    }
-
-    Form *form_ = nullptr;
 };
 
 TEST_F(DialogKeys, EveryFieldIsReachedByTabAndChangedByAKey) {
@@ -82,31 +77,30 @@ TEST_F(DialogKeys, EveryFieldIsReachedByTabAndChangedByAKey) {
         const std::vector<Byte> before = image();
         open([&](Person &person) {
             for (const Control &control : person.form.controls())
-                if (isField(person.form, control)) changeOnModel(person.form, control);
+                if (isField(control) && isOpen(person.form, control)) changeOnModel(person.form, control);
             person.ok();
         });
         const std::vector<Byte> expected = image();
         ASSERT_NE(expected, before);
 
         fresh(mode);
-        plugin.ui->onModal = [&](Form &form) {
-            std::vector<DialogScript::Step> steps;
+        openDialogWith([&] {
+            Steps steps;
             // A field that another one enables is met only then.
-            for (const Control &control : form.controls()) {
+            for (const Control &control : form_->controls()) {
+                if (!isField(control)) continue;
                 steps.emplace_back([&](HWND) {
-                    if (!isField(form, control)) return;
-                    EXPECT_EQ(form.focus(), &control) << control.name() << ' ' << control.index();
+                    if (!isOpen(*form_, control)) return;
+                    EXPECT_EQ(form_->focus(), &control) << control.name() << ' ' << control.index();
                     changeByKey(control);
                 });
                 steps.emplace_back([&](HWND) {
-                    if (isField(form, control)) postKey(VK_TAB);
+                    if (isOpen(*form_, control)) postKey(VK_TAB);
                 });
             }
             steps.push_back(key(VK_RETURN));
-            const DialogScript script(std::move(steps));
-            win32::showModal(form);
-        };
-        plugin.mpu.editfigmpu6();
+            return steps;
+        });
         EXPECT_EQ(image(), expected);
     }
 }
@@ -118,48 +112,35 @@ TEST_F(DialogKeys, EscapeCancelAndTheFrameLeaveTheBytes) {
         [](HWND dialog) { ::PostMessageW(dialog, WM_CLOSE, 0, 0); },
         [](HWND dialog) { ::PostMessageW(::GetDlgItem(dialog, IDCANCEL), BM_CLICK, 0, 0); },
     };
-    for (const Byte mode : oneModeEach)
-        for (const DialogScript::Step &ending : endings) {
-            SCOPED_TRACE(int{mode});
-            fresh(mode);
-            plugin.host.ibuffer(tlength) = plugin.host.ibuffer(4159);
-            const std::vector<Byte> before = image();
-            plugin.ui->onModal = [&](Form &form) {
-                const DialogScript script({[&](HWND) { changeByKey(*form.focus()); }, ending});
-                win32::showModal(form);
-                EXPECT_FALSE(form.loaded());
-            };
-            plugin.mpu.editfigmpu6();
-            EXPECT_EQ(image(), before);
-        }
+    for (std::size_t i = 0; i < std::size(oneModeEach); ++i) {
+        SCOPED_TRACE(int{oneModeEach[i]});
+        fresh(oneModeEach[i]);
+        plugin.host.ibuffer(tlength) = plugin.host.ibuffer(4159);
+        const std::vector<Byte> before = image();
+        openDialogWith({[&](HWND) { changeByKey(*form_->focus()); }, endings[i % std::size(endings)]});
+        EXPECT_EQ(image(), before);
+    }
 }
 
 TEST_F(DialogKeys, HexBoxesOvertype) {
     fresh(64);
     poke(tlength - 40, {0x78, 0x56, 0x34, 0x12});
-    openBoxes({select(0, 0, 1),
-               character(L'g'),
-               character(L'\b'),
-               key(VK_BACK),
-               key(VK_DELETE),
-               expectText(u"12345678"),
-               character(L'a'),
-               expectText(u"a2345678"),
-               key(VK_RIGHT),
-               character(L'b'),
-               expectText(u"a2b45678"),
-               key(VK_END),
-               key(VK_LEFT),
-               character(L'c'),
-               expectText(u"a2b4567c"),
-               key(VK_HOME),
-               character(L'F'),
-               expectText(u"F2b4567c"),
-               [](HWND) { ::SendMessageW(::GetFocus(), WM_CUT, 0, 0); },
-               [](HWND) { ::SendMessageW(::GetFocus(), WM_UNDO, 0, 0); },
-               [](HWND) { ::SendMessageW(::GetFocus(), WM_CLEAR, 0, 0); },
-               expectText(u"F2b4567c"),
-               key(VK_RETURN)});
+    const auto edit = [](UINT message) { return [=](HWND) { ::SendMessageW(::GetFocus(), message, 0, 0); }; };
+    const std::pair<DialogScript::Step, const char16_t *> typed[] = {
+        {select(0, 0, 1), u"12345678"}, {character(L'g'), u"12345678"}, {character(L'\b'), u"12345678"},
+        {key(VK_BACK), u"12345678"},    {key(VK_DELETE), u"12345678"},  {character(L'a'), u"a2345678"},
+        {key(VK_RIGHT), u"a2345678"},   {character(L'b'), u"a2b45678"}, {key(VK_END), u"a2b45678"},
+        {key(VK_LEFT), u"a2b45678"},    {character(L'c'), u"a2b4567c"}, {key(VK_HOME), u"a2b4567c"},
+        {character(L'F'), u"F2b4567c"}, {edit(WM_CUT), u"F2b4567c"},    {edit(WM_UNDO), u"F2b4567c"},
+        {edit(WM_CLEAR), u"F2b4567c"},
+    };
+    Steps steps;
+    for (const auto &[step, text] : typed) {
+        steps.push_back(step);
+        steps.push_back(expectText(text));
+    }
+    steps.push_back(key(VK_RETURN));
+    openDialogWith(steps);
     EXPECT_EQ(peek(tlength - 40, 4), (std::vector<int>{0x7C, 0x56, 0xB4, 0xF2}));
 }
 
@@ -196,7 +177,7 @@ TEST_F(DialogKeys, PasteGoesPastTheKeyFilterAndFollowsTheRule) {
             if (const Control *check = form_->find("Check1"); check != nullptr && !check->checked())
                 ::SendDlgItemMessageW(dialog, idOf(*check), BM_CLICK, 0, 0);
         };
-        openBoxes(
+        openDialogWith(
             {enable, select(c.index, 0, -1), [&](HWND) { c.way(c.pasted); }, expectText(c.shown), key(VK_ESCAPE)});
     }
 }
@@ -210,17 +191,17 @@ TEST_F(DialogKeys, RefusedBoxIsMarkedExplainedAndFocused) {
         return found != nullptr && ::IsWindowVisible(found) != FALSE;
     };
     const wchar_t *message = L"CCFG_TAP_DAP_0: 8 hexadecimal digits are needed";
-    openBoxes({select(3, 0, -1), character(22), key(VK_TAB), key(VK_RETURN),
-               [&](HWND dialog) {
-                   EXPECT_TRUE(shownStatic(dialog, message));
-                   EXPECT_EQ(form_->focus(), form_->find("Text1", 3)) << "the focus is back";
-                   EXPECT_EQ(::GetDlgCtrlID(::GetFocus()), idOf(*form_->focus()));
-                   HWND mark = ::GetWindow(::GetFocus(), GW_HWNDNEXT);
-                   EXPECT_TRUE(textOfWindow(mark) == L"!" && ::IsWindowVisible(mark) != FALSE);
-                   EXPECT_EQ(image(), before);
-               },
-               select(3, 2, 2), character(L'0'), [&](HWND dialog) { EXPECT_FALSE(shownStatic(dialog, message)); },
-               key(VK_RETURN)});
+    openDialogWith({select(3, 0, -1), character(22), key(VK_TAB), key(VK_RETURN),
+                    [&](HWND dialog) {
+                        EXPECT_TRUE(shownStatic(dialog, message));
+                        EXPECT_EQ(form_->focus(), form_->find("Text1", 3)) << "the focus is back";
+                        EXPECT_EQ(::GetDlgCtrlID(::GetFocus()), idOf(*form_->focus()));
+                        HWND mark = ::GetWindow(::GetFocus(), GW_HWNDNEXT);
+                        EXPECT_TRUE(textOfWindow(mark) == L"!" && ::IsWindowVisible(mark) != FALSE);
+                        EXPECT_EQ(image(), before);
+                    },
+                    select(3, 2, 2), character(L'0'), [&](HWND dialog) { EXPECT_FALSE(shownStatic(dialog, message)); },
+                    key(VK_RETURN)});
     EXPECT_EQ(peek(tlength - 28, 4), (std::vector<int>{0x78, 0x56, 0x04, 0x12}));
 }
 
@@ -229,35 +210,28 @@ TEST(DialogsOfThePlugin, OkWritesAndEscapeDoesNot) {
     const struct {
         Byte mode;
         Long address;
-        std::vector<int> before, after;
+        Byte before, after;
         std::vector<DialogScript::Step> keys;
     } cases[] = {
-        {12, 2 * 16, {0xF8, 0xFC}, {0xF9, 0xFC}, {key(VK_DOWN), key(VK_RETURN)}},
-        {12, 2 * 16, {0xF8, 0xFC}, {0xF8, 0xFC}, {key(VK_DOWN), key(VK_ESCAPE)}},
-        {50, 16, {0xFF, 0}, {0xAF, 0}, {character(L'a'), key(VK_RETURN)}},
-        {41, 4159, {0x0F}, {0x0B}, {key(VK_UP), key(VK_RETURN)}},
+        {12, 2 * 16, 0xF8, 0xF9, {key(VK_DOWN), key(VK_RETURN)}},
+        {12, 2 * 16, 0xF8, 0xF8, {key(VK_DOWN), key(VK_ESCAPE)}},
+        {50, 16, 0xFF, 0xAF, {character(L'a'), key(VK_RETURN)}},
+        {41, 4159, 0x0F, 0x0B, {key(VK_UP), key(VK_RETURN)}},
     };
     const ComThread com;
     const LoadedPlugin file;
-    const HostBlock length("tamselbuflength21", 40);
-    const HostBlock mode("tamselprgmode21", 40);
-    const HostBlock image("tamseltlength21", 40);
-    length.at<Long>(0) = 5000;
-    image.at<Long>(0) = 16;
-    const auto mpu = file.create();
     SHORT instance = 21;
+    SuiteHost host(instance, 5000);
+    host.at<Long>("tlength") = 16;
+    const auto mpu = file.create();
     ASSERT_EQ(mpu->bufcommpu6(&instance), S_OK);
-    const HostBlock buffer("tamselibuffer", 4200);
     for (const auto &c : cases) {
         SCOPED_TRACE(int{c.mode});
-        mode.at<Byte>(0) = c.mode;
-        std::copy(c.before.begin(), c.before.end(), &buffer.at<Byte>(static_cast<std::size_t>(c.address)));
-        {
-            const DialogScript script(c.keys);
-            EXPECT_EQ(mpu->editfigmpu6(), S_OK);
-        }
-        const Byte *after = &buffer.at<Byte>(static_cast<std::size_t>(c.address));
-        EXPECT_EQ(std::vector<int>(after, after + c.after.size()), c.after);
+        host.at<Byte>("prgmode") = c.mode;
+        host.buffer()[c.address] = c.before;
+        const DialogScript script(c.keys);
+        EXPECT_EQ(mpu->editfigmpu6(), S_OK);
+        EXPECT_EQ(host.buffer()[c.address], c.after);
     }
     EXPECT_EQ(mpu->freesharebuffermpu6(), S_OK);
 }

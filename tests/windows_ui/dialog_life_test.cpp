@@ -1,6 +1,6 @@
 // How a dialog lives beside its host's windows, follows its form, and goes without a trace.
 
-#include "base/error.h"
+#include "windows/failure_of.h"
 #include "windows_ui/dialog_driver.h"
 
 namespace kx3::test {
@@ -40,10 +40,11 @@ class SmallForm final : public Form {
     }
 };
 
-struct WindowDestroyer {
-    void operator()(HWND window) const noexcept { ::DestroyWindow(window); }
+class DialogLife : public ::testing::Test {
+  protected:
+    DialogLife() { form.load(); }
+    SmallForm form;
 };
-using HostWindow = std::unique_ptr<std::remove_pointer_t<HWND>, WindowDestroyer>;
 
 RECT placeOf(HWND window) {
     RECT place{};
@@ -51,9 +52,7 @@ RECT placeOf(HWND window) {
     return place;
 }
 
-TEST(DialogLife, HiddenRowsLeaveNoGapAndTheFocus) {
-    SmallForm form;
-    form.load();
+TEST_F(DialogLife, HiddenRowsLeaveNoGapAndTheFocus) {
     win32::FormDialog dialog(form);
     dialog.show();
     const auto gap = [&](const Control &upper, const Control &lower) {
@@ -77,9 +76,7 @@ TEST(DialogLife, HiddenRowsLeaveNoGapAndTheFocus) {
     EXPECT_EQ(placeOf(dialog.window()).bottom, before.bottom);
 }
 
-TEST(DialogLife, FixedBorderCentredOnTheScreen) {
-    SmallForm form;
-    form.load();
+TEST_F(DialogLife, FixedBorderCentredOnTheScreen) {
     const win32::FormDialog dialog(form);
     const auto style = static_cast<DWORD>(::GetWindowLongW(dialog.window(), GWL_STYLE));
     EXPECT_EQ(style & (WS_THICKFRAME | WS_MINIMIZEBOX | WS_MAXIMIZEBOX), 0U);
@@ -92,16 +89,16 @@ TEST(DialogLife, FixedBorderCentredOnTheScreen) {
     EXPECT_LE(std::abs((place.top + place.bottom) - (area.top + area.bottom)), 1);
 }
 
-TEST(DialogLife, TheThreadsOtherWindowsTakeNoInputMeanwhile) {
+TEST_F(DialogLife, TheThreadsOtherWindowsTakeNoInputMeanwhile) {
     const auto window = [](DWORD style) {
-        return HostWindow(::CreateWindowExW(0, L"STATIC", L"host", WS_OVERLAPPEDWINDOW | style, 0, 0, 200, 100, nullptr,
-                                            nullptr, nullptr, nullptr));
+        HWND made = ::CreateWindowExW(0, L"STATIC", L"host", WS_OVERLAPPEDWINDOW | style, 0, 0, 200, 100, nullptr,
+                                      nullptr, nullptr, nullptr);
+        return std::unique_ptr<std::remove_pointer_t<HWND>, BOOL (*)(HWND)>(
+            made, [](HWND ending) { return ::DestroyWindow(ending); });
     };
-    const HostWindow host = window(WS_VISIBLE);
-    const HostWindow disabledBefore = window(WS_VISIBLE | WS_DISABLED);
+    const auto host = window(WS_VISIBLE);
+    const auto disabledBefore = window(WS_VISIBLE | WS_DISABLED);
     ::SetActiveWindow(host.get());
-    SmallForm form;
-    form.load();
     const DialogScript script({[&](HWND dialog) {
         EXPECT_EQ(::GetActiveWindow(), dialog);
         EXPECT_FALSE(::IsWindowEnabled(host.get()));
@@ -114,9 +111,7 @@ TEST(DialogLife, TheThreadsOtherWindowsTakeNoInputMeanwhile) {
     EXPECT_EQ(openDialog(), nullptr);
 }
 
-TEST(DialogLife, RequestToEndTheThreadClosesTheFormAndStays) {
-    SmallForm form;
-    form.load();
+TEST_F(DialogLife, RequestToEndTheThreadClosesTheFormAndStays) {
     ::PostQuitMessage(7);
     win32::showModal(form);
     EXPECT_FALSE(form.loaded());
@@ -126,19 +121,12 @@ TEST(DialogLife, RequestToEndTheThreadClosesTheFormAndStays) {
     EXPECT_EQ(message.wParam, 7U);
 }
 
-TEST(DialogLife, FailureOfAHandlerEndsTheDialogAndReachesTheCaller) {
-    SmallForm form;
-    form.load();
+TEST_F(DialogLife, FailureOfAHandlerEndsTheDialogAndReachesTheCaller) {
     const DialogScript script(
         {[](HWND dialog) { ::PostMessageW(::FindWindowExW(dialog, nullptr, L"BUTTON", L"&Fail"), BM_CLICK, 0, 0); }});
     win32::showModal(form);
     EXPECT_FALSE(form.loaded());
-    try {
-        form.rethrowFailure();
-        FAIL();
-    } catch (const Error &error) {
-        EXPECT_EQ(error.number(), ErrorNumber::overflow);
-    }
+    EXPECT_EQ(failureOf([&] { form.rethrowFailure(); }).number, ErrorNumber::overflow);
 }
 
 /// The numbers inside the handles of a new font and a new window. The system takes freed ones first, so
@@ -151,13 +139,12 @@ std::array<int, 2> nextNumbers() {
     return {LOWORD(font), LOWORD(window)};
 }
 
-TEST(DialogLife, AThousandDialogsLeaveNoObject) {
-    const auto openAndClose = [](int count) {
-        SmallForm form;
+TEST_F(DialogLife, AThousandDialogsLeaveNoObject) {
+    const auto openAndClose = [&](int count) {
         for (int i = 0; i < count; ++i) {
-            form.load();
             win32::FormDialog(form).show();
             form.unload();
+            form.load();
         }
     };
     openAndClose(10);

@@ -29,17 +29,12 @@ bool savePicture(HWND window, const std::string &path) {
     const LONG height = place.bottom - place.top;
     const DWORD lineBytes = (static_cast<DWORD>(width) * 3 + 3) / 4 * 4;
     BITMAPINFO info{};
-    info.bmiHeader = {.biSize = sizeof(BITMAPINFOHEADER),
-                      .biWidth = width,
-                      .biHeight = height,
-                      .biPlanes = 1,
-                      .biBitCount = 24,
-                      .biCompression = BI_RGB,
-                      .biSizeImage = lineBytes * static_cast<DWORD>(height),
-                      .biXPelsPerMeter = 0,
-                      .biYPelsPerMeter = 0,
-                      .biClrUsed = 0,
-                      .biClrImportant = 0};
+    info.bmiHeader.biSize = sizeof info.bmiHeader;
+    info.bmiHeader.biWidth = width;
+    info.bmiHeader.biHeight = height;
+    info.bmiHeader.biPlanes = 1;
+    info.bmiHeader.biBitCount = 24;
+    info.bmiHeader.biSizeImage = lineBytes * static_cast<DWORD>(height);
     HDC screen = ::GetWindowDC(window);
     HDC memory = ::CreateCompatibleDC(screen);
     void *bits = nullptr;
