@@ -22,6 +22,18 @@ namespace {
 using namespace std::string_literals;
 using test::failureOf;
 
+TEST(NamedMemory, ExclusiveCreationGivesWayToEveryHolder) {
+    const MappingHandle first = createMappingExclusively("kx3test-life", 40);
+    ASSERT_NE(first, 0);
+    EXPECT_EQ(createMappingExclusively("kx3test-life", 40), 0);
+    const MappingHandle second = createMapping("kx3test-life", 40);
+    EXPECT_NE(second, 0);
+    closeMapping(first);
+    EXPECT_EQ(createMappingExclusively("kx3test-life", 40), 0) << "the second holder keeps it";
+    closeMapping(second);
+    EXPECT_EQ(openMapping("kx3test-life"), 0);
+}
+
 TEST(NamedMemory, OnlyMemoryThatCanBeWrittenCountsAsView) {
     const UniqueHandle block(
         ::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE | SEC_RESERVE, 0, 8192, "kx3test-reserved"));
