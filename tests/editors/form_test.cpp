@@ -72,6 +72,7 @@ TEST_F(FormTest, ActionsThatNobodyCanDoAreRefused) {
     EXPECT_FALSE(form.click(at("Box")));
     EXPECT_FALSE(form.keyPress(at("Check"), u'x'));
     EXPECT_FALSE(form.setFocus(at("Note")));
+    EXPECT_FALSE(form.setFocus(at("Outer")));
     EXPECT_FALSE(form.click(*other.find("Button"))) << "a control of another form";
     form.control("Inner").setVisible(false);
     EXPECT_FALSE(form.paste(at("Box"), u"x")) << "inside a hidden frame";
@@ -81,6 +82,16 @@ TEST_F(FormTest, ActionsThatNobodyCanDoAreRefused) {
     EXPECT_FALSE(form.click(at("Button"))) << "closed";
     EXPECT_FALSE(form.close());
     EXPECT_EQ(form.events, std::vector<std::string>{});
+}
+
+TEST_F(FormTest, WhatAFormDoesNotHaveIsSaid) {
+    EXPECT_EQ(form.find("None"), nullptr);
+    EXPECT_EQ(form.find("List", 3), nullptr);
+    EXPECT_EQ(form.defaultButton(), nullptr);
+    EXPECT_EQ(form.cancelButton(), nullptr);
+    EXPECT_THROW((void)form.control("None"), Error);
+    for (const Long index : {-2, 2})
+        EXPECT_THROW(form.control("List", 2).setListIndex(index), Error) << index;
 }
 
 TEST_F(FormTest, TextEditing) {
@@ -127,6 +138,8 @@ TEST_F(FormTest, EditingKeys) {
     EXPECT_EQ(caretAfter(keyRight), 1);
     form.selectText(box, 0, 2);
     EXPECT_EQ(caretAfter(keyRight), 2) << "to the end of the selection";
+    form.selectText(box, 1, 1);
+    EXPECT_EQ(caretAfter(keyLeft), 1) << "to its beginning";
     EXPECT_EQ(caretAfter(13), -1) << "left to the presenter";
 }
 
