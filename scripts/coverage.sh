@@ -15,7 +15,11 @@ scripts/setup.sh build checks demo
 cmake --preset coverage >/dev/null
 cmake --build --preset coverage -j "$(jobs)" >/dev/null
 find "$build" -name '*.gcda' -delete
-ctest --preset coverage -j "$(jobs)" >"$build"/tests.log || tail -n 5 "$build"/tests.log
+# The counters end the process in ways that the plug-in itself never does.
+ctest --preset coverage -j "$(jobs)" -E native_exports >"$build"/tests.log || {
+    tail -n 20 "$build"/tests.log
+    exit 1
+}
 "$build"/bin/torture --workers "$(jobs)"
 "$build"/bin/torture --allocations --workers "$(jobs)"
 
