@@ -65,6 +65,7 @@ TEST(Outcomes, AreTold) {
         {compareFailed(2), Operation::program, Exit::noAnswer, "could not read"},
         {differs(0x7FFF), Operation::verify, Exit::differs,
          "address 0x80FF, device 0x00, file 0x03; 2 bytes differ in all, 2 bits 0 instead of 1, 0 bits 1"},
+        {differs(0x8000), Operation::verify, Exit::differs, "byte low,"},
         {differs(0x8003), Operation::verify, Exit::differs, "byte 3,"},
         {differs(0x8012), Operation::verify, Exit::differs, "EEPROM address 0x2,"},
     };
