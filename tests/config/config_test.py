@@ -476,6 +476,7 @@ def chip(program):
         (f"config show {fuses} 'Fuse Low Byte/'", 0, "0x4000: E2"),
     ]
     with Desk(program, {**FILES, "code.bin": bytes(range(256)) * 128, "no.chip": b"this is no chip"}) as desk:
+        del desk.environment["KX3MPU6_NAMESPACE"]  # as users run it
         for command, code, pattern in steps:
             result = desk.run(command)
             case(command, result.code == code and re.search(pattern, result.out + result.err), result)
@@ -510,7 +511,6 @@ NO_NOTES = [
 
 def notes(program):
     with Desk(program, FILES) as desk:
-        del desk.environment["KX3MPU6_NAMESPACE"]  # as users run it
         for options, pattern in NOTES:
             command = f"notes {options} --profiles mine.toml"
             result = desk.run(command)

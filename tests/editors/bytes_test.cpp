@@ -89,6 +89,7 @@ TEST_P(FieldsAndBytes, Numbers) {
         if (!isWord && field.kind != FieldKind::hexNumber) continue;
         if (!layout.isShown(field)) continue;
         SCOPED_TRACE(field.control.name);
+        EXPECT_EQ(field.mask(), 0xFF) << "whole bytes";
         std::vector<Byte> after = before;
         for (std::size_t k = 0; k < field.byteCount; ++k)
             after[addressOf(field, k)] = typedBytes[field.byteCount - 1 - k];

@@ -149,7 +149,7 @@ TEST_F(EditorTest, StateWordsOfTheLanguage) {
     }
 }
 
-TEST_F(EditorTest, SizesThatCanBeLocked) {
+TEST_F(EditorTest, SizesThatCanBeLockedAreKeptWhereThereIsNone) {
     const struct {
         Long tlength;
         std::vector<std::u16string> items;
@@ -157,11 +157,14 @@ TEST_F(EditorTest, SizesThatCanBeLocked) {
     plugin.attach(50000);
     for (const auto &c : cases) {
         device(22, c.tlength);
+        poke(c.tlength, {5 << 1});
         open([&](Person &person) {
             const Control &sizes = person.at("Combo2");
             EXPECT_EQ(sizes.items(), c.items) << c.tlength;
             EXPECT_EQ(sizes.enabled(), !c.items.empty());
+            person.ok();
         });
+        EXPECT_EQ(peek(c.tlength, 1), std::vector<int>{c.items.empty() ? 5 << 1 : 7 << 1});
     }
 }
 
