@@ -178,6 +178,7 @@ TEST_F(PosixNamedMemory, AReplacedBlockIsTheOldOneUntilTheNextAttach) {
 TEST_F(PosixNamedMemory, ViewsThatAreNoneAreRefused) {
     int own = 0;
     EXPECT_EQ(platform::mapView(0), nullptr);
+    EXPECT_EQ(platform::viewSize(0, &own), 0U);
     EXPECT_FALSE(platform::unmapView(0, &own));
     const platform::MappingHandle block = platform::createMapping("tamselA", 40);
     ASSERT_NE(block, 0);
