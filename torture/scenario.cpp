@@ -1,5 +1,7 @@
 #include "scenario.h"
 
+#include <span>
+
 namespace kx3::torture {
 
 namespace {
@@ -34,40 +36,32 @@ struct Operation {
 
 using enum ChipState;
 
+/// Of both kinds of session.
+constexpr Operation commonOperations[] = {
+    {"read", 2, programmed, true, true},
+    {"read-protected", 2, isProtected, false, true},
+    {"program", 3, blank, true},
+    {"program-dirty", 3, dirty, false},
+    {"blank-check", 4, blank, true},
+    {"blank-check-programmed", 4, programmed, false},
+    {"verify", 5, programmed, true},
+    {"verify-differs", 5, differs, false},
+    {"protect", 7, programmed, true},
+    {"erase", 8, programmed, true},
+    {"program-configuration", 9, blank, true},
+    {"check-configuration", 10, programmed, true},
+};
+
 constexpr Operation armOperations[] = {
     {"auto", 0, blank, true},
     {"auto-again", 0, programmed, true},
     {"auto-unprotects", 0, isProtected, true},
     {"auto-quiet", 6, blank, true},
-    {"read", 2, programmed, true, true},
-    {"read-protected", 2, isProtected, false, true},
-    {"program", 3, blank, true},
-    {"program-dirty", 3, dirty, false},
-    {"blank-check", 4, blank, true},
-    {"blank-check-programmed", 4, programmed, false},
-    {"verify", 5, programmed, true},
-    {"verify-differs", 5, differs, false},
-    {"protect", 7, programmed, true},
-    {"erase", 8, programmed, true},
-    {"program-configuration", 9, blank, true},
-    {"check-configuration", 10, programmed, true},
     {"check-configuration-blank", 10, blank, false},
 };
 
 constexpr Operation windowOperations[] = {
     {"auto", 6, blank, true},
-    {"read", 2, programmed, true, true},
-    {"read-protected", 2, isProtected, false, true},
-    {"program", 3, blank, true},
-    {"program-dirty", 3, dirty, false},
-    {"blank-check", 4, blank, true},
-    {"blank-check-programmed", 4, programmed, false},
-    {"verify", 5, programmed, true},
-    {"verify-differs", 5, differs, false},
-    {"protect", 7, programmed, true},
-    {"erase", 8, programmed, true},
-    {"program-configuration", 9, blank, true},
-    {"check-configuration", 10, programmed, true},
     {"unknown", 11, blank, false},
 };
 
@@ -97,19 +91,22 @@ void addIdentityChecks(std::vector<Scenario> &all, const Device &device, Kind ki
     all.push_back(ignored);
 }
 
+void addOperations(std::vector<Scenario> &all, const Device &device, Kind kind, std::span<const Operation> own) {
+    for (const Operation &operation : own)
+        all.push_back(session(device, kind, operation));
+    for (const Operation &operation : commonOperations)
+        all.push_back(session(device, kind, operation));
+    addIdentityChecks(all, device, kind, own.front());
+}
+
 void addSessions(std::vector<Scenario> &all) {
-    for (const Device &device : armDevices) {
-        for (const Operation &operation : armOperations)
-            all.push_back(session(device, Kind::arm, operation));
-        addIdentityChecks(all, device, Kind::arm, armOperations[0]);
-    }
+    for (const Device &device : armDevices)
+        addOperations(all, device, Kind::arm, armOperations);
     for (const Device &device : familyDevices) {
         all.push_back(session(device, Kind::arm, {"erase", 8, programmed, true}));
         all.push_back(session(device, Kind::arm, {"check-configuration", 10, programmed, true}));
     }
-    for (const Operation &operation : windowOperations)
-        all.push_back(session(windowDevice, Kind::window, operation));
-    addIdentityChecks(all, windowDevice, Kind::window, windowOperations[0]);
+    addOperations(all, windowDevice, Kind::window, windowOperations);
     Scenario steps = session(windowDevice, Kind::window, {"sequence", 0, dirty, true});
     steps.sequence = {8, 4, 3, 5, 9};
     all.push_back(steps);

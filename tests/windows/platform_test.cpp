@@ -125,7 +125,7 @@ TEST(Libraries, FunctionsAreFoundByPlainAndDecoratedName) {
 
 TEST(Libraries, WhatIsMissingIsNamed) {
     const struct {
-        const char *library;
+        const char *name;
         ErrorNumber number;
         std::u16string_view description;
     } cases[] = {
@@ -134,7 +134,7 @@ TEST(Libraries, WhatIsMissingIsNamed) {
         {"kx3broken", ErrorNumber::loadLibrary, u"Error in loading DLL: kx3broken.dll"},
     };
     for (const auto &c : cases) {
-        const Failure failure = failureOf([&] { (void)DynamicLibrary(c.library).function<void()>("absent"); });
+        const Failure failure = failureOf([&] { (void)DynamicLibrary(c.name).function<void()>("absent"); });
         EXPECT_EQ(failure.number, c.number);
         EXPECT_EQ(failure.description, c.description);
     }
