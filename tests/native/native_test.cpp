@@ -344,6 +344,7 @@ TEST_F(Native, AnObjectMayBeReleasedFromItsOwnCallback) {
     kx3_set_ui(&ui);
     EXPECT_EQ(kx3_mpu_bufcommpu6(mpu, &one), KX3_OK);
     EXPECT_EQ(mpu, nullptr);
+    createMpu(); // ends what the thread has attached
     kx3_block_close(tooSmall);
 }
 
