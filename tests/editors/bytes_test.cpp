@@ -32,16 +32,18 @@ class FieldsAndBytes : public EditorTest, public ::testing::WithParamInterface<B
     void expectStored(const Field &field, const std::vector<Byte> &before, std::vector<Byte> after,
                       const std::function<void(Person &, const Control &)> &act,
                       const std::function<void(const Control &)> &shown) {
-        const auto &[name, index] = field.control;
+        const auto control = [&](Person &person) -> const Control & {
+            return person.at(field.control.name, field.control.index);
+        };
         if (layout.mirrored) after[static_cast<std::size_t>(t)] = after[addressOf(field, 0)];
         const bool isGreyed = !field.enabled && field.enabledBy.empty();
         restore(isGreyed ? after : before);
         open([&](Person &person) {
-            if (!isGreyed) act(person, person.at(name, index));
+            if (!isGreyed) act(person, control(person));
             person.ok();
         });
         EXPECT_TRUE(image() == after);
-        open([&](Person &person) { shown(person.at(name, index)); });
+        open([&](Person &person) { shown(control(person)); });
     }
 
     EditorLayout layout;
