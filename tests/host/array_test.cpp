@@ -113,6 +113,8 @@ TEST_F(BoundArray, AttachingAnotherArrayReleasesTheFirst) {
     EXPECT_EQ(stateOf(array), before);
     EXPECT_EQ(binder.SizeofElements(), 1);
     EXPECT_EQ(second.descriptor().cLocks, 1U);
+    binder.ReleaseArray(); // which lives longer than the second array
+    EXPECT_EQ(second.descriptor().cLocks, 0U);
 }
 
 TEST_F(BoundArray, PropertiesFollowTheirRules) {
