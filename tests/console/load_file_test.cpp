@@ -1,6 +1,7 @@
 // Load files that are damaged: rejected, or read right, and never in part.
 #include "failure.h"
 #include "load_file.h"
+#include "support/unreadable_files.h"
 
 #include <gtest/gtest.h>
 
@@ -8,12 +9,9 @@
 #include <array>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <numeric>
 #include <optional>
 #include <string>
-#include <sys/fsuid.h>
-#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -115,27 +113,10 @@ TEST_F(LoadFiles, RawOfEverySize) {
 }
 
 TEST_F(LoadFiles, WhatIsNoReadableFileIsRejected) {
-    const std::pair<const char *, std::function<void()>> obstacles[] = {
-        {"missing", [] {}},
-        {"a folder", [this] { std::filesystem::create_directory(path); }},
-        {"a pipe that nobody writes to", [this] { ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0); }},
-        {"a link to itself", [this] { std::filesystem::create_symlink("file", path); }},
-        {"no permission",
-         [this] {
-             write(files[0].text);
-             std::filesystem::permissions(path, std::filesystem::perms::none);
-         }},
-    };
-    constexpr uid_t somebody = 65534;
-    for (const auto &[name, put] : obstacles) {
-        SCOPED_TRACE(name);
-        std::filesystem::remove(path);
-        put();
-        const int self = ::setfsuid(somebody); // the superuser has every permission
+    kx3::test::forEachUnreadableFile(path, [this] {
         for (const FileFormat format : {FileFormat::raw, FileFormat::intelHex, FileFormat::sRecord})
             EXPECT_EQ(load(format), std::nullopt);
-        ::setfsuid(static_cast<uid_t>(self));
-    }
+    });
 }
 
 TEST_F(LoadFiles, ChangingWhileItIsRead) {

@@ -1,12 +1,9 @@
 // Algorithm files that are damaged: rejected with the text for it and nothing done, or programmed right.
 #include "simulator/plug_in.h"
+#include "support/unreadable_files.h"
 
 #include <algorithm>
-#include <functional>
-#include <sys/fsuid.h>
-#include <sys/stat.h>
 #include <thread>
-#include <unistd.h>
 
 namespace kx3sim {
 namespace {
@@ -65,27 +62,8 @@ TEST_P(AlgorithmFiles, EveryBitOfTheHeaderFlipped) {
 }
 
 TEST_P(AlgorithmFiles, WhatIsNoReadableFileIsRejected) {
-    const std::pair<const char *, std::function<void()>> obstacles[] = {
-        {"missing", [] {}},
-        {"a folder", [this] { std::filesystem::create_directory(file); }},
-        {"a pipe that nobody writes to", [this] { ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0); }},
-        {"a link to itself", [this] { std::filesystem::create_symlink("device.alg", file); }},
-        {"no permission",
-         [this] {
-             write(100);
-             std::filesystem::permissions(file, std::filesystem::perms::none);
-         }},
-    };
-    constexpr uid_t somebody = 65534;
-    for (const auto &[name, put] : obstacles) {
-        SCOPED_TRACE(name);
-        std::filesystem::remove(file);
-        put();
-        const int self = ::setfsuid(somebody); // the superuser has every permission
-        EXPECT_FALSE(programs());
-        ::setfsuid(static_cast<uid_t>(self));
-    }
     std::filesystem::remove(file);
+    kx3::test::forEachUnreadableFile(file, [this] { EXPECT_FALSE(programs()); });
     write(100);
     EXPECT_TRUE(programs());
 }
