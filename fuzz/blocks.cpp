@@ -20,7 +20,7 @@ void spoil(sharemap &blocks, Input &input) {
                     bytes.begin() + static_cast<std::ptrdiff_t>(first));
     };
 #define KX3_BLOCK(member, root, type, count, bytes) spoilOne(blocks.member);
-#include "host/memory/block_table.inc"
+#include "blocks/block_table.inc"
 #undef KX3_BLOCK
     spoilOne(blocks.ibuffer);
 }

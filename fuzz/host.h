@@ -28,7 +28,7 @@ class Host {
         for (std::uint32_t i = 0; i < t.host.ibuffer.count(); ++i)
             image_.push_back(static_cast<Byte>(i * 7));
 #define KX3_BLOCK(member, root, type, count, bytes) saved_.push_back(copyOf(t.host.member));
-#include "host/memory/block_table.inc"
+#include "blocks/block_table.inc"
 #undef KX3_BLOCK
     }
     ~Host() {
@@ -43,7 +43,7 @@ class Host {
     void reset() {
         std::size_t next = 0;
 #define KX3_BLOCK(member, root, type, count, bytes) put(t.host.member, saved_[next++]);
-#include "host/memory/block_table.inc"
+#include "blocks/block_table.inc"
 #undef KX3_BLOCK
         std::ranges::copy(image_, t.host.ibuffer.range(0, static_cast<Long>(image_.size())).begin());
         storeText(t.host.algorithm, 1, u"f");

@@ -3,7 +3,7 @@
 #include "base/checked.h"
 #include "base/error.h"
 #include "base/text.h"
-#include "host/memory/sharemap.h"
+#include "blocks/sharemap.h"
 #include "simulator/protocol.h"
 
 #include <algorithm>

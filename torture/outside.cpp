@@ -1,7 +1,7 @@
 #include "outside.h"
 
 #include "base/error.h"
-#include "host/memory/sharemap.h"
+#include "blocks/sharemap.h"
 
 #include <algorithm>
 #include <stdexcept>

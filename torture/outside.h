@@ -4,7 +4,7 @@
 #include "injector.h"
 #include "outside/clock.h"
 #include "outside/programmer_io.h"
-#include "outside/programmer_libraries.h"
+#include "doorstep/programmer_libraries.h"
 #include "outside/ui.h"
 #include "simulator/session_host.h"
 

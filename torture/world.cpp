@@ -134,7 +134,7 @@ void World::saveBlocks() {
         saved_.emplace_back(bytes, std::vector<std::byte>(bytes.begin(), bytes.end()));
     };
 #define KX3_BLOCK(member, root, type, count, bytes) save(host_.member);
-#include "host/memory/block_table.inc"
+#include "blocks/block_table.inc"
 #undef KX3_BLOCK
 }
 

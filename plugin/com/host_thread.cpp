@@ -1,7 +1,7 @@
 #include "com/host_thread.h"
 
 #include "com/win32_ui.h"
-#include "outside/programmer_libraries.h"
+#include "doorstep/programmer_libraries.h"
 #include "platform/system.h"
 
 #include <new>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "com/com_ptr.h"
-#include "host/memory/sharemap.h"
+#include "blocks/sharemap.h"
 #include "simulator/session_host.h"
 
 #include <optional>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "arm/arm_profile.h"
-#include "host/memory/sharemap.h"
+#include "blocks/sharemap.h"
 
 #include <optional>
 

@@ -5,7 +5,7 @@
 #include "arm/programmer_link.h"
 #include "base/checked.h"
 #include "base/text.h"
-#include "host/context.h"
+#include "context/context.h"
 
 namespace kx3 {
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "base/checked.h"
-#include "host/memory/sharemap.h"
+#include "blocks/sharemap.h"
 
 namespace kx3 {
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "arm/arm_profile.h"
-#include "host/context.h"
+#include "context/context.h"
 
 namespace kx3 {
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "editors/layout.h"
-#include "host/text/string_table.h"
+#include "texts/string_table.h"
 
 #include <concepts>
 #include <cstdint>

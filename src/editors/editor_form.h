@@ -3,7 +3,7 @@
 
 #include "editors/description.h"
 #include "forms/form.h"
-#include "host/context.h"
+#include "context/context.h"
 
 #include <cstdint>
 #include <optional>

@@ -3,7 +3,7 @@
 
 #include "editors/description.h"
 #include "editors/editor_form.h"
-#include "host/context.h"
+#include "context/context.h"
 
 #include <array>
 #include <memory>

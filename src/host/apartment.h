@@ -3,7 +3,7 @@
 
 #include "arm/arm_session.h"
 #include "editors/editors.h"
-#include "host/context.h"
+#include "context/context.h"
 #include "session/usbmpu6prg.h"
 
 #include <memory>

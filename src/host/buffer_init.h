@@ -1,7 +1,7 @@
 // Default configuration bytes of the selected device.
 #pragma once
 
-#include "host/memory/sharemap.h"
+#include "blocks/sharemap.h"
 
 namespace kx3 {
 

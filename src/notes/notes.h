@@ -1,7 +1,7 @@
 // Notes about the selected device.
 #pragma once
 
-#include "host/context.h"
+#include "context/context.h"
 
 namespace kx3 {
 

@@ -3,7 +3,7 @@
 
 #include "base/text.h"
 #include "forms/form.h"
-#include "host/context.h"
+#include "context/context.h"
 
 #include <string>
 

@@ -28,7 +28,7 @@ std::vector<Block> allBlocks(sharemap &blocks) {
         all.push_back({name, bytes, sizeof(T), std::is_same_v<T, String>});
     };
 #define KX3_BLOCK(member, root, type, count, bytes) add(blocks.member, root);
-#include "host/memory/block_table.inc"
+#include "blocks/block_table.inc"
 #undef KX3_BLOCK
     return all;
 }

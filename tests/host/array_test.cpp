@@ -1,6 +1,6 @@
 // Arrays, and binding them to foreign memory.
 #include "error_of.h"
-#include "host/memory/safe_array.h"
+#include "blocks/safe_array.h"
 
 #include <gtest/gtest.h>
 

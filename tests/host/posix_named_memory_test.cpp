@@ -1,6 +1,6 @@
 // Named memory where blocks are files: their lifetime, and files that are no blocks of ours.
-#include "host/memory/mem_mapped.h"
-#include "host/memory/sharemap.h"
+#include "blocks/mem_mapped.h"
+#include "blocks/sharemap.h"
 #include "support/test_apartment.h"
 
 #include <gtest/gtest.h>

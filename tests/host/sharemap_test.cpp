@@ -1,5 +1,5 @@
 // Mapping named blocks, and attaching all 62 of them.
-#include "host/memory/sharemap.h"
+#include "blocks/sharemap.h"
 #include "support/test_apartment.h"
 
 #include <gtest/gtest.h>
@@ -111,7 +111,7 @@ TEST_F(Sharemap, EveryBlockHasItsElementsInsideItsView) {
         EXPECT_EQ(array.descriptor().rgsabound[0].lLbound, 0) << root;
     };
 #define KX3_BLOCK(member, root, type, count, bytes) expectLast(blocks.member, count, root);
-#include "host/memory/block_table.inc"
+#include "blocks/block_table.inc"
 #undef KX3_BLOCK
     expectLast(blocks.ibuffer, 2200, "ibuffer");
     expectLast(blocks.ibuffer66, 15, "ibuffer66");

@@ -1,5 +1,5 @@
 #include "error_of.h"
-#include "host/text/string_table.h"
+#include "texts/string_table.h"
 
 #include <gtest/gtest.h>
 

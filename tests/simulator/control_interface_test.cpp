@@ -1,5 +1,5 @@
 // The libraries as the plug-in and a C host see them.
-#include "outside/programmer_libraries.h"
+#include "doorstep/programmer_libraries.h"
 #include "simulator/kx6sim.h"
 
 #include <gtest/gtest.h>

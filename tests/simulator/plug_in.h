@@ -3,7 +3,7 @@
 
 #include "host/apartment.h"
 #include "host/mpu.h"
-#include "outside/programmer_libraries.h"
+#include "doorstep/programmer_libraries.h"
 #include "simulator/session_host.h"
 #include "simulator/temporary_folder.h"
 #include "support/test_apartment.h"

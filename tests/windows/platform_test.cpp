@@ -1,6 +1,6 @@
 #include "base/error.h"
-#include "host/memory/safe_array.h"
-#include "host/memory/sharemap.h"
+#include "blocks/safe_array.h"
+#include "blocks/sharemap.h"
 #include "platform/dynamic_library.h"
 #include "platform/named_memory.h"
 #include "platform/strings.h"

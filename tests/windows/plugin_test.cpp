@@ -1,6 +1,6 @@
 // The built library as a host that links against its interface sees it.
 
-#include "host/memory/block_table.h"
+#include "blocks/block_table.h"
 #include "windows/suite_host.h"
 
 namespace kx3::test {

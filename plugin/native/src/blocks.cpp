@@ -2,8 +2,8 @@
 
 #include "thread_state.h"
 
-#include "host/memory/block_table.h"
-#include "host/memory/mem_mapped.h"
+#include "blocks/block_table.h"
+#include "blocks/mem_mapped.h"
 #include "platform/named_memory.h"
 #include "platform/strings.h"
 

@@ -3,7 +3,7 @@
 #include "thread_state.h"
 
 #include "editors/layout.h"
-#include "host/text/string_table.h"
+#include "texts/string_table.h"
 
 using namespace kx3;
 using native::guarded;

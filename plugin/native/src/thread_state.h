@@ -6,7 +6,7 @@
 #include "forms/dialog_layout.h"
 #include "host/apartment.h"
 #include "host/mpu.h"
-#include "outside/programmer_libraries.h"
+#include "doorstep/programmer_libraries.h"
 
 #include <memory>
 #include <optional>

@@ -1,7 +1,7 @@
 // The one table of shared blocks: attaching, releasing, documentation and tests are driven by it.
 #pragma once
 
-#include "host/memory/array.h"
+#include "blocks/array.h"
 
 #include <array>
 #include <string>
@@ -23,7 +23,7 @@ inline constexpr std::string_view blockPrefix = "tamsel";
 /// The 60 blocks whose names end with the instance number, in attach order.
 inline constexpr std::array blockTable{
 #define KX3_BLOCK(member, root, type, count, bytes) BlockRow{root, elementTypeOf<type>, count, bytes},
-#include "host/memory/block_table.inc"
+#include "blocks/block_table.inc"
 #undef KX3_BLOCK
 };
 static_assert(blockTable.size() == 60);

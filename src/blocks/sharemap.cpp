@@ -1,4 +1,4 @@
-#include "host/memory/sharemap.h"
+#include "blocks/sharemap.h"
 
 #include "base/text.h"
 
@@ -24,7 +24,7 @@ std::string blockName(const BlockRow &row, Integer num) { return blockName(row) 
 sharemap::sharemap()
     : arrays_{
 #define KX3_BLOCK(member, root, type, count, bytes) &member,
-#include "host/memory/block_table.inc"
+#include "blocks/block_table.inc"
 #undef KX3_BLOCK
           &ibuffer, &ibuffer66} {
 }

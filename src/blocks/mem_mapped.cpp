@@ -1,6 +1,6 @@
-#include "host/memory/mem_mapped.h"
+#include "blocks/mem_mapped.h"
 
-#include "host/memory/block_table.h"
+#include "blocks/block_table.h"
 
 namespace kx3 {
 

@@ -1,8 +1,8 @@
 // The engine's array descriptor is the automation library's, field for field: a real SAFEARRAY can
 // be bound, and an array of ours can go wherever one is expected.
 
-#include "host/memory/array.h"
-#include "host/memory/variant.h"
+#include "blocks/array.h"
+#include "blocks/variant.h"
 
 #include <windows.h>
 

@@ -1,8 +1,8 @@
 // Binds an array to foreign memory through its descriptor, and puts it back.
 #pragma once
 
-#include "host/memory/array.h"
-#include "host/memory/variant.h"
+#include "blocks/array.h"
+#include "blocks/variant.h"
 
 #include <vector>
 

@@ -1,4 +1,4 @@
-#include "host/text/string_table.h"
+#include "texts/string_table.h"
 
 #include "base/error.h"
 #include "base/text.h"
@@ -17,7 +17,7 @@ struct Row {
 
 constexpr std::array rows{
 #define KX3_TEXT(id, ...) Row{id, {__VA_ARGS__}},
-#include "host/text/string_table.inc"
+#include "texts/string_table.inc"
 #undef KX3_TEXT
 };
 static_assert(std::is_sorted(rows.begin(), rows.end(), [](const Row &a, const Row &b) { return a.id < b.id; }));

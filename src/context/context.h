@@ -2,8 +2,8 @@
 #pragma once
 
 #include "base/text.h"
-#include "host/memory/sharemap.h"
-#include "host/text/string_table.h"
+#include "blocks/sharemap.h"
+#include "texts/string_table.h"
 #include "outside/clock.h"
 #include "outside/programmer_io.h"
 #include "outside/session_host.h"

@@ -1,9 +1,9 @@
 // The module that attaches and releases the 62 shared blocks.
 #pragma once
 
-#include "host/memory/block_table.h"
-#include "host/memory/mem_mapped.h"
-#include "host/memory/safe_array.h"
+#include "blocks/block_table.h"
+#include "blocks/mem_mapped.h"
+#include "blocks/safe_array.h"
 #include "outside/ui.h"
 
 #include <array>
@@ -15,7 +15,7 @@ namespace kx3 {
 /// every array is unset; element access then raises the subscript error.
 struct BlockArrays {
 #define KX3_BLOCK(member, root, type, count, bytes) Array<type> member;
-#include "host/memory/block_table.inc"
+#include "blocks/block_table.inc"
 #undef KX3_BLOCK
     Array<Byte> ibuffer;
     Array<Byte> ibuffer66;

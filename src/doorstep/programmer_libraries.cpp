@@ -1,4 +1,4 @@
-#include "outside/programmer_libraries.h"
+#include "doorstep/programmer_libraries.h"
 
 #include "base/text.h"
 

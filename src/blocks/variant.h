@@ -3,7 +3,7 @@
 
 #include "base/error.h"
 #include "base/types.h"
-#include "host/memory/array.h"
+#include "blocks/array.h"
 
 #include <cstdint>
 #include <string>

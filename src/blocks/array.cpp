@@ -1,4 +1,4 @@
-#include "host/memory/array.h"
+#include "blocks/array.h"
 
 #include "base/text.h"
 #include "platform/strings.h"

@@ -1,4 +1,4 @@
-#include "host/memory/safe_array.h"
+#include "blocks/safe_array.h"
 
 #include "base/checked.h"
 
