@@ -2,7 +2,7 @@
 
 #include "com/win32_ui.h"
 #include "doorstep/programmer_libraries.h"
-#include "platform/system.h"
+#include "doorstep/system_clock.h"
 
 #include <new>
 
@@ -19,11 +19,6 @@ class Exclusive {
 
   private:
     SRWLOCK &lock_;
-};
-
-class SystemClock final : public Clock {
-  public:
-    float secondsSinceMidnight() override { return platform::secondsSinceMidnight(); }
 };
 
 // A thread finds its state through a slot of the system: the compiler's own thread-local objects

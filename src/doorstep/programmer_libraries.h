@@ -17,20 +17,20 @@ class ProgrammerLibraries final : public ProgrammerIo {
     std::u16string datstr(Long value, Long digits) override;
 
   private:
-    using ComWrite = Integer KX3_STDCALL(Byte *, Long);
-    using BulkWrite = Integer KX3_STDCALL(Byte *, Long);
-    using BulkRead = void KX3_STDCALL(Byte *, Long, Byte *);
-    using DatStr = void KX3_STDCALL(char *, Long, Long);
+    template <class Function>
+    static Function *bound(Function *&function, std::optional<platform::DynamicLibrary> &library,
+                           const char *libraryName, const char *name) {
+        if (function != nullptr) return function;
+        if (!library) library.emplace(libraryName);
+        return function = library->function<Function>(name);
+    }
 
-    const platform::DynamicLibrary &io();
-    const platform::DynamicLibrary &text();
-
-    std::optional<platform::DynamicLibrary> io_;   ///< kx6io
-    std::optional<platform::DynamicLibrary> text_; ///< kx3io
-    ComWrite *comWrite_ = nullptr;
-    BulkWrite *bulkWrite_ = nullptr;
-    BulkRead *bulkRead_ = nullptr;
-    DatStr *datStr_ = nullptr;
+    std::optional<platform::DynamicLibrary> kx6io_;
+    std::optional<platform::DynamicLibrary> kx3io_;
+#define KX3_PROGRAMMER_FUNCTION(name, library, result, parameters)                                                     \
+    [[nodiscard]] auto name##Function() { return bound(name##_, library##_, #library, #name); }                        \
+    result(KX3_STDCALL *name##_) parameters = nullptr;
+#include "outside/programmer_functions.inc"
 };
 
 } // namespace kx3

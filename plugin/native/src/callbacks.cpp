@@ -2,7 +2,9 @@
 
 #include "thread_state.h"
 
-#include "platform/system.h"
+#include "doorstep/programmer_libraries.h"
+#include "doorstep/system_clock.h"
+#include "forms/form.h"
 
 namespace kx3::native {
 
@@ -57,34 +59,6 @@ class CallbackUi final : public Ui {
 };
 
 class CallbackSessionHost final : public SessionHost {
-  public:
-    explicit CallbackSessionHost(Callbacks &callbacks) noexcept : callbacks_(callbacks) {}
-
-    void EndOperation() override { call(&kx3_session_host::EndOperation, "EndOperation"); }
-    void SetVcc(Long millivolts) override { call(&kx3_session_host::SetVcc, "SetVcc", millivolts); }
-    void SetGndPin(Byte pin, Byte state) override { call(&kx3_session_host::SetGndPin, "SetGndPin", pin, state); }
-    void PowerStep(Long step) override { call(&kx3_session_host::PowerStep, "PowerStep", step); }
-    void SignalPass(Long value) override { call(&kx3_session_host::SignalPass, "SignalPass", value); }
-    void SignalFail(Long value) override { call(&kx3_session_host::SignalFail, "SignalFail", value); }
-    Long StartCheck() override { return ask(&kx3_session_host::StartCheck, "StartCheck"); }
-    void Delay(Long milliseconds) override { call(&kx3_session_host::Delay, "Delay", milliseconds); }
-    bool PollStatus(Long request) override { return ask(&kx3_session_host::PollStatus, "PollStatus", request) != 0; }
-    void ReportStartFailure() override { call(&kx3_session_host::ReportStartFailure, "ReportStartFailure"); }
-    Long PrepareChip(Byte figmode) override { return ask(&kx3_session_host::PrepareChip, "PrepareChip", figmode); }
-    Long PrepareDevice32f(Byte figmode, Byte zero) override {
-        return ask(&kx3_session_host::PrepareDevice32f, "PrepareDevice32f", figmode, zero);
-    }
-    Long PrepareDevice(Byte figmode, Byte zero) override {
-        return ask(&kx3_session_host::PrepareDevice, "PrepareDevice", figmode, zero);
-    }
-    Long CompareWord(Byte low, Byte high, Long address, Long mode, Long mask) override {
-        return ask(&kx3_session_host::CompareWord, "CompareWord", low, high, address, mode, mask);
-    }
-    Long CompareByte(Byte data, Long address, Long mode) override {
-        return ask(&kx3_session_host::CompareByte, "CompareByte", data, address, mode);
-    }
-    void AlgorithmLoaded(Long length) override { call(&kx3_session_host::AlgorithmLoaded, "AlgorithmLoaded", length); }
-
   private:
     template <class... Arguments, class... Values>
     void call(kx3_status (*kx3_session_host::*member)(void *, Arguments...), const char *name, Values... values) {
@@ -95,17 +69,27 @@ class CallbackSessionHost final : public SessionHost {
             requireOk(callbacks_, status, name);
     }
 
-    template <class Member, class... Values> Long ask(Member member, const char *name, Values... values) {
-        Long result = 0;
-        call(member, name, values..., &result);
-        return result;
+    /// The operation behind `member`, to be called with its arguments.
+    template <class Result, class Member> auto operation(Member member, const char *name) {
+        return [this, member, name](auto... values) -> Result {
+            if constexpr (std::is_void_v<Result>) {
+                call(member, name, values...);
+            } else {
+                Long result = 0;
+                call(member, name, values..., &result);
+                return static_cast<Result>(result);
+            }
+        };
     }
 
-    [[noreturn]] void raiseMissing(const char *name) const {
-        if (!callbacks_.hasSessionHost) raise(ErrorNumber::objectNotSet, u"The SessionHost was taken away");
-        raise(ErrorNumber::memberNotFound, join(u"SessionHost has no ", fromUtf8(name)));
-    }
+  public:
+    explicit CallbackSessionHost(Callbacks &callbacks) noexcept : callbacks_(callbacks) {}
 
+#define KX3_OPERATION(name, result, parameters, arguments)                                                             \
+    result name parameters override { return operation<result>(&kx3_session_host::name, #name) arguments; }
+#include "outside/session_host_operations.inc"
+
+  private:
     Callbacks &callbacks_;
 };
 
@@ -141,11 +125,6 @@ class ObservedProgrammer final : public ProgrammerIo {
 
     const Callbacks &callbacks_;
     ProgrammerLibraries libraries_;
-};
-
-class SystemClock final : public Clock {
-  public:
-    float secondsSinceMidnight() override { return platform::secondsSinceMidnight(); }
 };
 
 } // namespace
