@@ -1,5 +1,7 @@
 #include "world.h"
 
+#include "session/usbmpu6prg.h"
+
 #include "base/error.h"
 #include "forms/form.h"
 

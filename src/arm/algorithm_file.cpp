@@ -1,6 +1,8 @@
 #include "arm/algorithm_file.h"
 
 #include "base/text.h"
+#include "blocks/sharemap.h"
+#include "outside/driver_table.h"
 #include "platform/system.h"
 
 #include <algorithm>
@@ -38,10 +40,11 @@ std::optional<AlgorithmImage> loadFrom(BlockArrays &blocks, std::u16string_view 
 } // namespace
 
 std::optional<AlgorithmImage> loadAlgorithm(BlockArrays &blocks, const ArmProfile &profile) {
-    const std::u16string folder = join(platform::currentDirectory(), profile.algorithmFolder);
-    const std::u16string clockSpecific = join(folder, clockFolder, namePart(blocks, 0), profile.algorithmExtension);
-    const std::u16string general =
-        join(folder, namePart(blocks, 1), u"\\", namePart(blocks, 2), profile.algorithmExtension);
+    const std::u16string folder =
+        join(platform::currentDirectory(), u"\\", fromUtf8(profile.algorithmFolder.value), u"\\");
+    const std::u16string extension = fromUtf8(profile.algorithmExtension.value);
+    const std::u16string clockSpecific = join(folder, clockFolder, namePart(blocks, 0), extension);
+    const std::u16string general = join(folder, namePart(blocks, 1), u"\\", namePart(blocks, 2), extension);
     if (platform::regularFileLength(clockSpecific).value_or(0) != 0)
         return loadFrom(blocks, clockSpecific, shortestClockReadBack);
     return loadFrom(blocks, general, 0);

@@ -1,15 +1,14 @@
 // Algorithm images on disk.
 #pragma once
 
-#include "arm/arm_profile.h"
-#include "blocks/sharemap.h"
+#include "base/types.h"
 
 #include <optional>
 
 namespace kx3 {
 
-/// The longest image that a programmer takes, in bytes.
-inline constexpr Long longestAlgorithm = 0x6000;
+struct ArmProfile;
+struct BlockArrays;
 
 /// An image that stands in block `algobuf`.
 struct AlgorithmImage {

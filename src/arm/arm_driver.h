@@ -1,16 +1,12 @@
 // What all routines of an ARM driver module work with.
 #pragma once
 
-#include "arm/arm_profile.h"
 #include "arm/programmer_link.h"
 #include "base/checked.h"
-#include "base/text.h"
+#include "blocks/sharemap.h"
 #include "context/context.h"
 
 namespace kx3 {
-
-/// Result codes in `prgresult`(0).
-enum class ResultCode : Byte { passed = 0, failed = 1, stopped = 2, error = 3, algorithmFile = 4 };
 
 /// Operation numbers that have a routine of their own; every other one runs directly.
 enum class ArmOperation : Byte {
@@ -42,7 +38,8 @@ struct ArmDriver {
     [[nodiscard]] Byte runCode() const { return (Checked(operation()) + 1).toByte(); }
 
     void setResult(ResultCode code) const { blocks().prgresult(0) = static_cast<Byte>(code); }
-    [[nodiscard]] bool hasResult(ResultCode code) const { return blocks().prgresult(0) == static_cast<Byte>(code); }
+    [[nodiscard]] ResultCode result() const { return static_cast<ResultCode>(blocks().prgresult(0)); }
+    [[nodiscard]] bool hasResult(ResultCode code) const { return result() == code; }
     [[nodiscard]] bool stopRequested() const { return hasResult(ResultCode::stopped); }
     /// Progress for the host's display, 0 to 100.
     void setProgress(Checked percent) const { blocks().prgmode(1) = percent.toByte(); }
@@ -58,8 +55,8 @@ struct ArmDriver {
 
     /// Append the log line of a stage: ">>", host text, name, `addition`, host text.
     void noteStage(TextId name, std::u16string_view addition = {}) const {
-        context.logLine(u">>", readText(blocks().prgnote, 0), context.text(name), addition,
-                        readText(blocks().prgnote, 1));
+        context.logLine(u">>", context.note(noteBeforeOperation), context.text(name), addition,
+                        context.note(noteAfterOperation));
     }
 };
 

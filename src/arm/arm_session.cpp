@@ -1,5 +1,11 @@
 #include "arm/arm_session.h"
 
+#include "base/error.h"
+#include "outside/clock.h"
+#include "outside/driver_table.h"
+#include "outside/programmer_io.h"
+#include "outside/session_host.h"
+
 #include <algorithm>
 
 namespace kx3 {
@@ -8,9 +14,6 @@ namespace {
 
 constexpr Byte startRefused = 1;
 constexpr Byte preparationRefused = 2;
-/// States of a bulk read.
-constexpr Byte readComplete = 2;
-constexpr Byte highestReadState = 3;
 
 constexpr std::u16string_view algorithmFileError = u"Read algo file error!";
 constexpr std::u16string_view updateWarning = u"\nProgrammer soft need update now !!!\n\n";
@@ -28,6 +31,14 @@ class ProgressReset {
   private:
     sharemap &blocks_;
 };
+
+ByteResult prepareDevice(SessionHost &host, PrepareCall call, Byte figmode) {
+    switch (call) {
+    case PrepareCall::PrepareDevice32f: return host.PrepareDevice32f(figmode, 0);
+    case PrepareCall::PrepareDevice: return host.PrepareDevice(figmode, 0);
+    }
+    raise(ErrorNumber::internal);
+}
 
 } // namespace
 
@@ -58,7 +69,8 @@ bool ArmSession::mayStart() {
     SessionHost &host = *driver_.context.sessionHost;
     if (narrow<Byte>(host.StartCheck()) == startRefused) return false;
     if (blocks.figvol(1) == blocks.modeltype(2)) driver_.link.sendSignature();
-    return narrow<Byte>((host.*driver_.profile.prepareDevice)(blocks.figmode(0), 0)) != preparationRefused;
+    const ByteResult prepared = prepareDevice(host, driver_.profile.prepareCall, blocks.figmode(0));
+    return narrow<Byte>(prepared) != preparationRefused;
 }
 
 ArmSession::End ArmSession::operate(const AlgorithmImage &image) {
@@ -73,8 +85,9 @@ ArmSession::End ArmSession::operate(const AlgorithmImage &image) {
         driver_.setResult(ResultCode::stopped);
         return End::silent;
     }
-    driver_.context.logLine(u">>", readText(blocks.prgnote, 0), readText(blocks.MainmnuPrg, driver_.operation()),
-                            readText(blocks.prgnote, 1));
+    const Context &context = driver_.context;
+    context.logLine(u">>", context.note(noteBeforeOperation), context.caption(driver_.operation()),
+                    context.note(noteAfterOperation));
     return dispatch() == Outcome::fatal ? End::fatal : End::result;
 }
 
@@ -87,21 +100,11 @@ bool ArmSession::download(const AlgorithmImage &image) {
 
     readBack_.resize(std::max(readBack_.size(), static_cast<std::size_t>(image.readBackLength)));
     driver_.link.announceAlgorithmReadBack();
-    Byte &state = blocks.usbpip2readresult(0);
-    state = 0;
-    io.usbbulkread(readBack_.data(), image.length + 1, &state);
-    if (!awaitReadBack()) return false;
+    driver_.link.clearReadState();
+    const auto neverInterrupted = [] { return false; };
+    if (driver_.link.readBulk(readBack_.data(), image.length + 1, neverInterrupted) != BulkRead::complete) return false;
     const std::span<const Byte> sent = blocks.algobuf.range(0, image.length);
     return std::equal(sent.begin(), sent.end(), readBack_.begin());
-}
-
-bool ArmSession::awaitReadBack() {
-    for (;;) {
-        driver_.context.ui.yield();
-        const Byte state = driver_.blocks().usbpip2readresult(0);
-        if (state > highestReadState) return false;
-        if (state == readComplete) return true;
-    }
 }
 
 bool ArmSession::checkVersion() {
@@ -109,8 +112,7 @@ bool ArmSession::checkVersion() {
     do {
         if (!driver_.link.poll()) return false;
     } while (!driver_.link.finished());
-    if (driver_.link.firmwareVersion() != driver_.blocks().wsign(1))
-        appendText(driver_.blocks().MainRtstr, 0, updateWarning);
+    if (driver_.link.firmwareVersion() != driver_.blocks().wsign(1)) driver_.context.appendLog(updateWarning);
     return true;
 }
 
@@ -132,37 +134,29 @@ void ArmSession::finish(End end) {
         driver_.context.sessionHost->EndOperation();
         end = End::aborted;
     }
-    if (end == End::aborted) appendErrorText();
-    if (end != End::silent) appendElapsedTime();
+    if (end == End::aborted) driver_.context.logLine(driver_.context.note(noteError));
+    if (end != End::silent) driver_.context.logElapsed(start_);
 }
 
 ArmSession::End ArmSession::signalResult() {
-    const sharemap &blocks = driver_.blocks();
     SessionHost &host = *driver_.context.sessionHost;
     host.EndOperation();
     if (driver_.hasResult(ResultCode::passed))
         host.SignalPass(0);
     else
         host.SignalFail(0);
-    const auto resultLine = [&](Long ending) {
-        driver_.context.logLine(u">>", readText(blocks.MainmnuPrg, driver_.operation()),
-                                readText(blocks.prgnote, ending));
+    const Context &context = driver_.context;
+    const auto resultLine = [&](NoteIndex ending) {
+        context.logLine(u">>", context.caption(driver_.operation()), context.note(ending));
     };
-    switch (static_cast<ResultCode>(blocks.prgresult(0))) {
-    case ResultCode::passed: resultLine(2); break;
-    case ResultCode::failed: resultLine(3); break;
-    case ResultCode::stopped: driver_.context.logLine(readText(blocks.prgnote, 4)); break;
+    switch (driver_.result()) {
+    case ResultCode::passed: resultLine(notePassed); break;
+    case ResultCode::failed: resultLine(noteFailed); break;
+    case ResultCode::stopped: context.logLine(context.note(noteStopped)); break;
     case ResultCode::error: return End::fatal;
-    case ResultCode::algorithmFile: driver_.context.logLine(algorithmFileError); break;
+    case ResultCode::algorithmFile: context.logLine(algorithmFileError); break;
     }
     return End::timed;
-}
-
-void ArmSession::appendErrorText() { driver_.context.logLine(readText(driver_.blocks().prgnote, 12)); }
-
-void ArmSession::appendElapsedTime() {
-    const float end = driver_.context.clock.secondsSinceMidnight();
-    driver_.context.logLine(u">> ", twoDecimals(elapsedSeconds(start_, end)), u"Sec");
 }
 
 } // namespace kx3

@@ -3,14 +3,14 @@
 
 #include "arm/algorithm_file.h"
 #include "arm/arm_driver.h"
-#include "base/error.h"
 
 #include <string>
 #include <vector>
 
 namespace kx3 {
 
-/// Runs one operation of an ARM device: loads the algorithm image, downloads and checks it, and
+/// The session driver of one module, `RunArmSession32f` or `RunArmSession`. Runs one operation of an ARM
+/// device: loads the algorithm image, downloads and checks it, and
 /// drives the programmer by its status reports. Everything it reports goes into the shared blocks.
 class ArmSession {
   public:
@@ -39,13 +39,10 @@ class ArmSession {
     [[nodiscard]] bool mayStart();
     [[nodiscard]] End operate(const AlgorithmImage &image);
     [[nodiscard]] bool download(const AlgorithmImage &image);
-    [[nodiscard]] bool awaitReadBack();
     [[nodiscard]] bool checkVersion();
     [[nodiscard]] Outcome dispatch();
     void finish(End end);
     [[nodiscard]] End signalResult();
-    void appendErrorText();
-    void appendElapsedTime();
 
     ArmDriver driver_;
     float start_ = 0;

@@ -95,9 +95,8 @@ bool AutoSequence::endedByEvent() {
 }
 
 void AutoSequence::appendStageError() {
-    const sharemap &blocks = driver_.blocks();
     if (driver_.link.inStage(Stage::erase))
-        driver_.context.logLine(readText(blocks.MainmnuPrg, eraseCaption), readText(blocks.prgnote, 3));
+        driver_.context.logLine(driver_.context.caption(eraseCaption), driver_.context.note(noteFailed));
     else if (driver_.link.inStage(Stage::blankCheck))
         driver_.context.logLine(driver_.link.compareErrorLine());
     else

@@ -1,15 +1,16 @@
 #include "arm/block_geometry.h"
 
+#include "base/checked.h"
+#include "blocks/sharemap.h"
+#include "outside/driver_table.h"
+
 namespace kx3 {
 
 namespace {
 
-constexpr Long largeDevice = 0x10000; // addresses
-constexpr Long roundingUnit = 256;
-
 Checked lastAddress(Long size, EndRounding rounding) {
     if (rounding == EndRounding::largeDevices && size > largeDevice)
-        return Checked(size) / roundingUnit * roundingUnit - 1;
+        return Checked(size) / endRounding * endRounding - 1;
     return Checked(size) - 1;
 }
 

@@ -1,10 +1,11 @@
 // How an operation's addresses fall into blocks and chunks.
 #pragma once
 
-#include "base/checked.h"
-#include "blocks/sharemap.h"
+#include "base/types.h"
 
 namespace kx3 {
+
+struct BlockArrays;
 
 /// Which last addresses of large devices are rounded down to a multiple of 256, minus 1.
 enum class EndRounding { never, largeDevices };

@@ -1,5 +1,6 @@
 #include "arm/block_run.h"
 #include "arm/block_sender.h"
+#include "outside/driver_table.h"
 
 namespace kx3 {
 

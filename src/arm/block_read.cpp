@@ -2,6 +2,7 @@
 #include "arm/block_geometry.h"
 #include "arm/block_run.h"
 #include "arm/verify_ranges.h"
+#include "outside/session_host.h"
 
 namespace kx3 {
 
@@ -13,10 +14,6 @@ constexpr Long wholeRun = 100;
 /// Modes of a bulk read besides that into the device buffer.
 constexpr Integer intoDeviceBuffer = 0;
 constexpr Long shortRead = 0x41;
-/// States of a bulk read.
-constexpr Byte readComplete = 2;
-constexpr Byte highestReadState = 3;
-constexpr int readAttempts = 2;
 
 /// Arguments of a comparison: the operation's number less 2, and the bits that count.
 constexpr Long verifyMode = 3;
@@ -75,7 +72,7 @@ class BlockReader {
     [[nodiscard]] bool compareBytes(const Chunk &chunk, std::span<const Byte> data);
     [[nodiscard]] bool compareWords(const Chunk &chunk, std::span<const Byte> data);
     Outcome ReadBulkRetry(const Chunk &chunk);
-    void startBulkRead(const Chunk &chunk);
+    [[nodiscard]] BulkRead readOnce(const Chunk &chunk);
     void close();
     void showProgress(Long block, Checked percentOfBlock) {
         driver_.setProgress((Checked(wholeRun) * block + percentOfBlock) / (Checked(geometry_.lastBlock()) + 1));
@@ -118,29 +115,21 @@ RunEnd BlockReader::receive(Long block) {
     return RunEnd::complete;
 }
 
-void BlockReader::startBulkRead(const Chunk &chunk) {
+BulkRead BlockReader::readOnce(const Chunk &chunk) {
     sharemap &blocks = driver_.blocks();
-    Byte &state = blocks.usbpip2readresult(0);
-    state = 0;
+    driver_.link.clearReadState();
     const bool isShort = mode_ == 2 || mode_ == 5;
     const Long count = isShort ? shortRead : chunk.count;
     const std::span<Byte> destination =
         mode_ == intoDeviceBuffer ? blocks.ibuffer.range(chunk.offset, chunk.count) : blocks.ibuf2.range(0, count);
-    driver_.context.io.usbbulkread(destination.data(), count, &state);
+    return driver_.link.readBulk(destination.data(), count,
+                                 [this] { return driver_.stopRequested() || driver_.hasResult(ResultCode::error); });
 }
 
 Outcome BlockReader::ReadBulkRetry(const Chunk &chunk) {
-    for (int attempt = 1; attempt <= readAttempts; ++attempt) {
-        startBulkRead(chunk);
-        for (;;) {
-            driver_.context.ui.yield();
-            const Byte state = driver_.blocks().usbpip2readresult(0);
-            if (state > highestReadState) break;
-            if (driver_.stopRequested() || driver_.hasResult(ResultCode::error)) return Outcome::fatal;
-            if (state == readComplete) return Outcome::finished;
-        }
-    }
-    return Outcome::fatal;
+    BulkRead end = readOnce(chunk);
+    if (end == BulkRead::failed) end = readOnce(chunk);
+    return end == BulkRead::complete ? Outcome::finished : Outcome::fatal;
 }
 
 bool BlockReader::compare(const Chunk &chunk) {
@@ -168,10 +157,7 @@ bool BlockReader::compareWords(const Chunk &chunk, std::span<const Byte> data) {
 void BlockReader::close() {
     sharemap &blocks = driver_.blocks();
     if (verify_) {
-        storeText(blocks.MainRtstr, 0,
-                  join(readText(blocks.prgnote, 5), u"\n", readText(blocks.prgnote, 6), u"\n",
-                       readText(blocks.MainRtstr, 1)));
-        storeText(blocks.MainRtstr, 1, {});
+        driver_.context.replaceLogByExtraOutput();
         return;
     }
     const Long first = blocks.buflength(0);

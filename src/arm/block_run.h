@@ -2,6 +2,7 @@
 #pragma once
 
 #include "arm/arm_driver.h"
+#include "outside/driver_table.h"
 
 namespace kx3 {
 

@@ -1,5 +1,8 @@
 #include "arm/block_sender.h"
 
+#include "outside/driver_table.h"
+#include "outside/programmer_io.h"
+
 namespace kx3 {
 
 namespace {
@@ -15,7 +18,9 @@ Long bytesOf(const Chunk &chunk, const BlockGeometry &geometry, bool lastOfAll, 
 } // namespace
 
 BlockGeometry programGeometry(ArmDriver &driver, EndRounding rounding) {
-    return {driver.blocks(), programChunk(driver.profile, driver.blocks().ramlg(0)), rounding};
+    const ArmProfile &profile = driver.profile;
+    const bool large = driver.blocks().ramlg(0) >= largeBlock;
+    return {driver.blocks(), large ? profile.largeBlockProgramChunk : profile.smallBlockProgramChunk, rounding};
 }
 
 Sent sendBlock(ArmDriver &driver, const BlockGeometry &geometry, Long block, Tail tail) {

@@ -1,4 +1,6 @@
 #include "arm/arm_driver.h"
+#include "outside/session_host.h"
+#include "outside/ui.h"
 
 namespace kx3 {
 
@@ -10,10 +12,9 @@ constexpr Long settleMilliseconds = 20;
 enum class Answer : Byte { goOn, aborted, retry };
 
 std::u16string identityText(const ArmDriver &driver) {
-    const sharemap &blocks = driver.blocks();
     const std::u16string maker = driver.link.makerText();
     const std::u16string code = driver.link.deviceCodeText();
-    return join(readText(blocks.prgnote, 9), maker, u"   ", readText(blocks.prgnote, 10), code);
+    return join(driver.context.note(noteMaker), maker, u"   ", driver.context.note(noteDevice), code);
 }
 
 Answer askUser(const ArmDriver &driver, const std::u16string &prompt) {

@@ -1,21 +1,10 @@
 #include "arm/arm_driver.h"
+#include "outside/driver_table.h"
+#include "outside/programmer_io.h"
 
 namespace kx3 {
 
 namespace {
-
-/// Device data that a direct run of some families needs.
-struct FamilyData {
-    Byte firstFamily;
-    Byte lastFamily;
-    bool atEnd; ///< the last bytes of the image instead of its first ones
-    Long bytes;
-};
-
-constexpr FamilyData familyData[] = {
-    {0x1B, 0x1D, false, 0xA00},
-    {0x2E, 0x31, true, 0x30},
-};
 
 void sendData(ArmDriver &driver, const FamilyData &data) {
     sharemap &blocks = driver.blocks();

@@ -1,7 +1,10 @@
 #include "arm/programmer_link.h"
 
 #include "base/checked.h"
-#include "base/text.h"
+#include "outside/driver_table.h"
+#include "outside/programmer_io.h"
+#include "outside/session_host.h"
+#include "outside/ui.h"
 
 namespace kx3 {
 
@@ -99,8 +102,14 @@ void ProgrammerLink::captureConfiguration() {
         blocks.ubuf1(configurationInPacket + i) = blocks.ibuffer((first + i).value());
 }
 
+void ProgrammerLink::startBulkRead(Byte *destination, Long count) {
+    context_.io.usbbulkread(destination, count, &context_.blocks.usbpip2readresult(0));
+}
+
+void ProgrammerLink::yield() { context_.ui.yield(); }
+
 bool ProgrammerLink::poll() {
-    context_.ui.yield();
+    yield();
     return context_.sessionHost->PollStatus(statusRequest);
 }
 

@@ -1,10 +1,19 @@
 // Command packets to the programmer, and its status reports.
 #pragma once
 
-#include "arm/arm_profile.h"
+#include "blocks/sharemap.h"
 #include "context/context.h"
 
 namespace kx3 {
+
+struct ArmProfile;
+
+/// How a bulk read ended.
+enum class BulkRead : Byte {
+    complete,
+    failed,      ///< the library says so
+    interrupted, ///< the caller gave up waiting
+};
 
 /// Event codes of a status report.
 enum class Event : Byte {
@@ -57,6 +66,22 @@ class ProgrammerLink {
     /// Copy the device configuration bytes from the device buffer into the packet.
     void captureConfiguration();
 
+    /// Clear the state of bulk reads, before each one.
+    void clearReadState() { context_.blocks.usbpip2readresult(0) = 0; }
+    /// Receive `count` bytes into `destination`; return when they have come. After every yield
+    /// `interrupted()` may give up.
+    template <class Interrupted>
+    [[nodiscard]] BulkRead readBulk(Byte *destination, Long count, Interrupted interrupted) {
+        startBulkRead(destination, count);
+        for (;;) {
+            yield();
+            const Byte state = context_.blocks.usbpip2readresult(0);
+            if (state > highestReadState) return BulkRead::failed;
+            if (interrupted()) return BulkRead::interrupted;
+            if (state == readComplete) return BulkRead::complete;
+        }
+    }
+
     /// Yield once, then fetch a report. False when none came.
     [[nodiscard]] bool poll();
     /// Wipe the first `count` bytes of the latest report before a new command.
@@ -84,7 +109,12 @@ class ProgrammerLink {
 
   private:
     static constexpr Byte finishedProgress = 100;
+    // States of a bulk read.
+    static constexpr Byte readComplete = 2;
+    static constexpr Byte highestReadState = 3;
 
+    void startBulkRead(Byte *destination, Long count);
+    void yield();
     Integer send(std::initializer_list<Byte> bytes, Long count);
     [[nodiscard]] Byte report(Long index) const { return context_.blocks.ibuf1(index); }
     [[nodiscard]] Byte bank() const { return context_.blocks.rambknum(0); }

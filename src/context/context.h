@@ -2,14 +2,16 @@
 #pragma once
 
 #include "base/text.h"
-#include "blocks/sharemap.h"
+#include "context/keys.h"
 #include "texts/string_table.h"
-#include "outside/clock.h"
-#include "outside/programmer_io.h"
-#include "outside/session_host.h"
-#include "outside/ui.h"
 
 namespace kx3 {
+
+class Clock;
+class ProgrammerIo;
+class SessionHostSlot;
+class sharemap;
+class Ui;
 
 /// One host thread's shared blocks and outside components. All of it outlives the rooms.
 struct Context {
@@ -21,12 +23,20 @@ struct Context {
 
     /// text(id): the string table's text at `Language`(0) + `id`. Raises "resource not found" for a
     /// language the table does not have.
-    [[nodiscard]] std::u16string_view text(Long id) const { return stringTableText(blocks.Language(0), id); }
+    [[nodiscard]] std::u16string_view text(Long id) const;
+    /// One of the host's prepared texts.
+    [[nodiscard]] std::u16string note(NoteIndex index) const;
+    /// The host's caption of an operation, `MainmnuPrg`.
+    [[nodiscard]] std::u16string caption(Long operation) const;
 
-    /// Append `pieces` and a line feed to the progress log `MainRtstr`(0).
-    template <class... Pieces> void logLine(const Pieces &...pieces) const {
-        appendText(blocks.MainRtstr, 0, join(pieces..., u"\n"));
-    }
+    /// Append `text` to the progress log `MainRtstr`(0).
+    void appendLog(std::u16string_view text) const;
+    /// Append `pieces` and a line feed to the progress log.
+    template <class... Pieces> void logLine(const Pieces &...pieces) const { appendLog(join(pieces..., u"\n")); }
+    /// Append the line of the time that has passed since `start`, a reading of the clock.
+    void logElapsed(float start) const;
+    /// Replace the log by two headings and what comparisons have found; that is cleared.
+    void replaceLogByExtraOutput() const;
 };
 
 } // namespace kx3

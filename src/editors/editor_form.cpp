@@ -1,6 +1,6 @@
 #include "editors/editor_form.h"
 
-#include "base/text.h"
+#include "blocks/sharemap.h"
 #include "editors/hex_text.h"
 
 #include <utility>

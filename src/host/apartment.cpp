@@ -1,5 +1,9 @@
 #include "host/apartment.h"
 
+#include "arm/arm_session.h"
+#include "editors/editors.h"
+#include "session/usbmpu6prg.h"
+
 namespace kx3 {
 
 class Apartment::Operation {
@@ -19,16 +23,38 @@ class Apartment::Operation {
     Apartment &apartment_;
 };
 
+Apartment::Apartment(Outside outside)
+    : outside_(std::move(outside)),
+      sessionHost_(outside_.sessionHost), context_{blocks_, *outside_.io, sessionHost_, *outside_.ui, *outside_.clock} {
+}
+
+Apartment::~Apartment() = default;
+
+usbmpu6prg &Apartment::sessionWindow() {
+    if (!sessionWindow_) sessionWindow_ = std::make_unique<usbmpu6prg>(context_);
+    return *sessionWindow_;
+}
+
+std::u16string Apartment::sessionFailure() const {
+    return lastArmSession_ == nullptr ? std::u16string() : lastArmSession_->failure();
+}
+
 void Apartment::runArmSession(const ArmProfile &profile) {
     const Operation operation(*this);
-    ArmSession &session = existing(arm_[profile.twin], profile);
-    lastArmSession_ = &session;
-    session.run();
+    std::unique_ptr<ArmSession> &slot = armSessions_[static_cast<std::size_t>(&profile - armProfiles)];
+    if (!slot) slot = std::make_unique<ArmSession>(context_, profile);
+    lastArmSession_ = slot.get();
+    slot->run();
 }
 
 void Apartment::runSessionWindow() {
     const Operation operation(*this);
     sessionWindow().wmpu0();
+}
+
+void Apartment::openEditor(Byte mode) {
+    if (!editors_) editors_ = std::make_unique<Editors>(context_);
+    editors_->open(mode);
 }
 
 void Apartment::releaseMainBlocks() noexcept {

@@ -1,15 +1,22 @@
 // Everything that belongs to one host thread.
 #pragma once
 
-#include "arm/arm_session.h"
-#include "editors/editors.h"
+#include "blocks/sharemap.h"
 #include "context/context.h"
-#include "session/usbmpu6prg.h"
+#include "outside/clock.h"
+#include "outside/driver_table.h"
+#include "outside/programmer_io.h"
+#include "outside/session_host.h"
+#include "outside/ui.h"
 
+#include <array>
 #include <memory>
-#include <optional>
 
 namespace kx3 {
+
+class ArmSession;
+class Editors;
+class usbmpu6prg;
 
 /// The outside components that a door hands over.
 struct Outside {
@@ -23,27 +30,24 @@ struct Outside {
 /// all clsMPU objects of the thread. Windows are created on first use and kept.
 class Apartment {
   public:
-    explicit Apartment(Outside outside)
-        : outside_(std::move(outside)),
-          sessionHost_(outside_.sessionHost), context_{blocks_, *outside_.io, sessionHost_, *outside_.ui,
-                                                       *outside_.clock} {}
+    explicit Apartment(Outside outside);
+    ~Apartment();
     Apartment(const Apartment &) = delete;
     Apartment &operator=(const Apartment &) = delete;
 
     [[nodiscard]] sharemap &blocks() noexcept { return blocks_; }
     [[nodiscard]] Context &context() noexcept { return context_; }
     /// The session window, for a host that shows it.
-    [[nodiscard]] usbmpu6prg &sessionWindow() { return existing(sessionWindow_); }
-    [[nodiscard]] Editors &editors() { return existing(editors_); }
+    [[nodiscard]] usbmpu6prg &sessionWindow();
 
     /// Why the last ARM session ended on its error path; empty when it did not.
-    [[nodiscard]] std::u16string sessionFailure() const {
-        return lastArmSession_ == nullptr ? std::u16string() : lastArmSession_->failure();
-    }
-    /// Run one session of a twin module.
+    [[nodiscard]] std::u16string sessionFailure() const;
+    /// Run one session of the driver module that `profile` describes; it is a row of the table.
     void runArmSession(const ArmProfile &profile);
     /// Run one session of the session window.
     void runSessionWindow();
+    /// Open the editor of programming mode `mode` modally; return when it is closed.
+    void openEditor(Byte mode);
 
     /// True while an operation runs. Its transfers and loops hold addresses inside the blocks.
     [[nodiscard]] bool running() const noexcept { return running_; }
@@ -54,20 +58,14 @@ class Apartment {
     /// Marks an operation as running; refuses a second one from inside the first.
     class Operation;
 
-    template <class Window, class... Arguments>
-    Window &existing(std::optional<Window> &slot, const Arguments &...arguments) {
-        if (!slot) slot.emplace(context_, arguments...);
-        return *slot;
-    }
-
     Outside outside_;
     sharemap blocks_;
     SessionHostSlot sessionHost_;
     Context context_;
-    std::optional<ArmSession> arm_[2];
+    std::array<std::unique_ptr<ArmSession>, armProfileCount> armSessions_;
     const ArmSession *lastArmSession_ = nullptr;
-    std::optional<usbmpu6prg> sessionWindow_;
-    std::optional<Editors> editors_;
+    std::unique_ptr<usbmpu6prg> sessionWindow_;
+    std::unique_ptr<Editors> editors_;
     bool running_ = false;
     bool releasePending_ = false;
 };

@@ -9,13 +9,6 @@ namespace kx3 {
 
 namespace {
 
-// Model types below the first are no business of this plug-in.
-constexpr Integer firstModelType = 40;
-constexpr Integer firstModelType32f = 74;
-// `selmode`(0): these bits tell a device of module arm_prg from one of the session window.
-constexpr Byte armSelectionMask = 0x41;
-constexpr Byte armSelection = 0x40;
-
 /// The blocks stay where they are while an operation works on them.
 void refuseWhileRunning(const Apartment &apartment) {
     if (apartment.running()) raise(ErrorNumber::invalidCall, u"Not possible while an operation is running");
@@ -43,17 +36,14 @@ void clsMPU::freesharebuffermpu6() {
 void clsMPU::runMpu6Prg(Boolean & /*usbenable*/) {
     const sharemap &blocks = apartment_.blocks();
     const Integer modelType = blocks.modeltype(0);
-    if (modelType >= firstModelType32f)
-        apartment_.runArmSession(armProfile32f);
-    else if (modelType < firstModelType)
-        return;
-    else if ((blocks.selmode(0) & armSelectionMask) == armSelection)
-        apartment_.runArmSession(armProfile);
+    if (modelType < firstModelType) return;
+    if (const ArmProfile *profile = armProfileOf(modelType, [&] { return blocks.selmode(0); }))
+        apartment_.runArmSession(*profile);
     else
         apartment_.runSessionWindow();
 }
 
-void clsMPU::editfigmpu6() { apartment_.editors().open(apartment_.blocks().prgmode(0)); }
+void clsMPU::editfigmpu6() { apartment_.openEditor(apartment_.blocks().prgmode(0)); }
 
 void clsMPU::sinitmpu6() { kx3::sinitmpu6(apartment_.blocks()); }
 

@@ -1,7 +1,8 @@
 #include "notes/notes.h"
 
 #include "base/checked.h"
-#include "base/text.h"
+#include "blocks/sharemap.h"
+#include "outside/ui.h"
 
 #include <algorithm>
 #include <iterator>

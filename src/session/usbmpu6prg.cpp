@@ -1,7 +1,10 @@
 #include "session/usbmpu6prg.h"
 
 #include "base/checked.h"
-#include "base/text.h"
+#include "blocks/sharemap.h"
+#include "outside/clock.h"
+#include "outside/session_host.h"
+#include "outside/ui.h"
 
 namespace kx3 {
 
@@ -14,9 +17,6 @@ constexpr Integer sessionRuns = 0x3FF0;
 constexpr Byte startIsRefused = 1;
 constexpr Byte chipIsRefused = 2;
 
-/// `prgresult`(0).
-enum ResultCode : Byte { resultPassed = 0, resultFailed = 1, resultStopped = 2, resultError = 3 };
-
 /// `prgresult`(1) and the steps of a sequence, as far as they matter here.
 enum OperationNumber : Byte {
     operationSequence = 0, ///< `autoprg`, or the device's own sequence when that has no steps
@@ -26,25 +26,6 @@ enum OperationNumber : Byte {
     operationAutoProgram = 6,
 };
 
-/// Elements of `prgnote`.
-enum NoteIndex : Long {
-    noteBeforeOperation = 0,
-    noteAfterOperation = 1,
-    notePassed = 2,
-    noteFailed = 3,
-    noteStopped = 4,
-    noteFirstHeading = 5,
-    noteSecondHeading = 6,
-    noteContinuePrompt = 7,
-    noteContinueTitle = 8,
-    noteMaker = 9,
-    noteDevice = 10,
-    noteError = 12,
-};
-
-/// Elements of `MainRtstr`.
-constexpr Long logText = 0;
-constexpr Long extraOutput = 1;
 /// A longer log is cleared before the next operation's first line.
 constexpr std::size_t longestLog = 500;
 
@@ -93,7 +74,7 @@ void usbmpu6prg::onLoad() {
     add(ControlKind::commandButton, stopButton, noIndex, context_.text(textStop)).setBounds(stopButtonBounds);
 }
 
-void usbmpu6prg::onClick(Control & /*stopButton*/) { context_.blocks.prgresult(0) = resultStopped; }
+void usbmpu6prg::onClick(Control & /*stopButton*/) { setResult(ResultCode::stopped); }
 
 // Session
 
@@ -133,7 +114,7 @@ void usbmpu6prg::connectPower() {
 
 bool usbmpu6prg::identifierAllowsOperations() {
     if (!context_.blocks.chipidtestmode(0)) return true;
-    return prgidtest() == IdTest::goOn && context_.blocks.prgresult(0) != resultStopped;
+    return prgidtest() == IdTest::goOn && result() != ResultCode::stopped;
 }
 
 usbmpu6prg::IdTest usbmpu6prg::prgidtest() {
@@ -165,7 +146,7 @@ bool usbmpu6prg::isExpected(const ChipId &id) const {
 }
 
 std::u16string usbmpu6prg::describe(const ChipId &id) const {
-    return join(note(noteMaker), twoDigits(id.maker), u"   ", note(noteDevice), twoDigits(id.device1),
+    return join(context_.note(noteMaker), twoDigits(id.maker), u"   ", context_.note(noteDevice), twoDigits(id.device1),
                 twoDigits(id.device2));
 }
 
@@ -183,7 +164,7 @@ void usbmpu6prg::runOperations() {
     if (blocks.prgresult(1) == operationSequence && blocks.wautonum(0) == 0) prgstep(operationAutoProgram);
     if (blocks.prgresult(1) == operationSequence) runSequence(blocks.wautonum(0));
     if (const Byte operation = blocks.prgresult(1); operation > operationNone) prgstep(operation);
-    logElapsed(start);
+    context_.logElapsed(start);
     signalOutcome();
 }
 
@@ -191,27 +172,22 @@ void usbmpu6prg::runSequence(Byte count) {
     const sharemap &blocks = context_.blocks;
     for (Long i = 0; i < count; ++i) {
         prgstep(blocks.autoprg(i));
-        const Byte result = blocks.prgresult(0);
-        if (blocks.autoprg(i) == operationBlankCheck && result == resultFailed) {
+        const ResultCode outcome = result();
+        if (blocks.autoprg(i) == operationBlankCheck && outcome == ResultCode::failed) {
             if (!userGoesOn()) return;
-        } else if (result != resultPassed) {
+        } else if (outcome != ResultCode::passed) {
             return;
         }
     }
 }
 
 bool usbmpu6prg::userGoesOn() {
-    return context_.ui.messageBox(note(noteContinuePrompt), messageBoxOkCancelQuestion, note(noteContinueTitle)) ==
-           MessageBoxResult::ok;
-}
-
-void usbmpu6prg::logElapsed(float start) {
-    const Double seconds = elapsedSeconds(start, context_.clock.secondsSinceMidnight());
-    context_.logLine(u">> ", twoDecimals(seconds), u"Sec");
+    return context_.ui.messageBox(context_.note(noteContinuePrompt), messageBoxOkCancelQuestion,
+                                  context_.note(noteContinueTitle)) == MessageBoxResult::ok;
 }
 
 void usbmpu6prg::signalOutcome() {
-    if (context_.blocks.prgresult(0) == resultPassed)
+    if (result() == ResultCode::passed)
         context_.sessionHost->SignalPass(0);
     else
         context_.sessionHost->SignalFail(0);
@@ -219,17 +195,17 @@ void usbmpu6prg::signalOutcome() {
 
 void usbmpu6prg::prgstep(Integer operation) {
     sharemap &blocks = context_.blocks;
-    blocks.prgresult(0) = resultPassed;
+    setResult(ResultCode::passed);
     blocks.prgmode(1) = 0;
     clearLongLog();
     const std::u16string announcement =
-        join(note(noteBeforeOperation), readText(blocks.MainmnuPrg, operation), note(noteAfterOperation));
+        join(context_.note(noteBeforeOperation), context_.caption(operation), context_.note(noteAfterOperation));
     context_.logLine(u">>", announcement);
     showInCaption(announcement);
     blocks.prgmode(1) = 1;
     blocks.prgmode(2) = 0;
     context_.ui.yield(); // the host carries out the operation
-    if (operation == operationWithExtraOutput) replaceLogByExtraOutput();
+    if (operation == operationWithExtraOutput) context_.replaceLogByExtraOutput();
     logResult(operation);
 }
 
@@ -243,24 +219,21 @@ void usbmpu6prg::showInCaption(std::u16string_view text) {
     setCaption(text);
 }
 
-void usbmpu6prg::replaceLogByExtraOutput() {
-    Array<String> &texts = context_.blocks.MainRtstr;
-    storeText(texts, logText,
-              join(note(noteFirstHeading), u"\n", note(noteSecondHeading), u"\n", readText(texts, extraOutput)));
-    storeText(texts, extraOutput, {});
-}
-
 void usbmpu6prg::logResult(Integer operation) {
-    const auto name = [&] { return readText(context_.blocks.MainmnuPrg, operation); };
-    switch (context_.blocks.prgresult(0)) {
-    case resultPassed: context_.logLine(u">>", name(), note(notePassed)); break;
-    case resultFailed: context_.logLine(u">>", name(), note(noteFailed)); break;
-    case resultStopped: context_.logLine(note(noteStopped)); break;
-    case resultError: context_.logLine(note(noteError)); break;
+    const auto resultLine = [&](NoteIndex ending) {
+        context_.logLine(u">>", context_.caption(operation), context_.note(ending));
+    };
+    switch (result()) {
+    case ResultCode::passed: resultLine(notePassed); break;
+    case ResultCode::failed: resultLine(noteFailed); break;
+    case ResultCode::stopped: context_.logLine(context_.note(noteStopped)); break;
+    case ResultCode::error: context_.logLine(context_.note(noteError)); break;
     default: break;
     }
 }
 
-std::u16string usbmpu6prg::note(Long index) const { return readText(context_.blocks.prgnote, index); }
+ResultCode usbmpu6prg::result() const { return static_cast<ResultCode>(context_.blocks.prgresult(0)); }
+
+void usbmpu6prg::setResult(ResultCode code) { context_.blocks.prgresult(0) = static_cast<Byte>(code); }
 
 } // namespace kx3

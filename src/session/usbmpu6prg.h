@@ -1,9 +1,9 @@
 // The programming-session window, for the non-ARM devices.
 #pragma once
 
-#include "base/text.h"
-#include "forms/form.h"
 #include "context/context.h"
+#include "forms/form.h"
+#include "outside/ui.h"
 
 #include <string>
 
@@ -43,15 +43,14 @@ class usbmpu6prg final : public Form {
     void runOperations();
     void runSequence(Byte count);
     [[nodiscard]] bool userGoesOn();
-    void logElapsed(float start);
     void signalOutcome();
 
     void prgstep(Integer operation);
     void clearLongLog();
     void showInCaption(std::u16string_view text);
-    void replaceLogByExtraOutput();
     void logResult(Integer operation);
-    [[nodiscard]] std::u16string note(Long index) const;
+    [[nodiscard]] ResultCode result() const;
+    void setResult(ResultCode code);
 
     Context &context_;
 };

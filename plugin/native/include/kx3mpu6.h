@@ -212,6 +212,29 @@ KX3_API kx3_status kx3_mpu_put_exitpower(kx3_mpu *mpu, int16_t value);
 
 /* Run the operation that the blocks describe; `usbenable` is neither read nor written. */
 KX3_API kx3_status kx3_mpu_runMpu6Prg(kx3_mpu *mpu, int16_t *usbenable);
+
+/* The ARM driver module that runMpu6Prg chooses for a device. `struct_size` comes from the caller; members
+ * behind it are left alone. Texts stay valid. */
+typedef struct kx3_driver_info {
+    size_t struct_size;
+    const char *module;              /* "arm_prg_32f" */
+    const char *entry;               /* the module's session driver, "RunArmSession32f" */
+    const char *algorithm_folder;    /* of its algorithm files, below the current directory */
+    const char *algorithm_extension; /* ".alg" */
+    int32_t longest_algorithm;       /* bytes that an algorithm file may have */
+    int32_t read_chunk;              /* bytes of one bulk read */
+    int32_t program_chunk;           /* bytes of one bulk write, for blocks below `large_block` addresses */
+    int32_t large_program_chunk;     /* the same for larger blocks */
+    int32_t large_block;             /* addresses */
+    int32_t numbers_read_chunks;     /* 1: each read request carries the chunk's number in a byte */
+    int32_t large_device;            /* a verify, and some programming, of a device with more addresses than this ... */
+    int32_t end_rounding;            /* ... ends at a multiple of so many */
+} kx3_driver_info;
+
+/* The driver of a device with these elements 0 of `modeltype` and `selmode`. KX3_NOT_AVAILABLE for a device
+ * that no ARM driver serves. */
+KX3_API kx3_status kx3_driver_describe(int16_t model_type, uint8_t selection, kx3_driver_info *info);
+
 /* Why the thread's last ARM session ended on its error path, UTF-8: the description of the error that
  * the log shows only as the host's prepared text. "" when it did not. Valid until the thread's next
  * call of this function. */

@@ -134,6 +134,26 @@ kx3_status kx3_mpu_runMpu6Prg(kx3_mpu *mpu, int16_t *usbenable) {
     });
 }
 
+kx3_status kx3_driver_describe(int16_t model_type, uint8_t selection, kx3_driver_info *info) {
+    return guarded([&] {
+        const ArmProfile *profile = armProfileOf(model_type, [selection] { return selection; });
+        if (profile == nullptr) raise(ErrorNumber::notAvailable, u"No ARM driver serves this device");
+        native::handOut(info, {.struct_size = {},
+                               .module = profile->module,
+                               .entry = profile->entry,
+                               .algorithm_folder = profile->algorithmFolder,
+                               .algorithm_extension = profile->algorithmExtension,
+                               .longest_algorithm = longestAlgorithm,
+                               .read_chunk = profile->readChunk,
+                               .program_chunk = profile->smallBlockProgramChunk,
+                               .large_program_chunk = profile->largeBlockProgramChunk,
+                               .large_block = largeBlock,
+                               .numbers_read_chunks = profile->readRequest == ReadRequest::oncePerChunk ? 1 : 0,
+                               .large_device = largeDevice,
+                               .end_rounding = endRounding});
+    });
+}
+
 kx3_status kx3_mpu_mpu6warn(kx3_mpu *mpu, uint8_t *no) {
     return guarded([&] { objectOf(mpu)->mpu6warn(required(no, u"no")); });
 }

@@ -6,8 +6,9 @@
 #include "forms/dialog_layout.h"
 #include "host/apartment.h"
 #include "host/mpu.h"
-#include "doorstep/programmer_libraries.h"
 
+#include <algorithm>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <string>
@@ -83,6 +84,14 @@ template <class Action> kx3_status guarded(Action action) noexcept {
 template <class T> T &required(T *pointer, const char16_t *name) {
     if (pointer == nullptr) raise(ErrorNumber::invalidCall, join(u"Argument ", std::u16string_view(name), u" is NULL"));
     return *pointer;
+}
+
+/// Fill a structure that begins with the caller's `struct_size`, as far as the caller knows it.
+template <class T> void handOut(T *out, T filled) {
+    const std::size_t known = required(out, u"info").struct_size;
+    if (known < sizeof known) raise(ErrorNumber::invalidCall, u"struct_size is not set");
+    filled.struct_size = known;
+    std::memcpy(out, &filled, std::min(known, sizeof filled));
 }
 
 /// A text of the engine as the C interface hands it out.
