@@ -2,7 +2,7 @@
 #pragma once
 
 #include "input.h"
-#include "support/test_apartment.h"
+#include "rig/apartment.h"
 
 #include <filesystem>
 #include <fstream>

@@ -1,8 +1,8 @@
 // An ARM driver module with a scripted programmer, and algorithm files in a folder of its own.
 #pragma once
 
-#include "simulator/temporary_folder.h"
-#include "support/test_apartment.h"
+#include "rig/apartment.h"
+#include "rig/folder.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,6 @@
 
 namespace kx3::test {
 
-using Bytes = std::vector<Byte>;
 /// Status reports of one command, in the order in which they are polled. Then none comes any more.
 using Reports = std::vector<Bytes>;
 
@@ -31,16 +30,6 @@ inline std::string endLine(int operation, const char *note) {
     return ">>op" + std::to_string(operation) + ' ' + note + " \n" + timeLine;
 }
 
-/// A device as the host describes it.
-struct Device {
-    Byte wordMode = 1;
-    Long size = 0x100;
-    Long block = 0x100;
-    Double first = 0;
-    Double dataOffset = 0;
-    Byte bank = 0;
-};
-
 enum class Module { arm32f, arm };
 
 /// A host with a programmer that takes its status reports from a script and keeps what it receives.
@@ -48,8 +37,6 @@ class ArmRig {
   public:
     explicit ArmRig(Module module = Module::arm32f, Long bufferLength = 0x1000) : is32f(module == Module::arm32f) {
         t.attach(bufferLength);
-        t.host.modeltype(0) = is32f ? 80 : 40;
-        t.host.selmode(0) = 0x40;
         t.host.figvol(1) = 1;
         t.host.figmode(0) = 3;
         t.host.wsign(1) = version;
@@ -62,28 +49,18 @@ class ArmRig {
         storeText(t.host.algorithm, 0, u" clock ");
         storeText(t.host.algorithm, 1, u" family ");
         storeText(t.host.algorithm, 2, u"  part");
-        std::filesystem::current_path(folder_ / ".");
-        writeFile(general(), {1, 2, 3, 4});
+        spill(general(), {1, 2, 3, 4});
         connect();
     }
-    ~ArmRig() { std::filesystem::current_path(home_); }
     ArmRig(const ArmRig &) = delete;
     ArmRig &operator=(const ArmRig &) = delete;
 
-    void describe(const Device &device) {
-        t.host.wordmode(0) = device.wordMode;
-        t.host.tlength(0) = device.size;
-        t.host.ramlg(0) = device.block;
-        t.host.wltbigendbuf(0) = device.first;
-        t.host.wltbigendbuf(2) = device.dataOffset;
-        t.host.rambknum(0) = device.bank;
+    void describe(Device device) {
+        device.model = is32f ? 80 : 40;
+        t.describe(device);
     }
     [[nodiscard]] std::string general() const { return is32f ? "algo4/family/part.alg" : "algo/family/part.bin"; }
     [[nodiscard]] std::string clockSpecific() const { return is32f ? "algo4/clk/clock.alg" : "algo/clk/clock.bin"; }
-    static void writeFile(const std::filesystem::path &path, const std::vector<char> &bytes) {
-        std::filesystem::create_directories(path.parent_path());
-        kx3sim::test::spill(path, bytes);
-    }
 
     /// Run `operation` and give the log that it leaves.
     std::string run(Byte operation) {
@@ -96,7 +73,7 @@ class ArmRig {
         t.mpu.runMpu6Prg(usbenable);
         return log();
     }
-    [[nodiscard]] std::string log() const { return toUtf8(readText(t.host.MainRtstr, 0)); }
+    [[nodiscard]] std::string log() const { return t.log(); }
     [[nodiscard]] Byte result() const { return t.host.prgresult(0); }
     [[nodiscard]] std::string failure() const { return toUtf8(t.apartment.sessionFailure()); }
     /// Run `operation` and compare what it leaves; `behindStart` is the log behind the start line.
@@ -238,8 +215,7 @@ class ArmRig {
         state_ = state;
     }
 
-    kx3sim::test::TemporaryFolder folder_;
-    std::filesystem::path home_ = std::filesystem::current_path();
+    Workplace workplace_;
     Bytes algorithm_;
     bool algorithmNext_ = false;
     Byte *state_ = nullptr;

@@ -1,53 +1,17 @@
 // Whatever stands in the blocks, a session ends in order.
 #include "arm_rig.h"
+#include "rig/blocks.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <random>
 #include <thread>
-#include <type_traits>
 
 namespace kx3 {
 namespace {
 
 using namespace test;
-
-struct Block {
-    std::string name;
-    std::span<std::byte> bytes;
-    std::size_t elementBytes;
-    bool isText;
-    [[nodiscard]] bool isSmall() const { return bytes.size() <= 300 && name != "MainRtstr"; }
-};
-
-std::vector<Block> allBlocks(sharemap &blocks) {
-    std::vector<Block> all;
-    const auto add = [&all]<class T>(Array<T> &block, const char *name) {
-        const auto bytes = std::as_writable_bytes(block.range(0, static_cast<Long>(block.count())));
-        all.push_back({name, bytes, sizeof(T), std::is_same_v<T, String>});
-    };
-#define KX3_BLOCK(member, root, type, count, bytes) add(blocks.member, root);
-#include "blocks/block_table.inc"
-#undef KX3_BLOCK
-    return all;
-}
-
-/// The contents of the small blocks.
-class SavedBlocks {
-  public:
-    explicit SavedBlocks(const std::vector<Block> &blocks) {
-        for (const Block &block : blocks)
-            if (block.isSmall()) saved_.emplace_back(block.bytes, std::vector(block.bytes.begin(), block.bytes.end()));
-    }
-    void restore() const {
-        for (const auto &[place, bytes] : saved_)
-            std::ranges::copy(bytes, place.begin());
-    }
-
-  private:
-    std::vector<std::pair<std::span<std::byte>, std::vector<std::byte>>> saved_;
-};
 
 TEST(HostileBlocks, EverySessionEndsWithItsTimeLine) {
     const Bytes fault{50, 0xFA, 0x32, 0xFF, 0xFF, 0xFF, 0x7F, 1, 2, 3, 4};
@@ -59,8 +23,7 @@ TEST(HostileBlocks, EverySessionEndsWithItsTimeLine) {
     for (const Module module : {Module::arm32f, Module::arm}) {
         ArmRig rig(module);
         rig.t.host.chipidtestmode(0) = Boolean(true);
-        const std::vector<Block> blocks = allBlocks(rig.t.host);
-        const SavedBlocks saved(blocks);
+        SavedBlocks saved(rig.t.host);
         const auto endsInOrder = [&](Byte operation, std::span<std::byte> element, std::pair<int, int> value) {
             saved.restore();
             rig.runs.assign(3, scripts[turn++ % std::size(scripts)]);
@@ -70,16 +33,17 @@ TEST(HostileBlocks, EverySessionEndsWithItsTimeLine) {
             EXPECT_TRUE(rig.run(operation).ends_with("Sec\n")) << rig.log();
             EXPECT_EQ(rig.t.host.prgmode(1), 0);
         };
-        for (const Block &block : blocks) {
-            const bool selectsTheDriver = block.name == "modeltype" || block.name == "selmode";
-            if (!block.isSmall() || selectsTheDriver) continue;
+        for (const Block &block : allBlocks(rig.t.host)) {
+            const bool isLog = block.root == "MainRtstr";
+            const bool selectsTheDriver = block.root == "modeltype" || block.root == "selmode";
+            if (!block.isSmall() || isLog || selectsTheDriver) continue;
             const std::size_t last =
-                std::min<std::size_t>(block.bytes.size() / block.elementBytes, block.isText ? 12 : 3);
+                std::min<std::size_t>(block.bytes.size() / block.elementBytes, block.texts != nullptr ? 12 : 3);
             for (std::size_t i = 0; i < last; ++i)
                 for (const auto &value : values)
                     for (const Byte operation : {Byte{0}, Byte{2}, Byte{3}, Byte{5}, Byte{6}, Byte{9}}) {
-                        if (block.isText && value.second != 0xFF) continue;
-                        SCOPED_TRACE(block.name + std::to_string(i) + '=' + std::to_string(value.first) +
+                        if (block.texts != nullptr && value.second != 0xFF) continue;
+                        SCOPED_TRACE(std::string(block.root) + std::to_string(i) + '=' + std::to_string(value.first) +
                                      " operation " + std::to_string(operation));
                         endsInOrder(operation, block.bytes.subspan(i * block.elementBytes, block.elementBytes), value);
                     }
@@ -103,9 +67,11 @@ TEST(HostileBlocks, ValuesMayChangeAtAnyMoment) {
             *state = readComplete;
         };
         t.ui->onYield = [&] { t.host.usbpip2readresult(0) = readComplete; };
+        SavedBlocks saved(t.host);
         std::vector<Block> targets = allBlocks(t.host);
-        const SavedBlocks saved(targets);
-        std::erase_if(targets, [](const Block &block) { return block.isText; }); // no other thread may touch handles
+        targets.pop_back(); // the device buffer
+        std::erase_if(targets,
+                      [](const Block &block) { return block.texts != nullptr; }); // no other thread may touch handles
         {
             std::atomic<bool> written = false;
             std::jthread writer([&written, &targets](const std::stop_token &stop) {

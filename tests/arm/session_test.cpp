@@ -157,7 +157,7 @@ TEST(ArmSession, AlgorithmFilesAreFoundAndJudged) {
             const auto put = [&](const std::string &path, int bytes) {
                 std::filesystem::remove(path);
                 if (bytes == folder) std::filesystem::create_directories(path);
-                if (bytes >= 0) ArmRig::writeFile(path, std::vector(static_cast<std::size_t>(bytes), 'a'));
+                if (bytes >= 0) spill(path, std::vector(static_cast<std::size_t>(bytes), 'a'));
             };
             put(rig.clockSpecific(), c.clockBytes);
             put(rig.general(), c.generalBytes);
@@ -256,7 +256,7 @@ TEST(ArmSession, DirectRunsOfSomeFamiliesSendData) {
                                                   {0x2D, ""}, {0x2E, end},  {0x31, end},  {0x32, ""}};
     for (const auto &[family, data] : cases) {
         ArmRig rig;
-        rig.describe({.size = 0x1000, .bank = 1});
+        rig.describe({.addresses = 0x1000, .bank = 1});
         rig.t.host.prgmode(0) = family;
         rig.expect(direct, endLine(direct, "n2"), data + "34 0A 01 00 00/16; " + passCalls);
     }

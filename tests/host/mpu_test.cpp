@@ -1,6 +1,6 @@
 // The entry class.
 #include "error_of.h"
-#include "support/test_apartment.h"
+#include "rig/apartment.h"
 
 #include <gtest/gtest.h>
 

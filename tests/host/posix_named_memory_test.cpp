@@ -1,7 +1,8 @@
 // Named memory where blocks are files: their lifetime, and files that are no blocks of ours.
 #include "blocks/mem_mapped.h"
 #include "blocks/sharemap.h"
-#include "support/test_apartment.h"
+#include "rig/fakes.h"
+#include "rig/own_blocks.h"
 
 #include <gtest/gtest.h>
 
@@ -16,27 +17,18 @@ namespace kx3 {
 namespace {
 
 namespace fs = std::filesystem;
+using test::blockFile;
+using test::blockFiles;
+using test::useOwnNamespace;
 
 constexpr uid_t anotherUser = 65534;
 
 class PosixNamedMemory : public testing::Test {
   protected:
-    PosixNamedMemory() { test::useOwnNamespace(); }
+    PosixNamedMemory() { useOwnNamespace(); }
     ~PosixNamedMemory() override {
-        for (const fs::path &file : files())
+        for (const fs::path &file : blockFiles())
             fs::remove(file);
-    }
-
-    static std::string prefix() {
-        return "kx3mpu6-" + std::to_string(::geteuid()) + "-test" + std::to_string(::getpid()) + "-";
-    }
-    static fs::path fileOf(const std::string &name) { return "/dev/shm/" + prefix() + name; }
-    /// Files that stand for blocks of this test.
-    static std::vector<fs::path> files() {
-        std::vector<fs::path> found;
-        for (const fs::directory_entry &entry : fs::directory_iterator("/dev/shm"))
-            if (entry.path().filename().string().starts_with(prefix())) found.push_back(entry.path());
-        return found;
     }
 };
 
@@ -83,16 +75,16 @@ TEST_F(PosixNamedMemory, TheLastCloseRemovesTheName) {
     clsMemMapped first, second;
     ASSERT_TRUE(first.OpenAndMapMemoryBlock("tamselA", 40) && second.OpenAndMapMemoryBlock("tamselA", 40));
     first.UnMapFile();
-    EXPECT_EQ(files().size(), 1U);
+    EXPECT_EQ(blockFiles().size(), 1U);
     second.UnMapFile();
-    EXPECT_EQ(files().size(), 0U);
+    EXPECT_EQ(blockFiles().size(), 0U);
 }
 
 TEST_F(PosixNamedMemory, OnlyTheUserCanOpenABlock) {
     clsMemMapped block;
     ASSERT_TRUE(block.OpenAndMapMemoryBlock("tamselA", 40));
     struct stat status {};
-    ASSERT_EQ(::stat(fileOf("tamselA").c_str(), &status), 0);
+    ASSERT_EQ(::stat(blockFile("tamselA").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777U, 0600U);
 }
 
@@ -112,9 +104,9 @@ TEST_F(PosixNamedMemory, AKilledHostLeavesNothing) {
     OtherHost host;
     ASSERT_TRUE(host.holds());
     host.kill();
-    EXPECT_EQ(files().size(), 1U) << "its file is there, but nobody holds it";
+    EXPECT_EQ(blockFiles().size(), 1U) << "its file is there, but nobody holds it";
     EXPECT_EQ(clsMemMapped::findnum(), 0);
-    EXPECT_EQ(files().size(), 0U);
+    EXPECT_EQ(blockFiles().size(), 0U);
     OtherHost next;
     next.kill();
     clsMemMapped block;
@@ -135,10 +127,10 @@ TEST_F(PosixNamedMemory, AnExclusiveCreateTakesOverOnlyDeadBlocks) {
 TEST_F(PosixNamedMemory, ClosingDoesNotRemoveAnotherFileOfTheName) {
     clsMemMapped block;
     ASSERT_TRUE(block.OpenAndMapMemoryBlock("tamselA", 40));
-    fs::remove(fileOf("tamselA"));
-    std::ofstream{fileOf("tamselA")};
+    fs::remove(blockFile("tamselA"));
+    std::ofstream{blockFile("tamselA")};
     block.UnMapFile();
-    EXPECT_EQ(files().size(), 1U);
+    EXPECT_EQ(blockFiles().size(), 1U);
 }
 
 TEST_F(PosixNamedMemory, NamesThatAreNoPlainFileNamesAreRefused) {
@@ -156,8 +148,8 @@ TEST_F(PosixNamedMemory, AReplacedBlockIsTheOldOneUntilTheNextAttach) {
     test::FakeUi ui;
     sharemap blocks;
     blocks.MapSharedBlocks(1, ui);
-    fs::remove(fileOf("tamselibuf11"));
-    const int replacement = ::open(fileOf("tamselibuf11").c_str(), O_CREAT | O_RDWR, 0600);
+    fs::remove(blockFile("tamselibuf11"));
+    const int replacement = ::open(blockFile("tamselibuf11").c_str(), O_CREAT | O_RDWR, 0600);
     ASSERT_EQ(::flock(replacement, LOCK_SH), 0); // its owner lives
     ASSERT_EQ(::ftruncate(replacement, 65536), 0);
     blocks.ibuf1(0) = 0x11;
@@ -171,7 +163,7 @@ TEST_F(PosixNamedMemory, AReplacedBlockIsTheOldOneUntilTheNextAttach) {
     EXPECT_EQ(there, 0x22);
     EXPECT_TRUE(ui.boxes.empty());
     blocks.UnmapSharedBlocks();
-    EXPECT_EQ(files().size(), 1U) << "its owner still holds it";
+    EXPECT_EQ(blockFiles().size(), 1U) << "its owner still holds it";
     ::close(replacement);
 }
 
@@ -218,7 +210,7 @@ TEST_F(PosixNamedMemory, WhateverStandsInTheWayTheOtherBlocksAreAttached) {
     for (const Obstacle &obstacle : obstacles) {
         SCOPED_TRACE(obstacle.name);
         if (::geteuid() != 0 && obstacle.name == std::string_view("another user's file")) continue;
-        const fs::path path = fileOf("tamselbvcc1");
+        const fs::path path = blockFile("tamselbvcc1");
         obstacle.put(path);
         {
             test::FakeUi ui;
@@ -231,12 +223,12 @@ TEST_F(PosixNamedMemory, WhateverStandsInTheWayTheOtherBlocksAreAttached) {
         }
         EXPECT_EQ(fs::exists(fs::symlink_status(path)), !obstacle.attaches) << "what is not ours stays";
         fs::remove(path);
-        EXPECT_EQ(files().size(), 0U);
+        EXPECT_EQ(blockFiles().size(), 0U);
     }
 }
 
 TEST_F(PosixNamedMemory, AHeldFileWithoutBytesIsNoBlock) {
-    const fs::path path = fileOf("tamselA");
+    const fs::path path = blockFile("tamselA");
     std::ofstream{path};
     const int holder = ::open(path.c_str(), O_RDWR);
     ASSERT_EQ(::flock(holder, LOCK_SH), 0);
@@ -252,12 +244,12 @@ TEST_F(PosixNamedMemory, AReadOnlyFileIsNoBlock) {
     const pid_t child = ::fork();
     if (child == 0) {
         if (::seteuid(anotherUser) != 0) ::_exit(2);
-        test::useOwnNamespace();
-        writeFile(fileOf("tamselA"));
-        ::chmod(fileOf("tamselA").c_str(), 0400);
+        useOwnNamespace();
+        writeFile(blockFile("tamselA"));
+        ::chmod(blockFile("tamselA").c_str(), 0400);
         clsMemMapped block;
         const bool had = block.OpenAndMapMemoryBlock("tamselA", 40);
-        fs::remove(fileOf("tamselA"));
+        fs::remove(blockFile("tamselA"));
         ::_exit(had ? 1 : 0);
     }
     int status = -1;

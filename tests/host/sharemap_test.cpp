@@ -1,6 +1,6 @@
 // Mapping named blocks, and attaching all 62 of them.
 #include "blocks/sharemap.h"
-#include "support/test_apartment.h"
+#include "rig/apartment.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 // open blocks. The device buffer has no instance number, so that both see the same one: sessions only
 // read its beginning here, and the editors of each thread keep to bytes of their own behind that.
 #include "forms/form.h"
-#include "support/test_apartment.h"
+#include "rig/apartment.h"
 
 #include <atomic>
 #include <cstdio>

@@ -1,5 +1,5 @@
 #include "host/error_of.h"
-#include "support/test_apartment.h"
+#include "rig/apartment.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "host/error_of.h"
+#include "rig/apartment.h"
 #include "session/usbmpu6prg.h"
-#include "support/test_apartment.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,8 @@
 // Algorithm files that are damaged: rejected with the text for it and nothing done, or programmed right.
-#include "simulator/plug_in.h"
+#include "rig/simulated.h"
 #include "support/unreadable_files.h"
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <thread>
@@ -8,7 +10,7 @@
 namespace kx3sim {
 namespace {
 
-using namespace test;
+using namespace kx3::test;
 
 constexpr Byte autoSequence = 0;
 constexpr std::size_t longest = 0x6000;
@@ -37,7 +39,7 @@ class AlgorithmFiles : public testing::TestWithParam<kx3::Integer> {
         spill(file, bytes);
     }
 
-    PlugIn plugIn{{.model = GetParam(), .addresses = 0x40, .block = 0x40}};
+    PlugIn plugIn{{.addresses = 0x40, .block = 0x40, .model = GetParam()}};
     Bytes image = plugIn.buffer();
     const std::filesystem::path file =
         GetParam() == model32f ? "algo4/family/device.alg" : "algo/family/device.bin"; // below the current directory

@@ -1,11 +1,15 @@
+#include "rig/folder.h"
 #include "simulator/chip_file.h"
 #include "simulator/failure.h"
-#include "simulator/temporary_folder.h"
+
+#include <gtest/gtest.h>
 
 namespace kx3sim {
 namespace {
 
-using test::TemporaryFolder;
+using kx3::test::slurp;
+using kx3::test::spill;
+using kx3::test::TemporaryFolder;
 
 /// A chip with something in every field; its main memory ends inside a checksum group.
 Chip sampleChip() {
@@ -50,22 +54,22 @@ TEST(ChipFile, KeepsTheWholeChip) {
 TEST(ChipFile, AnyDamageIsFound) {
     const TemporaryFolder folder;
     writeChipFile(folder / "a.chip", sampleChip());
-    const std::vector<char> good = test::slurp(folder / "a.chip");
+    const std::vector<char> good = slurp(folder / "a.chip");
 
     for (std::size_t length = 0; length < good.size(); length += length < 200 ? 1 : 487) {
-        test::spill(folder / "cut.chip", {good.begin(), good.begin() + static_cast<std::ptrdiff_t>(length)});
+        spill(folder / "cut.chip", {good.begin(), good.begin() + static_cast<std::ptrdiff_t>(length)});
         EXPECT_EQ(statusOfReading(folder / "cut.chip"), KX6SIM_FILE_INVALID) << length << " bytes";
     }
     for (std::size_t place = 0; place < good.size(); place += place < 150 ? 1 : 97)
         for (unsigned bit = 0; bit < 8; ++bit) {
             std::vector<char> damaged = good;
             damaged[place] = static_cast<char>(static_cast<unsigned char>(damaged[place]) ^ (1U << bit));
-            test::spill(folder / "bit.chip", damaged);
+            spill(folder / "bit.chip", damaged);
             EXPECT_EQ(statusOfReading(folder / "bit.chip"), KX6SIM_FILE_INVALID) << "byte " << place << " bit " << bit;
         }
     std::vector<char> longer = good;
     longer.push_back(0);
-    test::spill(folder / "long.chip", longer);
+    spill(folder / "long.chip", longer);
     EXPECT_EQ(statusOfReading(folder / "long.chip"), KX6SIM_FILE_INVALID);
 }
 
@@ -79,11 +83,11 @@ TEST(ChipFile, WhatIsNoFileIsSaidSo) {
 TEST(ChipFile, AFailedWriteLeavesTheOldFile) {
     const TemporaryFolder folder;
     writeChipFile(folder / "a.chip", sampleChip());
-    const std::vector<char> before = test::slurp(folder / "a.chip");
+    const std::vector<char> before = slurp(folder / "a.chip");
     // Something that cannot be opened for writing stands where the temporary file would.
     std::filesystem::create_directories(folder / "a.chip.tmp/x");
     EXPECT_THROW(writeChipFile(folder / "a.chip", Chip(1, 0, {0, 1, {0}})), Failure);
-    EXPECT_EQ(test::slurp(folder / "a.chip"), before);
+    EXPECT_EQ(slurp(folder / "a.chip"), before);
 
     EXPECT_THROW(writeChipFile(folder / "no/such/folder.chip", sampleChip()), Failure);
 }

@@ -1,15 +1,16 @@
 // The session host's own work: comparing, and operations on pin-driven chips.
-#include "simulator/plug_in.h"
-
 #include "base/error.h"
+#include "rig/simulated.h"
+
+#include <gtest/gtest.h>
 
 namespace kx3sim {
 namespace {
 
-using namespace test;
+using namespace kx3::test;
 
 /// A pin-driven device: the session window announces the operation, the host carries it out.
-constexpr Device pinDriven{.model = modelArm, .addresses = 0x800, .width = 2, .block = 0x800, .selection = 0};
+constexpr Device pinDriven{.width = 2, .addresses = 0x800, .block = 0x800, .model = modelArm, .selection = 0};
 
 class PinDriven : public testing::Test {
   protected:
@@ -60,11 +61,11 @@ TEST_F(PinDriven, EveryOperationDoesItsWork) {
 
 TEST_F(PinDriven, AVerifyNamesWhatDiffers) {
     expect(Signal::pass, {autoSequence});
-    plugIn.flip(0x123, 0);
+    kx6sim_flip_bit(KX6SIM_AREA_MAIN, 0x123, 0);
     expect(Signal::fail, {verify});
     EXPECT_EQ(plugIn.sim->mismatches().firstAddress, 0x123);
     EXPECT_NE(plugIn.log().find("Address:00000123H"), std::string::npos) << plugIn.log();
-    plugIn.flip(0x123, 0);
+    kx6sim_flip_bit(KX6SIM_AREA_MAIN, 0x123, 0);
     plugIn.host.ibuffer(eepromPlace + 3) = 0xEE;
     expect(Signal::fail, {verify});
     EXPECT_EQ(plugIn.sim->mismatches().firstAddress, eepromPlace + 3);
@@ -81,7 +82,7 @@ TEST_F(PinDriven, TheIdentityComesAsAReport) {
         const auto report = plugIn.host.ibuf1.range(3, 3);
         EXPECT_EQ(Bytes(report.begin(), report.end()), (Bytes{0x1E, 0x95, 0x0F}));
     }
-    plugIn.setFaults("chipid@1:wrong,report@2:missing,slow=1");
+    EXPECT_EQ(kx6sim_set_faults("chipid@1:wrong,report@2:missing,slow=1", 1), KX6SIM_OK);
     EXPECT_FALSE(plugIn.sim->PollStatus(15));
     EXPECT_TRUE(plugIn.sim->PollStatus(15));
     EXPECT_EQ(plugIn.host.ibuf1(3), 0x1E ^ 0xFF);

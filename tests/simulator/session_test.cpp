@@ -1,10 +1,12 @@
 // Whole sessions of the plug-in's ARM drivers on the simulated programmer.
-#include "simulator/plug_in.h"
+#include "rig/simulated.h"
+
+#include <gtest/gtest.h>
 
 namespace kx3sim {
 namespace {
 
-using namespace test;
+using namespace kx3::test;
 
 constexpr Byte autoSequence = 0;
 constexpr Byte read = 2;
@@ -16,10 +18,10 @@ constexpr Byte erase = 8;
 constexpr Device devices[] = {
     {.margin = 2},
     {.model = modelArm},
-    {.model = modelArm, .addresses = 0x28000, .block = 0x10000},
+    {.addresses = 0x28000, .block = 0x10000, .model = modelArm},
     {.addresses = 0x20000, .block = 0xC000},
-    {.model = modelArm, .addresses = 0x3000, .width = 2, .block = 0x3000},
-    {.addresses = 0x6000, .width = 2, .block = 0x6000},
+    {.width = 2, .addresses = 0x3000, .block = 0x3000, .model = modelArm},
+    {.width = 2, .addresses = 0x6000, .block = 0x6000},
 };
 
 class Sessions : public testing::TestWithParam<Device> {};
@@ -50,7 +52,7 @@ TEST_P(Sessions, EraseProgramVerifyReadAuto) {
 
 TEST(ArmSession, AVerifyThatLeavesDataUnreadFails) {
     // More than one read chunk of words: the driver counts a last block's chunks in addresses.
-    PlugIn plugIn({.model = modelArm, .addresses = 0x5000, .width = 2, .block = 0x5000});
+    PlugIn plugIn({.width = 2, .addresses = 0x5000, .block = 0x5000, .model = modelArm});
     ASSERT_EQ(plugIn.run(autoSequence), Signal::pass) << plugIn.log();
     EXPECT_EQ(plugIn.run(verify), Signal::fail);
     EXPECT_NE(plugIn.log().find("bytes of the device were not read"), std::string::npos) << plugIn.log();
@@ -59,7 +61,7 @@ TEST(ArmSession, AVerifyThatLeavesDataUnreadFails) {
 
 TEST(ArmSession, AVerifyOfALargeDeviceMayEndBeforeTheDevice) {
     for (const kx3::Integer model : {model32f, modelArm}) {
-        PlugIn plugIn({.model = model, .addresses = 0x10080, .block = 0x20000});
+        PlugIn plugIn({.addresses = 0x10080, .block = 0x20000, .model = model});
         for (const Byte operation : {autoSequence, verify, read, erase, program, verify})
             EXPECT_EQ(plugIn.run(operation), Signal::pass) << int{operation} << plugIn.log() << plugIn.sim->trouble();
     }
@@ -107,15 +109,15 @@ TEST(ArmSession, EveryFaultStrikesAndTheNextSessionIsClean) {
     for (const char *fault :
          {"comwrite@3:fail", "bulkwrite@1:fail", "bulkread@1:fail=2", "bulkread@1+:corrupt", "report@1:missing",
           "report@2:compare=5", "report@2:identity", "report@2:stop", "start@1:refuse", "prepare@1:refuse"}) {
-        plugIn.setFaults(fault);
+        EXPECT_EQ(kx6sim_set_faults(fault, 1), KX6SIM_OK);
         EXPECT_NE(plugIn.run(autoSequence), Signal::pass) << fault;
         for (const char *harmless : {"bulkread@1:pending=3", ""}) {
-            plugIn.setFaults(harmless);
+            EXPECT_EQ(kx6sim_set_faults(harmless, 1), KX6SIM_OK);
             EXPECT_EQ(plugIn.run(autoSequence), Signal::pass) << fault << plugIn.log();
             EXPECT_EQ(plugIn.chip(), image);
         }
     }
-    plugIn.setFaults("bulkread@1+:pending=3");
+    EXPECT_EQ(kx6sim_set_faults("bulkread@1+:pending=3", 1), KX6SIM_OK);
     EXPECT_EQ(plugIn.run(read), Signal::pass);
     EXPECT_EQ(plugIn.buffer(), image);
 }

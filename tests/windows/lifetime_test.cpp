@@ -1,6 +1,6 @@
 // Objects, threads and the library coming and going.
 
-#include "support/test_apartment.h"
+#include "rig/apartment.h"
 #include "windows/host.h"
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 //
 // Each figure is the median of several runs, every one of which loops long enough for the clock.
 
-#include "support/test_apartment.h"
+#include "rig/apartment.h"
 #include "windows/host.h"
 
 #include <algorithm>

@@ -1,29 +1,21 @@
-// One host thread with fake outside components, and the host's own view of the shared blocks.
+// Outside components that record what they are asked, and answer as the test says.
 #pragma once
 
 #include "base/text.h"
-#include "host/apartment.h"
-#include "host/mpu.h"
+#include "outside/clock.h"
+#include "outside/programmer_io.h"
+#include "outside/session_host.h"
+#include "outside/ui.h"
 
-#include <cstdlib>
 #include <deque>
 #include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
-#if !defined(_WIN32)
-#include <unistd.h>
-#endif
-
 namespace kx3::test {
 
-/// Blocks of test processes that run at the same time must not meet.
-inline void useOwnNamespace() {
-#if !defined(_WIN32)
-    ::setenv("KX3MPU6_NAMESPACE", ("test" + std::to_string(::getpid())).c_str(), 1);
-#endif
-}
+using Bytes = std::vector<Byte>;
 
 /// Keeps every message box, answers them in order (OK when no answer is left), and calls hooks for
 /// yields and modal forms.
@@ -55,12 +47,13 @@ class FakeUi final : public Ui {
     void showModal(Form &form) override { onModal(form); }
 };
 
-/// A session host that records its calls ("SetVcc 3300") and answers with the values set here.
-class FakeSessionHost final : public SessionHost {
+/// A session host that records its calls ("SetVcc 3300"), but for the comparisons, and answers with the
+/// values set here.
+class FakeSessionHost : public SessionHost {
   public:
     std::vector<std::string> calls;
     Long startCheck = 0;
-    Long prepare = 0;
+    Long prepare = 0; ///< of all three preparation calls
     std::function<bool()> onPoll = [] { return true; };
     std::function<Long(Byte, Long)> onCompareByte = [](Byte, Long) { return 0; };
     std::function<Long(Byte, Byte, Long)> onCompareWord = [](Byte, Byte, Long) { return 0; };
@@ -108,10 +101,8 @@ class FakeProgrammerIo final : public ProgrammerIo {
     Integer usbbulkwrite(Byte *data, Long count) override { return onBulkWrite(data, count); }
     void usbbulkread(Byte *destination, Long count, Byte *state) override { onBulkRead(destination, count, state); }
     std::u16string datstr(Long value, Long digits) override {
-        std::u16string text = hex(value);
-        const auto width = static_cast<std::size_t>(digits);
-        text.insert(0, text.size() < width ? width - text.size() : 0, u'0');
-        return text.substr(text.size() - width);
+        const std::u16string text = std::u16string(static_cast<std::size_t>(digits), u'0') + hex(value);
+        return text.substr(text.size() - static_cast<std::size_t>(digits));
     }
 };
 
@@ -119,45 +110,6 @@ class FakeClock final : public Clock {
   public:
     float now = 43200.0F;
     float secondsSinceMidnight() override { return now; }
-};
-
-/// A plug-in on fake outside components. `host` is the host's own view of the blocks: it holds them
-/// open, sets values before an operation and reads the results.
-class TestApartment {
-  public:
-    TestApartment() : TestApartment(std::make_unique<FakeProgrammerIo>()) {}
-    explicit TestApartment(std::unique_ptr<FakeProgrammerIo> programmer)
-        : io(*programmer), sessionHost(std::make_shared<FakeSessionHost>()), apartment(outside(std::move(programmer))) {
-    }
-
-    /// Create all blocks as a host does, with `buflength`(0) = `bufferLength`, and attach the
-    /// plug-in to them.
-    void attach(Long bufferLength, Integer instance = 1) {
-        host.MapSharedBlocks(instance, hostUi_);
-        host.buflength(0) = bufferLength;
-        host.MapDeviceBuffer(bufferLength + deviceBufferExtra, hostUi_);
-        mpu.bufcommpu6(instance);
-    }
-
-    FakeProgrammerIo &io;
-    std::shared_ptr<FakeSessionHost> sessionHost;
-    FakeUi *ui = nullptr;
-    FakeClock *clock = nullptr;
-    sharemap host;
-    Apartment apartment;
-    clsMPU mpu{apartment};
-
-  private:
-    Outside outside(std::unique_ptr<ProgrammerIo> programmer) {
-        useOwnNamespace();
-        auto fakeUi = std::make_unique<FakeUi>();
-        auto fakeClock = std::make_unique<FakeClock>();
-        ui = fakeUi.get();
-        clock = fakeClock.get();
-        return {std::move(programmer), [this] { return sessionHost; }, std::move(fakeUi), std::move(fakeClock)};
-    }
-
-    FakeUi hostUi_;
 };
 
 } // namespace kx3::test

@@ -1,0 +1,17 @@
+// The programming modes that have an editor.
+#pragma once
+
+#include "editors/description.h"
+
+#include <vector>
+
+namespace kx3::test {
+
+inline const std::vector<Byte> editorModes = [] {
+    std::vector<Byte> modes;
+    for (Byte mode = 1; mode <= 64; ++mode)
+        if (editorOfMode(mode)) modes.push_back(mode);
+    return modes;
+}();
+
+} // namespace kx3::test
