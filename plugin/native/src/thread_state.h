@@ -3,11 +3,13 @@
 
 #include "kx3mpu6.h"
 
+#include "doorstep/programmer_libraries.h"
 #include "forms/dialog_layout.h"
 #include "host/apartment.h"
 #include "host/mpu.h"
-#include "doorstep/programmer_libraries.h"
 
+#include <algorithm>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <string>
@@ -83,6 +85,13 @@ template <class Action> kx3_status guarded(Action action) noexcept {
 template <class T> T &required(T *pointer, const char16_t *name) {
     if (pointer == nullptr) raise(ErrorNumber::invalidCall, join(u"Argument ", std::u16string_view(name), u" is NULL"));
     return *pointer;
+}
+
+/// Fill as much of a structure as its `struct_size` says that the host knows.
+template <class Info> void fill(Info *out, const char16_t *name, Info filled) {
+    filled.struct_size = required(out, name).struct_size;
+    if (filled.struct_size < sizeof filled.struct_size) raise(ErrorNumber::invalidCall, u"struct_size is not set");
+    std::memcpy(out, &filled, std::min(filled.struct_size, sizeof filled));
 }
 
 /// A text of the engine as the C interface hands it out.
