@@ -1,4 +1,4 @@
-#include "editors/config_byte.h"
+#include "editors/config_address.h"
 #include "editors/description.h"
 
 namespace kx3 {

@@ -203,6 +203,15 @@ Byte Field::bitsAt(Long index) const {
     return static_cast<Byte>(index);
 }
 
+bool Field::covers(Long offset) const { return std::find(bytes().begin(), bytes().end(), offset) != bytes().end(); }
+
+bool Field::keepsBits() const {
+    if (kind == FieldKind::hexNumber || kind == FieldKind::hexWord || hasNoItems()) return true;
+    for (unsigned bits = 0; bits < 1U << width; ++bits)
+        if (bitsAt(indexOf(static_cast<Byte>(bits))) != bits) return false;
+    return true;
+}
+
 Field &EditorLayout::field(std::string_view control, Integer index) {
     const auto found = std::find_if(fields.begin(), fields.end(), [&](const Field &f) {
         return f.control == ControlName{control, index};
@@ -218,11 +227,31 @@ bool EditorLayout::isShown(const Field &field) const {
     return shown;
 }
 
+bool EditorLayout::canChange(const Field &field) const {
+    const bool canBeEnabled = field.enabled || !field.enabledBy.empty();
+    return isShown(field) && canBeEnabled && !field.readOnly && !field.hasNoItems();
+}
+
 std::size_t EditorLayout::byteAt(Long offset) const {
     const auto found =
         std::find_if(bytes.begin(), bytes.end(), [&](const ConfigByte &b) { return b.offset == offset; });
     if (found == bytes.end()) raise(ErrorNumber::internal, u"An editor lacks one of its bytes");
     return static_cast<std::size_t>(found - bytes.begin());
+}
+
+Byte EditorLayout::fieldBits(const ConfigByte &byte) const {
+    Byte bits = 0;
+    for (const Field &field : fields)
+        if (field.covers(byte.offset)) bits |= field.mask();
+    return bits;
+}
+
+Byte EditorLayout::keptBits(const ConfigByte &byte) const {
+    if (!byte.written) return 0xFF;
+    Byte bits = 0;
+    for (const Field &field : fields)
+        if (field.covers(byte.offset) && !canChange(field) && field.keepsBits()) bits |= field.mask();
+    return bits & static_cast<Byte>(~byte.fixedMask);
 }
 
 EditorLayout layoutOf(const EditorDescription &editor, const DeviceTraits &device, const StateWords &words) {
@@ -250,15 +279,6 @@ std::optional<EditorLayout> editorLayout(const DeviceTraits &device, const State
     const auto editor = editorOfMode(device.prgmode);
     if (!editor) return std::nullopt;
     return layoutOf(*editorDescriptions[*editor], device, words);
-}
-
-Long configAddress(AddressBase base, Long offset, Long tlength) {
-    switch (base) {
-    case AddressBase::length: return (Checked(tlength) + offset).value();
-    case AddressBase::twiceLength: return (Checked(2) * tlength + offset).value();
-    case AddressBase::bufferStart: break;
-    }
-    return offset;
 }
 
 } // namespace kx3

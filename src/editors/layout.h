@@ -3,6 +3,7 @@
 #pragma once
 
 #include "base/types.h"
+#include "editors/config_address.h"
 #include "forms/form.h"
 
 #include <array>
@@ -28,10 +29,6 @@ struct StateWords {
     std::u16string_view enable;  ///< a bit that is 0
     std::u16string_view disable; ///< a bit that is 1
 };
-
-/// What the offset of a configuration byte counts from: `tlength`(0), twice that (an image counted
-/// in words), or the start of the buffer.
-enum class AddressBase : Byte { length, twiceLength, bufferStart };
 
 enum class FieldKind : Byte { list, check, hexNumber, hexWord };
 
@@ -98,10 +95,14 @@ struct Field {
         return byteCount == 1 ? static_cast<Byte>(((1U << width) - 1U) << bit) : Byte{0xFF};
     }
     [[nodiscard]] std::span<const Long> bytes() const { return std::span(offsets).first(byteCount); }
+    [[nodiscard]] bool covers(Long offset) const;
+    [[nodiscard]] bool hasNoItems() const { return kind == FieldKind::list && items->empty(); }
     /// List index, or check state (1 checked), that shows `bits` of the field; -1 shows none.
     [[nodiscard]] Long indexOf(Byte bits) const;
     /// The reverse: the bits that `index` stores. No selection stands for item 0.
     [[nodiscard]] Byte bitsAt(Long index) const;
+    /// Whether OK stores what was loaded, for any loaded bits, when nobody touches the control.
+    [[nodiscard]] bool keepsBits() const;
 };
 
 /// One configuration byte.
@@ -132,14 +133,17 @@ struct EditorLayout {
     [[nodiscard]] Field &field(std::string_view control, Integer index = noIndex);
     /// Whether the field and the frames around it are visible.
     [[nodiscard]] bool isShown(const Field &field) const;
+    /// Whether a person can change what the field stores.
+    [[nodiscard]] bool canChange(const Field &field) const;
     /// Position in `bytes`; every byte of a field has one.
     [[nodiscard]] std::size_t byteAt(Long offset) const;
+    /// The bits of a byte that fields hold, shown or hidden.
+    [[nodiscard]] Byte fieldBits(const ConfigByte &byte) const;
+    /// The bits of a byte that OK leaves as they are, whatever a person enters.
+    [[nodiscard]] Byte keptBits(const ConfigByte &byte) const;
 };
 
 /// The editor that opens for `device.prgmode`, or nothing for a mode without an editor.
 [[nodiscard]] std::optional<EditorLayout> editorLayout(const DeviceTraits &device, const StateWords &words);
-
-/// Index in the device buffer of the byte `offset` from `base`. Raises Overflow.
-[[nodiscard]] Long configAddress(AddressBase base, Long offset, Long tlength);
 
 } // namespace kx3

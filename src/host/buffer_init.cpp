@@ -1,6 +1,8 @@
 #include "host/buffer_init.h"
 
 #include "base/checked.h"
+#include "blocks/sharemap.h"
+#include "editors/config_address.h"
 
 #include <algorithm>
 #include <array>
@@ -32,56 +34,58 @@ class Bytes {
     std::size_t size_;
 };
 
-/// What a run's offset counts from: `tlength`(0), or twice that for an image counted in words.
-enum class Anchor : std::uint8_t { length, twiceLength };
-
 /// Consecutive bytes written for each of `modes`.
 struct Run {
     Bytes modes;
-    Anchor anchor;
-    Long offset; ///< of the first byte from the anchor
+    AddressBase base;
+    Long offset; ///< of the first byte from the base
     Bytes bytes;
 };
 
 /// All runs of a mode are written, in table order; bytes between runs keep their values.
 constexpr Run runs[] = {
-    {{3}, Anchor::twiceLength, 0, {0x6E, 0xDF, 0xFF, 0xFF, 0x00, 0x00, 0x00, 0xFF, 0x00, 0x00}},
-    {{4, 6, 10}, Anchor::twiceLength, 0, {0x62, 0xDF, 0xFF, 0xFF, 0x00, 0x00, 0x00, 0xFF, 0x00, 0x00}},
-    {{12}, Anchor::twiceLength, 0, {0xFF, 0xFF}},
-    {{12}, Anchor::twiceLength, 8, {0x00, 0x00}},
-    {{13, 14}, Anchor::twiceLength, 0, {0xE1, 0x99, 0xFD, 0xFF, 0x00, 0x00, 0x00, 0xFF, 0x00, 0x00}},
-    {{15}, Anchor::twiceLength, 0, {0x62, 0x99, 0xFF, 0xFF, 0x00, 0x00, 0x00, 0xFF, 0x00, 0x00}},
-    {{18}, Anchor::twiceLength, 0, {0x5E, 0xD9, 0xF4, 0xFF, 0x00, 0x00, 0x00, 0xEC, 0x00, 0x00}},
-    {{30, 31, 32}, Anchor::twiceLength, 0, {0x62, 0x99, 0xFE, 0xFF, 0x00, 0x00, 0x00, 0xFF, 0x00, 0x00}},
-    {{55, 56}, Anchor::twiceLength, 0, {0x62, 0xD9, 0xFF, 0xFF, 0x00, 0x00, 0x00, 0xFF, 0x00, 0x00}},
-    {{58, 59, 60, 61}, Anchor::twiceLength, 0, {0x62, 0xDF, 0xF9, 0xFF, 0x00, 0x00, 0x00, 0xFF, 0x00, 0x00}},
-    {{62}, Anchor::twiceLength, 0, {0xDE, 0xE9, 0xFF, 0xFF, 0x00, 0x00, 0x00, 0xFF, 0x00, 0x00}},
-    {{45}, Anchor::length, 0, Bytes::repeated(0xFF, 8)},
-    {{50}, Anchor::length, 0, {0xFF, 0x00, 0xFF, 0xFE, 0xFF, 0xFF}},
-    {{46, 47, 48, 49}, Anchor::length, -48, Bytes::repeated(0xFF, 45)},
-    {{46, 47, 48, 49}, Anchor::length, -40, {0xFE}},
-    {{64}, Anchor::length, -40, {0xFF, 0xFF, 0xFF, 0xC5, 0xFF, 0xFF, 0xFF, 0xFF, 0xC5, 0xFF, 0xFF, 0xFF, 0xC5, 0xC5,
-                                 0xC5, 0xFF, 0xC5, 0xC5, 0xC5, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}},
+    {{3}, AddressBase::twiceLength, 0, {0x6E, 0xDF, 0xFF, 0xFF, 0x00, 0x00, 0x00, 0xFF, 0x00, 0x00}},
+    {{4, 6, 10}, AddressBase::twiceLength, 0, {0x62, 0xDF, 0xFF, 0xFF, 0x00, 0x00, 0x00, 0xFF, 0x00, 0x00}},
+    {{12}, AddressBase::twiceLength, 0, {0xFF, 0xFF}},
+    {{12}, AddressBase::twiceLength, 8, {0x00, 0x00}},
+    {{13, 14}, AddressBase::twiceLength, 0, {0xE1, 0x99, 0xFD, 0xFF, 0x00, 0x00, 0x00, 0xFF, 0x00, 0x00}},
+    {{15}, AddressBase::twiceLength, 0, {0x62, 0x99, 0xFF, 0xFF, 0x00, 0x00, 0x00, 0xFF, 0x00, 0x00}},
+    {{18}, AddressBase::twiceLength, 0, {0x5E, 0xD9, 0xF4, 0xFF, 0x00, 0x00, 0x00, 0xEC, 0x00, 0x00}},
+    {{30, 31, 32}, AddressBase::twiceLength, 0, {0x62, 0x99, 0xFE, 0xFF, 0x00, 0x00, 0x00, 0xFF, 0x00, 0x00}},
+    {{55, 56}, AddressBase::twiceLength, 0, {0x62, 0xD9, 0xFF, 0xFF, 0x00, 0x00, 0x00, 0xFF, 0x00, 0x00}},
+    {{58, 59, 60, 61}, AddressBase::twiceLength, 0, {0x62, 0xDF, 0xF9, 0xFF, 0x00, 0x00, 0x00, 0xFF, 0x00, 0x00}},
+    {{62}, AddressBase::twiceLength, 0, {0xDE, 0xE9, 0xFF, 0xFF, 0x00, 0x00, 0x00, 0xFF, 0x00, 0x00}},
+    {{45}, AddressBase::length, 0, Bytes::repeated(0xFF, 8)},
+    {{50}, AddressBase::length, 0, {0xFF, 0x00, 0xFF, 0xFE, 0xFF, 0xFF}},
+    {{46, 47, 48, 49}, AddressBase::length, -48, Bytes::repeated(0xFF, 45)},
+    {{46, 47, 48, 49}, AddressBase::length, -40, {0xFE}},
+    {{64}, AddressBase::length, -40, {0xFF, 0xFF, 0xFF, 0xC5, 0xFF, 0xFF, 0xFF, 0xFF, 0xC5, 0xFF,
+                                      0xFF, 0xFF, 0xC5, 0xC5, 0xC5, 0xFF, 0xC5, 0xC5, 0xC5, 0xFF,
+                                      0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}},
 };
 
-Checked position(Anchor anchor, Long length) {
-    return anchor == Anchor::twiceLength ? Checked(2) * length : Checked(length);
-}
-
-void write(const Run &run, Long length, Array<Byte> &buffer) {
-    const Checked first = position(run.anchor, length) + run.offset;
-    Long k = 0;
-    for (const Byte byte : run.bytes)
-        buffer((first + k++).value()) = byte;
+/// Call `store(address, value)` for each byte, in the order in which they are written.
+template <class Store> void forEachDefault(Byte mode, Long length, Store store) {
+    for (const Run &run : runs) {
+        if (!run.modes.contains(mode)) continue;
+        const Checked first = configAddress(run.base, run.offset, length);
+        Long k = 0;
+        for (const Byte byte : run.bytes)
+            store((first + k++).value(), byte);
+    }
 }
 
 } // namespace
 
 void sinitmpu6(BlockArrays &blocks) {
-    const Byte mode = blocks.prgmode(0);
-    const Long length = blocks.tlength(0);
-    for (const Run &run : runs)
-        if (run.modes.contains(mode)) write(run, length, blocks.ibuffer);
+    forEachDefault(blocks.prgmode(0), blocks.tlength(0),
+                   [&](Long address, Byte value) { blocks.ibuffer(address) = value; });
+}
+
+std::map<Long, Byte> defaultBytes(Byte mode, Long tlength) {
+    std::map<Long, Byte> bytes;
+    forEachDefault(mode, tlength, [&](Long address, Byte value) { bytes[address] = value; });
+    return bytes;
 }
 
 } // namespace kx3

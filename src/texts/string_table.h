@@ -3,6 +3,7 @@
 
 #include "base/types.h"
 
+#include <array>
 #include <string_view>
 
 namespace kx3 {
@@ -35,9 +36,13 @@ enum TextId : Long {
     textProgConfig = 2024,
 };
 
-/// Distance between two language blocks; the last one starts at 33000.
+/// The languages in the order of their blocks.
+inline constexpr std::array<std::string_view, 12> languageNames{
+    "en", "zh-cn", "zh-tw", "ko", "pl", "default", "it", "nl", "pt-br", "tr", "hu", "ru",
+};
+/// Distance between two language blocks; the first one starts at 0.
 inline constexpr Long languageStep = 3000;
-inline constexpr Long languageCount = 12;
+inline constexpr Long languageCount{languageNames.size()};
 
 /// The text with identifier `language` + `id`, exactly as stored. Raises "resource not found" when
 /// `language` is not the start of one of the twelve blocks, or the table holds no such text.

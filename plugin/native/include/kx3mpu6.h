@@ -12,7 +12,9 @@
  * callback must not throw or longjmp either; it reports failure by its status.
  *
  * Structures that the host fills begin with `struct_size` = sizeof the structure, so that later
- * versions can append members; members that a host leaves out count as NULL.
+ * versions can append members; members that a host leaves out count as NULL. Where a structure that
+ * the library fills has a `struct_size`, the host sets it before the call, and the library fills no
+ * more than that.
  */
 #ifndef KX3MPU6_H
 #define KX3MPU6_H
@@ -213,8 +215,7 @@ KX3_API kx3_status kx3_mpu_put_exitpower(kx3_mpu *mpu, int16_t value);
 /* Run the operation that the blocks describe; `usbenable` is neither read nor written. */
 KX3_API kx3_status kx3_mpu_runMpu6Prg(kx3_mpu *mpu, int16_t *usbenable);
 
-/* The ARM driver module that runMpu6Prg chooses for a device. `struct_size` comes from the caller; members
- * behind it are left alone. Texts stay valid. */
+/* The ARM driver module that runMpu6Prg chooses for a device. Texts stay valid. */
 typedef struct kx3_driver_info {
     size_t struct_size;
     const char *module;              /* "arm_prg_32f" */
@@ -428,6 +429,41 @@ KX3_API int32_t kx3_editor_byte_count(const kx3_editor *editor);
 KX3_API kx3_status kx3_editor_byte(const kx3_editor *editor, int32_t byte, kx3_config_byte_info *info);
 /* Texts of the layout are good until here. NULL is ignored. */
 KX3_API void kx3_editor_free(kx3_editor *editor);
+
+/* What the offsets of an editor's bytes count from: `tlength`(0), twice that (an image counted in words), or
+ * the start of `ibuffer`. */
+enum { KX3_BASE_LENGTH = 0, KX3_BASE_TWICE_LENGTH = 1, KX3_BASE_BUFFER_START = 2 };
+
+/* More about a configuration byte. */
+typedef struct kx3_config_byte_detail {
+    size_t struct_size;
+    int32_t base;       /* KX3_BASE_LENGTH ... KX3_BASE_BUFFER_START */
+    int32_t offset;     /* of the byte from there */
+    int32_t field_mask; /* bits that fields hold, shown or hidden */
+    int32_t kept_mask;  /* bits that OK leaves as they are, whatever a person enters */
+} kx3_config_byte_detail;
+
+/* KX3_INVALID_CALL when `struct_size` is not set. */
+KX3_API kx3_status kx3_editor_byte_detail(const kx3_editor *editor, int32_t byte, kx3_config_byte_detail *detail);
+
+/* The bytes that kx3_mpu_sinitmpu6 writes for `device`, by ascending address in `ibuffer`: put at most `capacity`
+ * addresses and values into the two arrays (which may be NULL when capacity is 0) and set `count` to the number of
+ * bytes, 0 for a mode without defaults. KX3_OVERFLOW for addresses that do not fit. */
+KX3_API kx3_status kx3_default_bytes(const kx3_device *device, int32_t *addresses, uint8_t *values, size_t capacity,
+                                     size_t *count);
+
+/* ---- Languages ------------------------------------------------------------------------------*/
+
+typedef struct kx3_language_info {
+    size_t struct_size;
+    const char *name; /* "en", "zh-cn" ... */
+    int32_t block;    /* the value of `Language`(0) */
+} kx3_language_info;
+
+KX3_API int32_t kx3_language_count(void);
+/* Language `index` (0 to kx3_language_count() - 1). KX3_SUBSCRIPT outside, KX3_INVALID_CALL when `struct_size` is
+ * not set. */
+KX3_API kx3_status kx3_language_describe(int32_t index, kx3_language_info *info);
 
 #ifdef __cplusplus
 }

@@ -3,9 +3,11 @@
 #include "thread_state.h"
 
 #include "editors/layout.h"
+#include "host/buffer_init.h"
 #include "texts/string_table.h"
 
 using namespace kx3;
+using native::fill;
 using native::guarded;
 using native::required;
 using native::textOf;
@@ -13,6 +15,7 @@ using native::textOf;
 static_assert(KX3_HAZARD_WRITE_ONCE == static_cast<int>(Hazard::writeOnce));
 static_assert(KX3_FIELD_HEX_WORD == static_cast<int>(FieldKind::hexWord));
 static_assert(KX3_CODING_WHOLE_SIZE == static_cast<int>(Coding::wholeSize));
+static_assert(KX3_BASE_BUFFER_START == static_cast<int>(AddressBase::bufferStart));
 static_assert(std::size(decltype(kx3_field_info::addresses){}) == maxFieldBytes);
 
 /// An editor's layout with its addresses.
@@ -32,7 +35,7 @@ struct kx3_editor {
 
 namespace {
 
-template <class Element> const Element &elementAt(const std::vector<Element> &elements, std::int32_t index) {
+template <class Elements> const auto &elementAt(const Elements &elements, std::int32_t index) {
     if (index < 0 || static_cast<std::size_t>(index) >= elements.size()) raise(ErrorNumber::subscript);
     return elements[static_cast<std::size_t>(index)];
 }
@@ -117,6 +120,44 @@ kx3_status kx3_editor_byte(const kx3_editor *editor, int32_t byte, kx3_config_by
     });
 }
 
+kx3_status kx3_editor_byte_detail(const kx3_editor *editor, int32_t byte, kx3_config_byte_detail *detail) {
+    return guarded([&] {
+        const EditorLayout &layout = required(editor, u"editor").layout;
+        const ConfigByte &found = elementAt(layout.bytes, byte);
+        fill(detail, u"detail",
+             {.struct_size = 0,
+              .base = static_cast<std::int32_t>(layout.base),
+              .offset = found.offset,
+              .field_mask = layout.fieldBits(found),
+              .kept_mask = layout.keptBits(found)});
+    });
+}
+
 void kx3_editor_free(kx3_editor *editor) { delete editor; }
+
+kx3_status kx3_default_bytes(const kx3_device *device, int32_t *addresses, uint8_t *values, size_t capacity,
+                             size_t *count) {
+    return guarded([&] {
+        const kx3_device &given = required(device, u"device");
+        const std::map<Long, Byte> bytes = defaultBytes(given.prgmode, given.tlength);
+        required(count, u"count") = bytes.size();
+        if (capacity == 0) return;
+        std::int32_t *address = &required(addresses, u"addresses");
+        std::uint8_t *value = &required(values, u"values");
+        for (auto byte = bytes.begin(); byte != bytes.end() && capacity > 0; ++byte, --capacity) {
+            *address++ = byte->first;
+            *value++ = byte->second;
+        }
+    });
+}
+
+int32_t kx3_language_count(void) { return languageCount; }
+
+kx3_status kx3_language_describe(int32_t index, kx3_language_info *info) {
+    return guarded([&] {
+        const std::string_view name = elementAt(languageNames, index);
+        fill(info, u"info", {.struct_size = 0, .name = name.data(), .block = index * languageStep});
+    });
+}
 
 } // extern "C"

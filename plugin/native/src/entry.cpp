@@ -138,19 +138,20 @@ kx3_status kx3_driver_describe(int16_t model_type, uint8_t selection, kx3_driver
     return guarded([&] {
         const ArmProfile *profile = armProfileOf(model_type, [selection] { return selection; });
         if (profile == nullptr) raise(ErrorNumber::notAvailable, u"No ARM driver serves this device");
-        native::handOut(info, {.struct_size = {},
-                               .module = profile->module,
-                               .entry = profile->entry,
-                               .algorithm_folder = profile->algorithmFolder,
-                               .algorithm_extension = profile->algorithmExtension,
-                               .longest_algorithm = longestAlgorithm,
-                               .read_chunk = profile->readChunk,
-                               .program_chunk = profile->smallBlockProgramChunk,
-                               .large_program_chunk = profile->largeBlockProgramChunk,
-                               .large_block = largeBlock,
-                               .numbers_read_chunks = profile->readRequest == ReadRequest::oncePerChunk ? 1 : 0,
-                               .large_device = largeDevice,
-                               .end_rounding = endRounding});
+        native::fill(info, u"info",
+                     kx3_driver_info{.struct_size = {},
+                                     .module = profile->module,
+                                     .entry = profile->entry,
+                                     .algorithm_folder = profile->algorithmFolder,
+                                     .algorithm_extension = profile->algorithmExtension,
+                                     .longest_algorithm = longestAlgorithm,
+                                     .read_chunk = profile->readChunk,
+                                     .program_chunk = profile->smallBlockProgramChunk,
+                                     .large_program_chunk = profile->largeBlockProgramChunk,
+                                     .large_block = largeBlock,
+                                     .numbers_read_chunks = profile->readRequest == ReadRequest::oncePerChunk ? 1 : 0,
+                                     .large_device = largeDevice,
+                                     .end_rounding = endRounding});
     });
 }
 

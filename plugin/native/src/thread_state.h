@@ -3,6 +3,7 @@
 
 #include "kx3mpu6.h"
 
+#include "doorstep/programmer_libraries.h"
 #include "forms/dialog_layout.h"
 #include "host/apartment.h"
 #include "host/mpu.h"
@@ -86,12 +87,11 @@ template <class T> T &required(T *pointer, const char16_t *name) {
     return *pointer;
 }
 
-/// Fill a structure that begins with the caller's `struct_size`, as far as the caller knows it.
-template <class T> void handOut(T *out, T filled) {
-    const std::size_t known = required(out, u"info").struct_size;
-    if (known < sizeof known) raise(ErrorNumber::invalidCall, u"struct_size is not set");
-    filled.struct_size = known;
-    std::memcpy(out, &filled, std::min(known, sizeof filled));
+/// Fill as much of a structure as its `struct_size` says that the host knows.
+template <class Info> void fill(Info *out, const char16_t *name, Info filled) {
+    filled.struct_size = required(out, name).struct_size;
+    if (filled.struct_size < sizeof filled.struct_size) raise(ErrorNumber::invalidCall, u"struct_size is not set");
+    std::memcpy(out, &filled, std::min(filled.struct_size, sizeof filled));
 }
 
 /// A text of the engine as the C interface hands it out.
