@@ -33,6 +33,7 @@ class OpenForm {
         EXPECT_EQ(kx3_form_describe(form_, &shown), KX3_OK);
         return shown;
     }
+    [[nodiscard]] bool isAccepted() const { return kx3_form_accepted(form_) != 0; }
     [[nodiscard]] kx3_control_info control(const std::string &name) const {
         kx3_control_info shown{};
         EXPECT_EQ(kx3_form_control(form_, find(name), &shown), KX3_OK) << name;
@@ -141,6 +142,7 @@ void playEditor(const Case &c) {
         form.expect(" after the actions", after);
         form.end(c["end"]);
         c.expect("open at the end", 0, form.info().loaded);
+        c.expect("accepted", c["end"] == "ok", form.isAccepted());
     });
     c.expectBytes(withPieces(before, c["final"].at(0)), host.buffer);
 }
@@ -178,6 +180,7 @@ void playNote(const Case &c) {
     host.onBox = [&](std::u16string_view prompt, std::int32_t style, std::optional<std::u16string_view> title) {
         c.expect("box before this one", nullptr, box);
         box = {{"prompt", toUtf8(prompt)}, {"style", style}, {"title", title ? Json(toUtf8(*title)) : Json()}};
+        return kx3_status{KX3_OK};
     };
     auto no = c["no"].get<std::uint8_t>();
     c.expectError(c.value("error"), kx3_mpu_mpu6warn(host.mpu, &no));

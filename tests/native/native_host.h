@@ -70,12 +70,13 @@ class NativeHost {
             std::optional<std::u16string_view> caption;
             if (title != nullptr) caption = view(title, titleLength);
             *button = KX3_BUTTON_OK;
-            return static_cast<NativeHost *>(context)->onBox(view(prompt, promptLength), style, caption), KX3_OK;
+            return static_cast<NativeHost *>(context)->onBox(view(prompt, promptLength), style, caption);
         };
         ASSERT_EQ(kx3_set_ui(&ui), KX3_OK);
     }
     std::function<void(kx3_form *)> onForm;
-    std::function<void(std::u16string_view prompt, std::int32_t style, std::optional<std::u16string_view> title)> onBox;
+    std::function<kx3_status(std::u16string_view prompt, std::int32_t style, std::optional<std::u16string_view> title)>
+        onBox;
 
     kx3_mpu *mpu = nullptr;
     std::int16_t instance = 1;
