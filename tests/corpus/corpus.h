@@ -15,7 +15,7 @@
 namespace kx3::test {
 
 using Json = nlohmann::json;
-using CaseBytes = std::vector<std::uint8_t>;
+using Bytes = std::vector<std::uint8_t>;
 
 /// One case, and where it stands.
 class Case {
@@ -34,7 +34,7 @@ class Case {
             << name() << ": " << what << ": expected " << expected << ", came " << came;
     }
     /// The same for the content of a buffer, by the first byte that differs.
-    void expectBytes(const CaseBytes &expected, std::span<const std::uint8_t> came) const {
+    void expectBytes(const Bytes &expected, std::span<const std::uint8_t> came) const {
         expect("bytes of the buffer", expected.size(), came.size());
         const auto [wanted, found] = std::ranges::mismatch(expected, came);
         if (wanted != expected.end() && found != came.end())
@@ -85,15 +85,15 @@ inline bool registerCases(const char *suite, const std::string &file, void (*pla
 }
 
 /// Bytes of "e0e1e2".
-inline CaseBytes fromHexText(std::string_view digits) {
-    CaseBytes bytes;
+inline Bytes fromHexText(std::string_view digits) {
+    Bytes bytes;
     for (std::size_t i = 0; i + 1 < digits.size(); i += 2)
         bytes.push_back(static_cast<std::uint8_t>(std::stoi(std::string(digits.substr(i, 2)), nullptr, 16)));
     return bytes;
 }
 
 /// `content`, over which the [first place, "hex digits"] of `pieces` are laid.
-inline CaseBytes withPieces(CaseBytes content, const Json &pieces) {
+inline Bytes withPieces(Bytes content, const Json &pieces) {
     for (const Json &piece : pieces)
         std::ranges::copy(fromHexText(piece.at(1).get_ref<const std::string &>()),
                           content.begin() + piece.at(0).get<std::ptrdiff_t>());

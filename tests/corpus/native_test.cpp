@@ -17,7 +17,7 @@ class CaseHost : public NativeHost {
         setUi();
     }
     explicit CaseHost(const Case &c) : CaseHost(c["size"].get<std::int32_t>()) {
-        CaseBytes content(buffer.size(), c["fill"].get<std::uint8_t>());
+        Bytes content(buffer.size(), c["fill"].get<std::uint8_t>());
         std::ranges::copy(withPieces(content, c.value("init")), buffer.begin());
     }
     template <class T> void set(const Case &c, const char *root) { at<T>(root) = c[root].get<T>(); }
@@ -131,7 +131,7 @@ void openEditor(const Case &c, CaseHost &host, const std::function<void(OpenForm
 
 void playEditor(const Case &c) {
     CaseHost host(c);
-    const CaseBytes before(host.buffer.begin(), host.buffer.end());
+    const Bytes before(host.buffer.begin(), host.buffer.end());
     host.at<std::uint8_t>("figvol", 0) = host.at<std::uint8_t>("figvol", 1) = c["figvol"];
     openEditor(c, host, [&](OpenForm &form) {
         form.expect("", c["load"]);
@@ -161,7 +161,7 @@ void playForm(const Case &c) {
 
 void playDefaults(const Case &c) {
     CaseHost host(c);
-    const CaseBytes before(host.buffer.begin(), host.buffer.end());
+    const Bytes before(host.buffer.begin(), host.buffer.end());
     host.set<std::uint8_t>(c, "prgmode");
     host.set<std::int32_t>(c, "tlength");
     c.expectError(c["error"], kx3_mpu_sinitmpu6(host.mpu));

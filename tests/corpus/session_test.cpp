@@ -1,33 +1,28 @@
 // Plays sessions on the engine: every call that leaves it is compared with the case, and answered by it.
-#include "base/text.h"
 #include "corpus/corpus.h"
-#include "host/apartment.h"
-#include "host/mpu.h"
-#include "simulator/temporary_folder.h"
-#include "support/test_apartment.h"
-
-#include <algorithm>
+#include "rig/apartment.h"
+#include "rig/folder.h"
 
 namespace kx3::test {
 namespace {
 
 constexpr ErrorNumber outsideError = ErrorNumber::automation;
 
-/// Byte `index` of content number `seed`.
-Byte contentByte(std::uint32_t seed, std::uint32_t index) {
-    std::uint32_t x = index * 0x9E3779B1U + seed * 0x85EBCA77U + 0x165667B1U;
-    x = (x ^ x >> 15) * 0x2C1B3C6DU;
-    return static_cast<Byte>(x ^ x >> 12);
-}
-CaseBytes content(std::uint32_t seed, std::uint32_t first, std::uint32_t length) {
-    CaseBytes bytes(length);
-    for (Byte &byte : bytes)
-        byte = contentByte(seed, first++);
+/// `length` bytes of content number `seed`, from byte `first` on.
+Bytes content(std::uint32_t seed, std::uint32_t first, std::uint32_t length) {
+    Bytes bytes(length);
+    for (Byte &byte : bytes) {
+        std::uint32_t x = first++ * 0x9E3779B1U + seed * 0x85EBCA77U + 0x165667B1U;
+        x = (x ^ x >> 15) * 0x2C1B3C6DU;
+        byte = static_cast<Byte>(x ^ x >> 12);
+    }
     return bytes;
 }
-void patch(std::span<Byte> bytes, const Json &changes) {
-    for (const Json &change : changes)
-        bytes[change.at(0).get<std::size_t>()] = change.at(1);
+/// `bytes` with the changes of a "patch" in `source`.
+Bytes patched(Bytes bytes, const Json &source) {
+    for (const Json &change : source.value("patch", Json::array()))
+        bytes.at(change.at(0).get<std::size_t>()) = change.at(1);
+    return bytes;
 }
 
 class Crc32 {
@@ -182,63 +177,22 @@ class TapeHost final : public SessionHost {
     Long PrepareDevice32f(Byte figmode, Byte zero) override { return play("PrepareDevice32f", figmode, zero); }
     Long PrepareDevice(Byte figmode, Byte zero) override { return play("PrepareDevice", figmode, zero); }
     Long CompareWord(Byte low, Byte high, Long address, Long mode, Long mask) override {
-        return answer<Long>(tape_.compare({"CompareWord", address, mode, mask}, std::array{low, high}));
+        return play("CompareWord", low, high, address, mode, mask);
     }
-    Long CompareByte(Byte data, Long address, Long mode) override {
-        return answer<Long>(tape_.compare({"CompareByte", address, mode, {}}, {&data, 1}));
-    }
+    Long CompareByte(Byte data, Long address, Long mode) override { return play("CompareByte", data, address, mode); }
     void AlgorithmLoaded(Long length) override { play("AlgorithmLoaded", length); }
 
   private:
     template <class... Arguments> Long play(const char *name, Arguments... arguments) {
         return answer<Long>(tape_.play({"host", name, arguments...}));
     }
-    Tape &tape_;
-};
-
-class TapeProgrammer final : public ProgrammerIo {
-  public:
-    TapeProgrammer(Tape &tape, Apartment &apartment) : tape_(tape), apartment_(apartment) {}
-
-    Integer usbcomwrite(Byte *packet, Long count) override {
-        return answer<Integer>(tape_.play({"com", count, hexText({packet, static_cast<std::size_t>(count)})}));
+    Long play(const char *name, Byte data, Long address, Long mode) {
+        return answer<Long>(tape_.compare({name, address, mode, {}}, {{data}}));
     }
-    Integer usbbulkwrite(Byte *data, Long count) override {
-        const auto [block, offset] = place(data);
-        const std::string sum = crcOf({data, static_cast<std::size_t>(count)});
-        return answer<Integer>(tape_.play({"bulkwrite", block, offset, count, sum}));
-    }
-    void usbbulkread(Byte *destination, Long count, Byte *state) override {
-        EXPECT_EQ(*state, 0) << "the completion state is wiped before a read";
-        const auto [block, offset] = place(destination);
-        const Json &call = tape_.play({"bulkread", block, offset, count});
-        CaseBytes data;
-        for (const Json &piece : call.at("data")) {
-            const CaseBytes more = piece.at(0) == "hex" ? fromHexText(piece.at(1).get<std::string>())
-                                                        : content(piece.at(1), piece.at(2), piece.at(3));
-            data.insert(data.end(), more.begin(), more.end());
-        }
-        patch(data, call.value("patch", Json::array()));
-        EXPECT_EQ(data.size(), static_cast<std::size_t>(count));
-        std::ranges::copy(data, destination);
-    }
-    std::u16string datstr(Long value, Long digits) override {
-        const std::u16string text = std::u16string(8, u'0') + hex(value);
-        return text.substr(text.size() - static_cast<std::size_t>(digits));
-    }
-
-  private:
-    /// The block that an address lies in, and where.
-    [[nodiscard]] std::pair<std::string, std::ptrdiff_t> place(const Byte *address) const {
-        const sharemap &blocks = apartment_.blocks();
-        for (const auto &[name, block] :
-             {std::pair("algobuf", &blocks.algobuf), {"ibuffer", &blocks.ibuffer}, {"ibuf2", &blocks.ibuf2}})
-            if (address >= &(*block)(0) && address < &(*block)(0) + block->count())
-                return {name, address - &(*block)(0)};
-        return {"local", 0};
+    Long play(const char *name, Byte low, Byte high, Long address, Long mode, Long mask) {
+        return answer<Long>(tape_.compare({name, address, mode, mask}, {{low, high}}));
     }
     Tape &tape_;
-    Apartment &apartment_;
 };
 
 class TapeUi final : public Ui {
@@ -259,39 +213,40 @@ class TapeUi final : public Ui {
 /// Gives the readings of a case one by one; the last one repeats.
 class TapeClock final : public Clock {
   public:
-    TapeClock(const Json &readings, std::size_t &count) : readings_(readings), count_(count) {}
-    float secondsSinceMidnight() override { return readings_.at(std::min(count_++, readings_.size() - 1)); }
+    explicit TapeClock(const Json &readings) : readings_(readings) {}
+    float secondsSinceMidnight() override { return readings_.at(std::min(count++, readings_.size() - 1)); }
+    std::size_t count = 0;
 
   private:
     const Json &readings_;
-    std::size_t &count_;
 };
 
+using TapeApartment = ApartmentOn<FakeProgrammerIo, TapeHost, TapeUi, TapeClock>;
+
 /// The plug-in between a host's blocks and the tape of a case.
-class RecordedSession {
+class RecordedSession : Workplace, TapeApartment {
   public:
-    explicit RecordedSession(const Case &c) : case_(c), inputs_(c["inputs"]), tape_(c, host_) {
-        attach(inputs_.at("buflength"));
-        for (const auto &[root, values] : inputs_.at("blocks").items())
+    explicit RecordedSession(const Case &c)
+        : TapeApartment(std::make_shared<TapeHost>(tape_), std::make_unique<FakeProgrammerIo>(),
+                        std::make_unique<TapeUi>(tape_), std::make_unique<TapeClock>(c["inputs"].at("clock"))),
+          case_(c), tape_(c, host) {
+        connectProgrammer();
+        const Json &inputs = c["inputs"];
+        attach(inputs.at("buflength").get<Long>());
+        for (const auto &[root, values] : inputs.at("blocks").items())
             for (const auto &[index, value] : values.items())
-                store(host_, root, std::stoi(index), value);
-        const Json &buffer = inputs_.at("ibuffer");
-        const std::span<Byte> whole = host_.ibuffer.range(0, static_cast<Long>(host_.ibuffer.count()));
-        std::ranges::copy(content(buffer.at("seed"), 0, host_.ibuffer.count()), whole.begin());
-        const Json files = inputs_.value("files", Json::object());
+                store(host, root, std::stoi(index), value);
+        setBuffer(content(inputs.at("ibuffer").at("seed"), 0, host.ibuffer.count()));
+        const Json files = inputs.value("files", Json::object());
         for (const auto &[path, file] : files.items())
             writeFile(path.substr(1), file);
-        std::filesystem::current_path(folder_ / ".");
     }
-    ~RecordedSession() { std::filesystem::current_path(home_); }
-    RecordedSession(const RecordedSession &) = delete;
-    RecordedSession &operator=(const RecordedSession &) = delete;
 
     void run() {
         int error = 0;
         Boolean usbenable;
         try {
-            mpu_.runMpu6Prg(usbenable);
+            mpu.runMpu6Prg(usbenable);
         } catch (const Error &raised) {
             error = static_cast<int>(raised.number());
         }
@@ -299,57 +254,62 @@ class RecordedSession {
     }
 
   private:
-    Outside outside() {
-        useOwnNamespace();
-        return {std::make_unique<TapeProgrammer>(tape_, apartment_), [this] { return tapeHost_; },
-                std::make_unique<TapeUi>(tape_), std::make_unique<TapeClock>(inputs_.at("clock"), clockReads_)};
+    void connectProgrammer() {
+        io.onComWrite = [this](const Byte *packet, Long count) {
+            return answer<Integer>(tape_.play({"com", count, hexText({packet, static_cast<std::size_t>(count)})}));
+        };
+        io.onBulkWrite = [this](const Byte *data, Long count) {
+            const auto [block, offset] = place(data);
+            const std::string sum = crcOf({data, static_cast<std::size_t>(count)});
+            return answer<Integer>(tape_.play({"bulkwrite", block, offset, count, sum}));
+        };
+        io.onBulkRead = [this](Byte *destination, Long count, const Byte *state) {
+            case_.expect("state of a bulk read that starts", 0, *state);
+            const auto [block, offset] = place(destination);
+            const Json &call = tape_.play({"bulkread", block, offset, count});
+            Bytes data;
+            for (const Json &piece : call.at("data")) {
+                const Bytes more = piece.at(0) == "hex" ? fromHexText(piece.at(1).get<std::string>())
+                                                        : content(piece.at(1), piece.at(2), piece.at(3));
+                data.insert(data.end(), more.begin(), more.end());
+            }
+            std::ranges::copy(patched(data, call), destination);
+        };
     }
-    void attach(Long bufferLength) {
-        FakeUi hostUi;
-        host_.MapSharedBlocks(instance, hostUi);
-        host_.buflength(0) = bufferLength;
-        host_.MapDeviceBuffer(bufferLength + deviceBufferExtra, hostUi);
-        mpu_.bufcommpu6(instance);
+    /// The block of the plug-in that an address lies in, and where.
+    std::pair<std::string, std::ptrdiff_t> place(const Byte *address) {
+        sharemap &blocks = apartment.blocks();
+        for (const auto &[name, block] :
+             {std::pair("algobuf", &blocks.algobuf), {"ibuffer", &blocks.ibuffer}, {"ibuf2", &blocks.ibuf2}})
+            if (address >= &(*block)(0) && address < &(*block)(0) + block->count())
+                return {name, address - &(*block)(0)};
+        return {"local", 0};
     }
-    void writeFile(std::string path, const Json &file) {
+    static void writeFile(std::string path, const Json &file) {
         std::ranges::replace(path, '\\', '/');
-        CaseBytes bytes = content(file.at("seed"), 0, file.at("len"));
-        patch(bytes, file.value("patch", Json::array()));
-        const std::filesystem::path place = folder_ / path.c_str();
-        std::filesystem::create_directories(place.parent_path());
-        kx3sim::test::spill(place, {bytes.begin(), bytes.end()});
+        const Bytes bytes = patched(content(file.at("seed"), 0, file.at("len")), file);
+        spill(path, {bytes.begin(), bytes.end()});
     }
     void expectFinal(const Json &wanted, int error) {
         case_.expectError(wanted.at("raised"), error);
-        const Long length = inputs_.at("buflength");
-        const auto count = static_cast<Long>(host_.ibuffer.count());
         const Json came = {{"raised", wanted.at("raised")},
-                           {"MainRtstr0", toUtf8(readText(host_.MainRtstr, 0))},
-                           {"MainRtstr1", toUtf8(readText(host_.MainRtstr, 1))},
-                           {"prgresult0", host_.prgresult(0)},
-                           {"prgmode1", host_.prgmode(1)},
-                           {"prgmode2", host_.prgmode(2)},
-                           {"ubuflg0", host_.ubuflg(0)},
-                           {"ibuf1", hexText(host_.ibuf1.range(0, 20))},
-                           {"ibuffer_len", count},
-                           {"ibuffer_crc", crcOf(host_.ibuffer.range(0, count))},
-                           {"ibuffer_config", hexText(host_.ibuffer.range(length, 16))},
-                           {"clock_reads", clockReads_}};
+                           {"MainRtstr0", log()},
+                           {"MainRtstr1", toUtf8(readText(host.MainRtstr, 1))},
+                           {"prgresult0", host.prgresult(0)},
+                           {"prgmode1", host.prgmode(1)},
+                           {"prgmode2", host.prgmode(2)},
+                           {"ubuflg0", host.ubuflg(0)},
+                           {"ibuf1", hexText(host.ibuf1.range(0, 20))},
+                           {"ibuffer_len", host.ibuffer.count()},
+                           {"ibuffer_crc", crcOf(data())},
+                           {"ibuffer_config", hexText(host.ibuffer.range(host.buflength(0), 16))},
+                           {"clock_reads", clock->count}};
         for (const auto &[name, value] : wanted.items())
             case_.expect(name + " in the end", value, came.value(name, Json()));
     }
 
-    static constexpr Integer instance = 1;
     const Case &case_;
-    const Json &inputs_;
-    sharemap host_;
     Tape tape_;
-    std::shared_ptr<TapeHost> tapeHost_ = std::make_shared<TapeHost>(tape_);
-    std::size_t clockReads_ = 0;
-    Apartment apartment_{outside()};
-    clsMPU mpu_{apartment_};
-    kx3sim::test::TemporaryFolder folder_;
-    std::filesystem::path home_ = std::filesystem::current_path();
 };
 
 const bool registered = registerCases("Sessions", "sessions.jsonl", [](const Case &c) { RecordedSession(c).run(); });
