@@ -6,8 +6,8 @@
 extern "C" {
 #endif
 
-/* Create all blocks, attach an entry object to them and give its buflg; -1 when a call fails. */
-int c_host_buflg(int buflength);
+/* Create an entry object and give its buflg; -1 when a call fails. */
+int c_host_buflg(void);
 
 #ifdef __cplusplus
 }
