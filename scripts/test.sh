@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Everything that must hold before a change goes in: install what is missing, build, run every suite.
 #
+#   scripts/test.sh quick      what to run all day: the style of the sources, and the native tests
 #   scripts/test.sh            all suites
 #   scripts/test.sh SUITE...   only these: format shell release sanitize torture thread valgrind fuzz lint windows
 #
@@ -64,33 +65,45 @@ junit_count() { # JUNIT ATTRIBUTE
     sed -n '/<testcase/q;s/^[[:space:]]*'"$2"'="\([0-9]\{1,\}\)".*/\1/p' "$1"
 }
 
-# Count the tests of a ctest run by its JUnit file. A run that went wrong without a failed test, or
-# that found no test at all, is a failure, too.
-count_ctest() { # NAME JUNIT STATUS
-    local tests failures_here left_out
-    if [ ! -s "$2" ]; then
-        fail "$1: no result file"
+# Sum of an attribute over all elements of that name in GoogleTest's result files, one to a line.
+result_sum() { # ELEMENT ATTRIBUTE [FILE...]
+    local element=$1 attribute=$2 values
+    shift 2
+    values=$([ $# -eq 0 ] || sed -n 's/^ *<'"$element"' .* '"$attribute"'="\([0-9]\{1,\}\)".*/\1/p' "$@" | paste -sd+)
+    echo $((values + 0))
+}
+
+# Count the tests of a ctest run by its JUnit file. A program of many cases is one test for ctest; its cases
+# count, as its result file tells them. A run that went wrong without a failed test, or that found no test at
+# all, is a failure, too.
+count_ctest() { # NAME JUNIT STATUS [RESULT FILE OF A PROGRAM...]
+    local name=$1 junit=$2 status=$3 tests failures_here left_out failed_programs
+    shift 3
+    if [ ! -s "$junit" ]; then
+        fail "$name: no result file"
         return
     fi
-    tests=$(junit_count "$2" tests)
-    failures_here=$(junit_count "$2" failures)
-    left_out=$(($(junit_count "$2" disabled) + $(junit_count "$2" skipped)))
+    failed_programs=$([ $# -eq 0 ] || grep -lE '^<testsuites .*failures="[1-9]' "$@" | wc -l)
+    tests=$(($(junit_count "$junit" tests) - $# + $(result_sum testsuites tests "$@")))
+    failures_here=$(($(junit_count "$junit" failures) - failed_programs + $(result_sum testsuites failures "$@")))
+    left_out=$(($(junit_count "$junit" disabled) + $(junit_count "$junit" skipped) + $(result_sum testsuite skipped "$@")))
     printf '%s tests, %s failed, %s skipped\n' "$tests" "$failures_here" "$left_out"
     passed=$((passed + tests - failures_here - left_out))
     skipped=$((skipped + left_out))
     failed=$((failed + failures_here))
     if [ "$failures_here" -gt 0 ]; then
-        failures+=("$1: $failures_here tests")
-    elif [ "$3" -ne 0 ] || [ "$tests" -eq 0 ]; then
-        fail "$1: ctest ended with status $3 after $tests tests"
+        failures+=("$name: $failures_here tests")
+    elif [ "$status" -ne 0 ] || [ "$tests" -eq 0 ]; then
+        fail "$name: ctest ended with status $status after $tests tests"
     fi
 }
 
 run_ctest() { # PRESET
-    local junit=$PWD/$logs/$1.xml status=0
-    rm -f "$junit"
+    local junit=$PWD/$logs/$1.xml status=0 results=build/$1/test-results programs=()
+    rm -rf "$junit" "$results"
     logged "$1-tests" ctest --preset "$1" -j "$(jobs)" --output-junit "$junit" || status=$?
-    count_ctest "$1" "$junit" "$status"
+    if [ -d "$results" ]; then programs=("$results"/*.xml); fi
+    count_ctest "$1" "$junit" "$status" "${programs[@]}"
 }
 
 build_and_test() { # PRESET
@@ -201,6 +214,8 @@ main() {
     if [ $# -eq 0 ]; then
         set -- "${suites[@]}"
         lint_options=('--checks=-clang-analyzer-*')
+    elif [ "$*" = quick ]; then
+        set -- format shell release
     fi
     for suite in "$@"; do
         [[ " ${suites[*]} " == *" $suite "* ]] || {

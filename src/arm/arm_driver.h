@@ -24,6 +24,13 @@ enum class Outcome : Integer {
     fatal = 1,    ///< no status report, or a transfer failed
 };
 
+/// How the run of a block ended, and with it perhaps the operation.
+enum class RunEnd : Byte {
+    complete, ///< go on with the block's data or the next block
+    ended,    ///< the operation is over; `prgresult`(0) says how
+    fatal,    ///< no status report came
+};
+
 /// One driver module: its profile, the link to the programmer, and short names for the shared cells
 /// that every routine reads and writes.
 struct ArmDriver {

@@ -1,4 +1,3 @@
-#include "arm/block_run.h"
 #include "arm/block_sender.h"
 
 #include <array>

@@ -6,13 +6,6 @@
 
 namespace kx3 {
 
-/// How the run of a block ended, and with it perhaps the operation.
-enum class RunEnd : Byte {
-    complete, ///< go on with the block's data or the next block
-    ended,    ///< the operation is over; `prgresult`(0) says how
-    fatal,    ///< no status report came
-};
-
 /// Wait until the programmer has finished a read or program run. `noteCompareError()` is called for
 /// an error at an address, `showProgress()` once for every report.
 template <class NoteCompareError, class ShowProgress>

@@ -41,7 +41,7 @@ std::u16string Apartment::sessionFailure() const {
 
 void Apartment::runArmSession(const ArmProfile &profile) {
     const Operation operation(*this);
-    std::unique_ptr<ArmSession> &slot = armSessions_[static_cast<std::size_t>(&profile - armProfiles)];
+    std::unique_ptr<ArmSession> &slot = armSessions_[&profile];
     if (!slot) slot = std::make_unique<ArmSession>(context_, profile);
     lastArmSession_ = slot.get();
     slot->run();

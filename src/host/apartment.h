@@ -4,12 +4,11 @@
 #include "blocks/sharemap.h"
 #include "context/context.h"
 #include "outside/clock.h"
-#include "outside/driver_table.h"
 #include "outside/programmer_io.h"
 #include "outside/session_host.h"
 #include "outside/ui.h"
 
-#include <array>
+#include <map>
 #include <memory>
 
 namespace kx3 {
@@ -17,6 +16,7 @@ namespace kx3 {
 class ArmSession;
 class Editors;
 class usbmpu6prg;
+struct ArmProfile;
 
 /// The outside components that a door hands over.
 struct Outside {
@@ -62,7 +62,7 @@ class Apartment {
     sharemap blocks_;
     SessionHostSlot sessionHost_;
     Context context_;
-    std::array<std::unique_ptr<ArmSession>, armProfileCount> armSessions_;
+    std::map<const ArmProfile *, std::unique_ptr<ArmSession>> armSessions_;
     const ArmSession *lastArmSession_ = nullptr;
     std::unique_ptr<usbmpu6prg> sessionWindow_;
     std::unique_ptr<Editors> editors_;

@@ -4,6 +4,7 @@
 #include "host/apartment.h"
 #include "host/buffer_init.h"
 #include "notes/notes.h"
+#include "outside/driver_table.h"
 
 namespace kx3 {
 

@@ -92,7 +92,6 @@ inline constexpr ArmProfile armProfiles[] = {
         .roundsProgramEnd = true,
     },
 };
-inline constexpr std::size_t armProfileCount = std::size(armProfiles);
 
 /// Model types below this one are no business of the plug-in; from here on, what no ARM driver serves
 /// belongs to the session window.

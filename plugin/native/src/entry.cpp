@@ -2,6 +2,8 @@
 
 #include "thread_state.h"
 
+#include "outside/driver_table.h"
+
 #include <algorithm>
 #include <cstring>
 
