@@ -9,9 +9,6 @@ namespace kx3 {
 
 namespace {
 
-// The language whose literal wording is Chinese.
-constexpr Long chineseLanguage = 3000;
-
 constexpr ControlKind controlKind(FieldKind kind) {
     switch (kind) {
     case FieldKind::list: return ControlKind::comboBox;
@@ -31,7 +28,7 @@ void EditorForm::onLoad() {
     const StateWords words{.enable = context_.text(textEnable), .disable = context_.text(textDisable)};
     const sharemap &blocks = context_.blocks;
     device_ = {mode_, blocks.tlength(0), blocks.chippin(0), blocks.figvol(0)};
-    chinese_ = blocks.Language(0) == chineseLanguage;
+    chinese_ = blocks.Language(0) == simplifiedChinese;
     layout_ = layoutOf(editor_, device_, words);
 
     setCaption(title);
