@@ -4,22 +4,6 @@
 
 namespace kx3 {
 
-namespace {
-
-/// However the presenter comes back, the form is closed.
-class UnloadAtEnd {
-  public:
-    explicit UnloadAtEnd(Form &form) noexcept : form_(form) {}
-    UnloadAtEnd(const UnloadAtEnd &) = delete;
-    UnloadAtEnd &operator=(const UnloadAtEnd &) = delete;
-    ~UnloadAtEnd() { form_.unload(); }
-
-  private:
-    Form &form_;
-};
-
-} // namespace
-
 void Editors::open(Byte mode) {
     const auto editor = editorOfMode(mode);
     if (!editor) return;
