@@ -1,6 +1,9 @@
 #include "editors/editor_form.h"
 
+#include "base/text.h"
 #include "blocks/sharemap.h"
+#include "context/context.h"
+#include "editors/description.h"
 #include "editors/hex_text.h"
 
 #include <utility>
@@ -20,6 +23,9 @@ constexpr ControlKind controlKind(FieldKind kind) {
 }
 
 } // namespace
+
+EditorForm::EditorForm(const Context &context, const EditorDescription &editor)
+    : Form(editor.name, editor.startPosition), context_(context), editor_(editor) {}
 
 // Load
 

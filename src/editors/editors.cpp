@@ -1,14 +1,21 @@
 #include "editors/editors.h"
 
 #include "base/error.h"
+#include "context/context.h"
+#include "editors/editor_form.h"
+#include "editors/editor_list.h"
 
 namespace kx3 {
 
+Editors::Editors(const Context &context) noexcept : context_(context) {}
+
+Editors::~Editors() = default;
+
 void Editors::open(Byte mode) {
-    const auto editor = editorOfMode(mode);
-    if (!editor) return;
-    std::unique_ptr<EditorForm> &form = forms_[*editor];
-    if (!form) form = std::make_unique<EditorForm>(context_, *editorDescriptions[*editor]);
+    const EditorDescription *editor = editorOf(mode);
+    if (editor == nullptr) return;
+    std::unique_ptr<EditorForm> &form = forms_[editor];
+    if (!form) form = std::make_unique<EditorForm>(context_, *editor);
     if (form->loaded()) raise(ErrorNumber::invalidCall, u"The configuration editor is already open");
     form->setMode(mode);
     form->load();

@@ -1,31 +1,26 @@
 // How an editor is described: each row once, as data, with the differences between the modes.
 #pragma once
 
+#include "editors/editor_list.h"
 #include "editors/layout.h"
 #include "texts/string_table.h"
 
-#include <concepts>
-#include <cstdint>
+#include <array>
+#include <optional>
+#include <span>
+#include <string_view>
 
 namespace kx3 {
 
+using Captions = std::span<const Caption>;
+
+/// Captions of rows with the same hazard.
+template <class... Texts>
+constexpr std::array<Caption, sizeof...(Texts)> rowsOf(Hazard hazard, const Texts &...captions) {
+    return {Caption(captions, hazard)...};
+}
+
 using Texts = std::span<const std::u16string_view>;
-
-/// A set of programming modes (1 to 64); as made by default, every mode.
-class ModeSet {
-  public:
-    constexpr ModeSet() = default;
-    template <std::same_as<int>... Modes>
-    requires(sizeof...(Modes) > 0) constexpr ModeSet(Modes... modes) : bits_((bit(modes) | ...)) {}
-
-    [[nodiscard]] constexpr bool contains(Byte mode) const {
-        return mode >= 1 && mode <= 64 && (bits_ & bit(mode)) != 0;
-    }
-
-  private:
-    static constexpr std::uint64_t bit(int mode) { return std::uint64_t{1} << (mode - 1); }
-    std::uint64_t bits_ = ~std::uint64_t{0};
-};
 
 /// Items of a list: the two state words, with "(0)" and "(1)" behind them or plain, or own texts.
 enum class Items : Byte { bitStates, plainStates, texts };
@@ -46,7 +41,7 @@ struct Rows {
     FieldKind kind = FieldKind::list;
     ControlName control; ///< first element, or a control that is no array
     ControlName label{};
-    Texts captions;
+    Captions captions;
     Long offset = 0;
     Byte bit = 0;
     Byte width = 1; ///< 0 for controls that hold nothing
@@ -63,6 +58,35 @@ struct Rows {
     std::string_view enabledBy{};
 };
 
+/// Where a row is stored. Members as in `Field`.
+struct Place {
+    std::array<Long, maxFieldBytes> offsets{};
+    Byte byteCount = 0;
+    Byte bit = 0;
+    Byte width = 0;
+};
+
+constexpr Place placeOf(const Rows &rows, std::size_t row) {
+    if (rows.width == 0) return {};
+    const auto i = static_cast<int>(row);
+    switch (rows.kind) {
+    case FieldKind::hexNumber: return {rows.number.offsets, rows.number.count, 0, 8};
+    case FieldKind::hexWord: {
+        const Long first = rows.offset + 4 * i;
+        return {{first, first + 1, first + 2, first + 3}, 4, 0, 8};
+    }
+    case FieldKind::list:
+    case FieldKind::check: break;
+    }
+    return {{rows.offset}, 1, static_cast<Byte>(rows.bit + i * rows.bitStep), rows.width};
+}
+
+/// The control of row `row`, whose run begins with `first`.
+constexpr ControlName element(ControlName first, std::size_t row) {
+    if (first.index == noIndex) return first;
+    return {first.name, static_cast<Integer>(first.index + static_cast<Integer>(row))};
+}
+
 struct FrameSpec {
     std::string_view name;
     std::u16string_view caption;
@@ -78,7 +102,8 @@ struct Change {
     std::string_view control; ///< a field's control, or a frame
     Integer first = noIndex;
     Integer last = noIndex;
-    Texts captions{};
+    Captions captions{}; ///< of the rows from `first` on
+    std::u16string_view frameCaption{};
 };
 
 constexpr Change hideRows(ModeSet modes, std::string_view control, Integer first = noIndex, Integer last = noIndex) {
@@ -94,12 +119,12 @@ constexpr Change enableRow(ModeSet modes, std::string_view control, Integer inde
     return {modes, Change::What::enable, control, index, index};
 }
 /// New captions from row `first` on.
-constexpr Change rename(ModeSet modes, std::string_view control, Integer first, Texts captions) {
+constexpr Change rename(ModeSet modes, std::string_view control, Integer first, Captions captions) {
     const auto count = static_cast<Integer>(captions.size());
     return {modes, Change::What::rename, control, first, static_cast<Integer>(first + count - 1), captions};
 }
-constexpr Change renameFrame(ModeSet modes, std::string_view frame, Texts caption) {
-    return {modes, Change::What::rename, frame, noIndex, noIndex, caption};
+constexpr Change renameFrame(ModeSet modes, std::string_view frame, std::u16string_view caption) {
+    return {modes, Change::What::rename, frame, noIndex, noIndex, {}, caption};
 }
 
 /// `count` bytes from `first` that the editor reads, and writes back in `written`.
@@ -121,10 +146,9 @@ struct FixedBits {
 constexpr FixedBits ones(ModeSet modes, Long offset, Byte mask) { return {modes, offset, mask, mask}; }
 constexpr FixedBits zeros(ModeSet modes, Long offset, Byte mask) { return {modes, offset, mask, 0}; }
 
-/// One editor dialog.
-struct EditorDescription {
-    std::string_view name;
-    ModeSet modes;
+/// What makes up one editor dialog.
+struct EditorTables {
+    std::string_view name; ///< in the list of editors
     TextId title = textEditTitle;
     StartPosition startPosition = StartPosition::centerScreen;
     bool buttonArray = false; ///< the buttons are OKButton(0) and CancelButton(1)
@@ -138,31 +162,5 @@ struct EditorDescription {
     /// What depends on more than the mode.
     void (*adjust)(EditorLayout &, const DeviceTraits &) = nullptr;
 };
-
-extern const EditorDescription edit_figmpu62;
-extern const EditorDescription edit_figmpu63;
-extern const EditorDescription edit_figmpu64;
-extern const EditorDescription edit_figmpu65;
-extern const EditorDescription edit_figmpu66;
-extern const EditorDescription edit_figmpu67;
-extern const EditorDescription edit_figmpu68;
-extern const EditorDescription edit_figmpu69;
-extern const EditorDescription edit_figmpu600;
-extern const EditorDescription edit_figmpu601;
-extern const EditorDescription edit_figmpu602;
-
-inline constexpr std::size_t editorCount = 11;
-/// Every editor; no two share a mode.
-extern const std::array<const EditorDescription *, editorCount> editorDescriptions;
-
-/// Position in `editorDescriptions` of the editor of `mode`.
-[[nodiscard]] std::optional<std::size_t> editorOfMode(Byte mode) noexcept;
-
-/// The editor as it stands for `device`.
-[[nodiscard]] EditorLayout layoutOf(const EditorDescription &editor, const DeviceTraits &device,
-                                    const StateWords &words);
-
-/// A list of these items.
-[[nodiscard]] ItemList itemList(Texts texts);
 
 } // namespace kx3
