@@ -1,13 +1,13 @@
-// The description of an editor.
+// The description of an editor: tables that are known to fit together.
 #pragma once
 
-#include "editors/tables.h"
+#include "editors/self_check.h"
 
 namespace kx3 {
 
-/// One editor dialog.
+/// One editor dialog. Its tables are checked while its file is compiled.
 struct EditorDescription : EditorTables {
-    consteval explicit EditorDescription(const EditorTables &tables) : EditorTables(tables) {}
+    consteval explicit EditorDescription(const EditorTables &tables) : EditorTables(tables) { checkTables(tables); }
 };
 
 /// The editor as it stands for `device`.
