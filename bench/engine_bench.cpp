@@ -4,6 +4,7 @@
 #include "support/paired.h"
 
 #include "editors/editors.h"
+#include "forms/form.h"
 
 #include <array>
 #include <cstring>

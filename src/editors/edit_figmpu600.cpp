@@ -4,9 +4,9 @@ namespace kx3 {
 
 namespace {
 
-using Text = std::u16string_view;
+using enum Hazard;
 
-enum : Byte { whole, byte0, byte1, byte2, byte4, byte5, lock };
+enum : Byte { whole, byte0, byte1, byte2, byte4, byte5, locks };
 
 // There is no fuse byte 3; the bytes lie behind one another all the same.
 constexpr FrameSpec frames[] = {
@@ -15,15 +15,18 @@ constexpr FrameSpec frames[] = {
     {"Frame7", u"Lock Bits", whole},
 };
 
-constexpr Text identityRow[] = {u"JTAGUID:"};
-constexpr Text windowPeriodRows[] = {u"WDWPER3:", u"WDWPER2:", u"WDWPER1:", u"WDWPER0:"};
-constexpr Text periodRows[] = {u"WDPER3:", u"WDPER2:", u"WDPER1:", u"WDPER0:"};
-constexpr Text bootRow[] = {u"BOOTRST:"};
-constexpr Text brownOut1Row[] = {u"BODPD1:"};
-constexpr Text brownOut0Row[] = {u"BODPD0:"};
-constexpr Text byte4Rows[] = {u"JTAGEN:", u"WDLOCK:", u"SUT0:", u"SUT1:", u"RSTDISBL:"};
-constexpr Text byte5Rows[] = {u"BODLEVEL0:", u"BODLEVEL1:", u"BODLEVEL2:", u"EESAVE:", u"BODACT0:", u"BODACT1:"};
-constexpr Text lockRows[] = {u"LB0:", u"LB1:", u"BLBAT0:", u"BLBAT1:", u"BLBA0:", u"BLBA1:", u"BLBB0:", u"BLBB1:"};
+constexpr auto identityRow = rowsOf(none, u"JTAGUID:");
+constexpr auto windowPeriodRows = rowsOf(none, u"WDWPER3:", u"WDWPER2:", u"WDWPER1:", u"WDWPER0:");
+constexpr auto periodRows = rowsOf(none, u"WDPER3:", u"WDPER2:", u"WDPER1:", u"WDPER0:");
+constexpr auto bootRow = rowsOf(none, u"BOOTRST:");
+constexpr auto brownOut1Row = rowsOf(none, u"BODPD1:");
+constexpr auto brownOut0Row = rowsOf(none, u"BODPD0:");
+constexpr Caption byte4Rows[] = {
+    {u"JTAGEN:", programming}, {u"WDLOCK:", none}, {u"SUT0:", none}, {u"SUT1:", none}, {u"RSTDISBL:", resetPin}};
+constexpr auto byte5Rows =
+    rowsOf(none, u"BODLEVEL0:", u"BODLEVEL1:", u"BODLEVEL2:", u"EESAVE:", u"BODACT0:", u"BODACT1:");
+constexpr auto lockRows =
+    rowsOf(lock, u"LB0:", u"LB1:", u"BLBAT0:", u"BLBAT1:", u"BLBA0:", u"BLBA1:", u"BLBB0:", u"BLBB1:");
 
 constexpr Rows rows[] = {
     {.frame = byte0,
@@ -52,7 +55,7 @@ constexpr Rows rows[] = {
     {.frame = byte2, .control = {"Combo5"}, .label = {"Label6"}, .captions = brownOut0Row, .offset = 2, .bit = 0},
     {.frame = byte4, .control = {"Combo6", 0}, .label = {"Label7", 0}, .captions = byte4Rows, .offset = 3},
     {.frame = byte5, .control = {"Combo7", 0}, .label = {"Label8", 0}, .captions = byte5Rows, .offset = 4},
-    {.frame = lock, .control = {"Combo8", 0}, .label = {"Label9", 0}, .captions = lockRows, .offset = 5},
+    {.frame = locks, .control = {"Combo8", 0}, .label = {"Label9", 0}, .captions = lockRows, .offset = 5},
 };
 
 constexpr ByteRange bytes[] = {{.first = 0, .count = 6}};
@@ -60,7 +63,7 @@ constexpr FixedBits fixedBits[] = {ones({}, 2, 0xBC), ones({}, 3, 0xE0), ones({}
 
 } // namespace
 
-constexpr EditorDescription edit_figmpu600 = {
-    .name = "edit_figmpu600", .modes = {50}, .frames = frames, .rows = rows, .bytes = bytes, .fixedBits = fixedBits};
+constexpr EditorDescription
+    edit_figmpu600({.name = "edit_figmpu600", .frames = frames, .rows = rows, .bytes = bytes, .fixedBits = fixedBits});
 
 } // namespace kx3

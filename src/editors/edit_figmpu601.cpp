@@ -5,13 +5,14 @@ namespace kx3 {
 
 namespace {
 
+using enum Hazard;
 using Text = std::u16string_view;
 
 constexpr FrameSpec frames[] = {{"Frame1", u"Config Register"}};
 
-constexpr Text eepromRangeRow[] = {u"EEPROM mapped at :"};
-constexpr Text securityWatchdogRows[] = {u"EEPROM Security :", u" COP WTD System :"};
-constexpr Text eepromRow[] = {u" On Chip EEPROM :"};
+constexpr auto eepromRangeRow = rowsOf(none, u"EEPROM mapped at :");
+constexpr Caption securityWatchdogRows[] = {{u"EEPROM Security :", lock}, {u" COP WTD System :", none}};
+constexpr auto eepromRow = rowsOf(none, u" On Chip EEPROM :");
 constexpr Text eepromRanges[] = {u"0800--0FFF", u"1800--1FFF", u"2800--2FFF", u"3800--3FFF",
                                  u"4800--4FFF", u"5800--5FFF", u"6800--6FFF", u"7800--7FFF",
                                  u"8800--8FFF", u"9800--9FFF", u"A800--AFFF", u"B800--BFFF",
@@ -47,13 +48,12 @@ constexpr FixedBits fixedBits[] = {ones({}, configByteAddress, 0x02)};
 
 } // namespace
 
-constexpr EditorDescription edit_figmpu601 = {.name = "edit_figmpu601",
-                                              .modes = {51},
-                                              .base = AddressBase::bufferStart,
-                                              .mirrored = true,
-                                              .frames = frames,
-                                              .rows = rows,
-                                              .bytes = bytes,
-                                              .fixedBits = fixedBits};
+constexpr EditorDescription edit_figmpu601({.name = "edit_figmpu601",
+                                            .base = AddressBase::bufferStart,
+                                            .mirrored = true,
+                                            .frames = frames,
+                                            .rows = rows,
+                                            .bytes = bytes,
+                                            .fixedBits = fixedBits});
 
 } // namespace kx3

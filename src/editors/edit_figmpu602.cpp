@@ -4,12 +4,13 @@ namespace kx3 {
 
 namespace {
 
-using Text = std::u16string_view;
+using enum Hazard;
 
 constexpr FrameSpec frames[] = {{"Frame1", u"CCFG register"}};
 
-constexpr Text leftRows[] = {u"BL_CONFIG:", u"ERASE_CONF:", u"CCFG_TI_OPTIONS:", u"CCFG_TAP_DAP_0:"};
-constexpr Text rightRows[] = {u"CCFG_TAP_DAP_1:", u"IMAGE_VALID_CONF:", u"CCFG_PROT_31_0:"};
+constexpr Caption leftRows[] = {
+    {u"BL_CONFIG:", programming}, {u"ERASE_CONF:", lock}, {u"CCFG_TI_OPTIONS:", none}, {u"CCFG_TAP_DAP_0:", debug}};
+constexpr Caption rightRows[] = {{u"CCFG_TAP_DAP_1:", debug}, {u"IMAGE_VALID_CONF:", none}, {u"CCFG_PROT_31_0:", lock}};
 
 constexpr Rows rows[] = {
     {.kind = FieldKind::hexWord,
@@ -30,7 +31,7 @@ constexpr ByteRange bytes[] = {{.first = -40, .count = 28}};
 
 } // namespace
 
-constexpr EditorDescription edit_figmpu602 = {
-    .name = "edit_figmpu602", .modes = {64}, .buttonArray = true, .frames = frames, .rows = rows, .bytes = bytes};
+constexpr EditorDescription
+    edit_figmpu602({.name = "edit_figmpu602", .buttonArray = true, .frames = frames, .rows = rows, .bytes = bytes});
 
 } // namespace kx3

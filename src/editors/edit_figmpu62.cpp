@@ -4,6 +4,7 @@ namespace kx3 {
 
 namespace {
 
+using enum Hazard;
 using Text = std::u16string_view;
 
 enum : Byte { register0, register1, register2, register7 };
@@ -14,35 +15,36 @@ constexpr FrameSpec frames[] = {{"Frame1", u"Option Register 0 "},
                                 {"Frame3", u"Option Register 2 "},
                                 {"Frame4", u"Option Register 7"}};
 
-constexpr Text notUsed[] = {u""};
+constexpr auto notUsed = rowsOf(none, u"");
 
-constexpr Text bootRows1[] = {u"HWBS2(Eable RST force MCU to boot from ISP)",
-                              u"HWBS(Eable boot from ISP when Power-up)"};
-constexpr Text lockRow1[] = {u"LOCK(Eable code and ID is locked)"};
-constexpr Text oscillatorRow1[] = {u"OSCDN(Eable The oscillator is reduced)"};
-constexpr Text clockRows1[] = {u"ENRCO(Eable the internal oscillator)", u"EN6T(Eable MCU runs at 6T mode) "};
-constexpr Text watchdogRows1[] = {u"WDSFWP(Eable WDTCR will be write-protected)", u"HWENW(Eable WDT when power-up) ",
-                                  u"HWWIDL(Enable WDT stops counting)"};
+constexpr auto bootRows1 =
+    rowsOf(none, u"HWBS2(Eable RST force MCU to boot from ISP)", u"HWBS(Eable boot from ISP when Power-up)");
+constexpr auto lockRow1 = rowsOf(lock, u"LOCK(Eable code and ID is locked)");
+constexpr auto oscillatorRow1 = rowsOf(none, u"OSCDN(Eable The oscillator is reduced)");
+constexpr auto clockRows1 = rowsOf(none, u"ENRCO(Eable the internal oscillator)", u"EN6T(Eable MCU runs at 6T mode) ");
+constexpr auto watchdogRows1 = rowsOf(none, u"WDSFWP(Eable WDTCR will be write-protected)",
+                                      u"HWENW(Eable WDT when power-up) ", u"HWWIDL(Enable WDT stops counting)");
 
-constexpr Text bootLockRows2[] = {u"HWBS(Eable boot from ISP when Power-up)", u"LOCK(Eable code and ID is locked)"};
-constexpr Text clockRows2[] = {u"BODRE", u"HWBS2(Eable RST force MCU to boot from ISP)",
-                               u"OSCDN(Eable The oscillator is reduced) ", u"ENRCO"};
-constexpr Text watchdogRows2[] = {u"WDSFWP", u"WDTRCO(Eable WDT running)",
-                                  u"HWENW(Eable WDT prescaler when power-up) "};
-constexpr Text watchdogIdleRow2[] = {u"HWWIDL"};
+constexpr Caption bootLockRows2[] = {{u"HWBS(Eable boot from ISP when Power-up)", none},
+                                     {u"LOCK(Eable code and ID is locked)", lock}};
+constexpr auto clockRows2 = rowsOf(none, u"BODRE", u"HWBS2(Eable RST force MCU to boot from ISP)",
+                                   u"OSCDN(Eable The oscillator is reduced) ", u"ENRCO");
+constexpr auto watchdogRows2 =
+    rowsOf(none, u"WDSFWP", u"WDTRCO(Eable WDT running)", u"HWENW(Eable WDT prescaler when power-up) ");
+constexpr auto watchdogIdleRow2 = rowsOf(none, u"HWWIDL");
 
-constexpr Text ispStartRow[] = {u"ISP start address:"};
+constexpr auto ispStartRow = rowsOf(none, u"ISP start address:");
 constexpr Text ispStarts1[] = {u"[000] 1200(3.5K)", u"[001] 1400(3K)", u"[010] 1600(2.5K)", u"[011] 1800(2K)",
                                u"[100] 1A00(1.5K)", u"[101] 1C00(1K)", u"[110] 1E00(0.5K)", u"[111] NO ISP"};
 constexpr Text ispStarts2[] = {u"[000] F000(4K)", u"[001] F200(3.5K)", u"[010] F400(3K)", u"[011] F600(2.5K)",
                                u"[100] F800(2K)", u"[101] FA00(1.5K)", u"[110] FC00(1K)", u"[111] NO ISP"};
-constexpr Text prescalerRow[] = {u"WDT Prescalar:"};
+constexpr auto prescalerRow = rowsOf(none, u"WDT Prescalar:");
 constexpr Text prescalers[] = {u"[000] Fosc/2",  u"[001] Fosc/4",  u"[010] Fosc/8",   u"[011] Fosc/16",
                                u"[100] Fosc/32", u"[101] Fosc/64", u"[110] Fosc/128", u"[111] Fosc/256"};
-constexpr Text boundaryRow[] = {u"IAP boundary:"};
+constexpr auto boundaryRow = rowsOf(none, u"IAP boundary:");
 
 /// Check boxes from `control`(`first`) on, active low: row i is bit `bit` + i * `step`.
-constexpr Rows checks(ModeSet modes, Byte frame, ControlName first, Texts captions, Byte bit, int step) {
+constexpr Rows checks(ModeSet modes, Byte frame, ControlName first, Captions captions, Byte bit, int step) {
     return {.modes = modes,
             .frame = frame,
             .kind = FieldKind::check,
@@ -131,14 +133,13 @@ constexpr Change changes[] = {hideRows({1}, "Frame4")};
 
 } // namespace
 
-constexpr EditorDescription edit_figmpu62 = {.name = "edit_figmpu62",
-                                             .modes = {1, 2},
-                                             .title = textUserCodeTitle,
-                                             .startPosition = StartPosition::centerOwner,
-                                             .frames = frames,
-                                             .rows = rows,
-                                             .bytes = bytes,
-                                             .fixedBits = fixedBits,
-                                             .changes = changes};
+constexpr EditorDescription edit_figmpu62({.name = "edit_figmpu62",
+                                           .title = textUserCodeTitle,
+                                           .startPosition = StartPosition::centerOwner,
+                                           .frames = frames,
+                                           .rows = rows,
+                                           .bytes = bytes,
+                                           .fixedBits = fixedBits,
+                                           .changes = changes});
 
 } // namespace kx3

@@ -5,7 +5,9 @@ namespace kx3 {
 
 namespace {
 
-enum : Byte { low, high, extended, calibration, lock };
+using enum Hazard;
+
+enum : Byte { low, high, extended, calibration, locks };
 
 constexpr FrameSpec frames[] = {{"Frame1", lowFuseFrame},
                                 {"Frame2", highFuseFrame},
@@ -13,7 +15,7 @@ constexpr FrameSpec frames[] = {{"Frame1", lowFuseFrame},
                                 {"Frame4", calibrationFrame},
                                 {"Frame5", lockFrame}};
 
-constexpr std::u16string_view lockRows[] = {u"LB1:", u"LB2:"};
+constexpr auto lockRows = rowsOf(lock, u"LB1:", u"LB2:");
 
 constexpr Rows rows[] = {
     {.frame = low, .control = {"Combo1", 0}, .label = {"Label1", 0}, .captions = lowFuseRows, .offset = 0},
@@ -41,7 +43,7 @@ constexpr Rows rows[] = {
      .lengthRule = {.longest = 4, .replacement = u"FFFF"},
      .enabled = false,
      .enabledBy = "Check1"},
-    {.frame = lock, .control = {"Combo4", 0}, .label = {"Label5", 0}, .captions = lockRows, .offset = 7},
+    {.frame = locks, .control = {"Combo4", 0}, .label = {"Label5", 0}, .captions = lockRows, .offset = 7},
 };
 
 constexpr ByteRange bytes[] = {
@@ -65,14 +67,13 @@ void lockProgrammingRow(EditorLayout &layout, const DeviceTraits &device) {
 
 } // namespace
 
-constexpr EditorDescription edit_figmpu63 = {.name = "edit_figmpu63",
-                                             .modes = {3, 4, 6, 10},
-                                             .base = AddressBase::twiceLength,
-                                             .frames = frames,
-                                             .rows = rows,
-                                             .bytes = bytes,
-                                             .fixedBits = fixedBits,
-                                             .changes = changes,
-                                             .adjust = lockProgrammingRow};
+constexpr EditorDescription edit_figmpu63({.name = "edit_figmpu63",
+                                           .base = AddressBase::twiceLength,
+                                           .frames = frames,
+                                           .rows = rows,
+                                           .bytes = bytes,
+                                           .fixedBits = fixedBits,
+                                           .changes = changes,
+                                           .adjust = lockProgrammingRow});
 
 } // namespace kx3

@@ -4,11 +4,13 @@ namespace kx3 {
 
 namespace {
 
+using enum Hazard;
+
 constexpr FrameSpec frames[] = {{"Frame1", u"Configuration bytes"}, {"Frame2", u"Lock bit byte"}};
 
-constexpr std::u16string_view configRows[] = {u"RSTDISBL:", u"WDTON:", u"CKOUT:"};
-constexpr std::u16string_view brownOutRows[] = {u"BODLEVEL0:", u"BODLEVEL1:", u"BODLEVEL2:"};
-constexpr std::u16string_view lockRows[] = {u"NVLB1:", u"NVLB2:"};
+constexpr Caption configRows[] = {{u"RSTDISBL:", resetPin}, {u"WDTON:", none}, {u"CKOUT:", none}};
+constexpr auto brownOutRows = rowsOf(none, u"BODLEVEL0:", u"BODLEVEL1:", u"BODLEVEL2:");
+constexpr auto lockRows = rowsOf(lock, u"NVLB1:", u"NVLB2:");
 
 constexpr Rows rows[] = {
     {.frame = 0, .control = {"Combo1", 0}, .label = {"Label1", 0}, .captions = configRows, .offset = 0},
@@ -33,14 +35,13 @@ void adjustToPackage(EditorLayout &layout, const DeviceTraits &device) {
 
 } // namespace
 
-constexpr EditorDescription edit_figmpu64 = {.name = "edit_figmpu64",
-                                             .modes = {12},
-                                             .startPosition = StartPosition::centerOwner,
-                                             .base = AddressBase::twiceLength,
-                                             .frames = frames,
-                                             .rows = rows,
-                                             .bytes = bytes,
-                                             .fixedBits = fixedBits,
-                                             .adjust = adjustToPackage};
+constexpr EditorDescription edit_figmpu64({.name = "edit_figmpu64",
+                                           .startPosition = StartPosition::centerOwner,
+                                           .base = AddressBase::twiceLength,
+                                           .frames = frames,
+                                           .rows = rows,
+                                           .bytes = bytes,
+                                           .fixedBits = fixedBits,
+                                           .adjust = adjustToPackage});
 
 } // namespace kx3

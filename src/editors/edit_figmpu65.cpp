@@ -5,9 +5,10 @@ namespace kx3 {
 
 namespace {
 
+using enum Hazard;
 using Text = std::u16string_view;
 
-enum : Byte { low, high, extended, calibration, lock };
+enum : Byte { low, high, extended, calibration, locks };
 
 constexpr FrameSpec frames[] = {{"Frame1", lowFuseFrame},
                                 {"Frame2", highFuseFrame},
@@ -16,11 +17,11 @@ constexpr FrameSpec frames[] = {{"Frame1", lowFuseFrame},
                                 {"Frame5", lockFrame}};
 
 // Rows 5 and 6 bear captions only in the modes that show them.
-constexpr Text extendedRows[] = {u"SELFPRGEN:", u"BODACT0:", u"BODACT1:", u"BODPD0:", u"BODPD1:", u"", u""};
-constexpr auto lowerExtendedRows = Texts(extendedRows).first(3);
-constexpr auto upperExtendedRows = Texts(extendedRows).subspan(3);
-constexpr Text lockRows[] = {u"LB1:", u"LB2:", u"BLB01:", u"BLB02:", u"BLB11:", u"BLB12:"};
-constexpr Text calibrationClockRow[] = {u"Calib byte value for:"};
+constexpr auto extendedRows = rowsOf(none, u"SELFPRGEN:", u"BODACT0:", u"BODACT1:", u"BODPD0:", u"BODPD1:", u"", u"");
+constexpr auto lowerExtendedRows = Captions(extendedRows).first(3);
+constexpr auto upperExtendedRows = Captions(extendedRows).subspan(3);
+constexpr auto lockRows = rowsOf(lock, u"LB1:", u"LB2:", u"BLB01:", u"BLB02:", u"BLB11:", u"BLB12:");
+constexpr auto calibrationClockRow = rowsOf(none, u"Calib byte value for:");
 constexpr Text calibrationClocks[] = {u"1 MHz", u"2 MHz", u"4 MHz", u"8 MHz"};
 
 // In these modes the upper four extended rows lie one bit higher, above a bit that is not used.
@@ -76,7 +77,7 @@ constexpr Rows rows[] = {
      .lengthRule = {.longest = 6, .replacement = u"0"},
      .enabled = false,
      .enabledBy = "Check1"},
-    {.frame = lock, .control = {"Combo4", 0}, .label = {"Label5", 0}, .captions = lockRows, .offset = 7},
+    {.frame = locks, .control = {"Combo4", 0}, .label = {"Label5", 0}, .captions = lockRows, .offset = 7},
 };
 
 constexpr ByteRange bytes[] = {
@@ -88,25 +89,32 @@ constexpr FixedBits fixedBits[] = {
     zeros({}, 4, 0xFE),       ones({}, 7, 0xC0),
 };
 
-constexpr Text brownOutEnable[] = {u"BODEN:", u"BODLEVEL:"};
-constexpr Text oscillatorLow[] = {u"OSCSEL0:", u"OSCSEL1:", u"SUT0:",   u"SUT1:",
-                                  u"SUT2:",    u"SPIEN:",   u"EESAVE:", u"WDTON:"};
-constexpr Text bootHighClockOption[] = {u"BOOTRST:", u"BOOTSZ0:", u"BOOTSZ1:", u"EESAVE:",
-                                        u"CKOPT:",   u"SPIEN:",   u"JTAGEN:",  u"OCDEN:"};
-constexpr Text bootHighJtag[] = {u"BOOTRST:", u"BOOTSZ0:", u"BOOTSZ1:", u"EESAVE:",
-                                 u"WDTON:",   u"SPIEN:",   u"JTAGEN:",  u"OCDEN:"};
-constexpr Text bootHigh[] = {u"BOOTRST:", u"BOOTSZ0:", u"BOOTSZ1:", u"EESAVE:", u"WDTON:", u"SPIEN:"};
-constexpr Text bootHighWire[] = {u"BOOTRST:", u"BOOTSZ0:", u"BOOTSZ1:", u"EESAVE:",
-                                 u"WDTON:",   u"SPIEN:",   u"DWEN:",    u"RSTDISBL:"};
-constexpr Text bootHighShort[] = {u"BOOTRST:", u"BOOTSZ0:", u"BOOTSZ1:", u"DWEN:", u"DUVRDINIT:"};
-constexpr Text resetRow[] = {u"RSTDISBL:"};
-constexpr Text compatibilityExtended[] = {u"WDTON:", u"M103C:"};
-constexpr Text brownOutExtended[] = {u"BODLEVEL0:", u"BODLEVEL1:", u"BODLEVEL2:"};
-constexpr Text hardwareBootExtended[] = {u"BODLEVEL0:", u"BODLEVEL1:", u"BODLEVEL2:", u"HWBE:"};
-constexpr Text powerStageExtended[] = {u"BODLEVEL0:", u"BODLEVEL1:", u"BODLEVEL2:", u"PSCRVB:", u"PSCRVA:", u"PSCRB:"};
-constexpr Text bootPowerStageExtended[] = {u"BOOTRST:", u"BOOTSZ0:", u"BOOTSZ1:", u"PSCRV:",
-                                           u"PSC0RB:",  u"PSC1RB:",  u"PSC2RB:"};
-constexpr Text bootExtended[] = {u"BOOTRST:", u"BOOTSZ0:", u"BOOTSZ1:"};
+constexpr auto brownOutEnable = rowsOf(none, u"BODEN:", u"BODLEVEL:");
+constexpr Caption oscillatorLow[] = {{u"OSCSEL0:", none}, {u"OSCSEL1:", none}, {u"SUT0:", none},
+                                     {u"SUT1:", none},    {u"SUT2:", none},    {u"SPIEN:", programming},
+                                     {u"EESAVE:", none},  {u"WDTON:", none}};
+constexpr Caption bootHighClockOption[] = {{u"BOOTRST:", none},       {u"BOOTSZ0:", none}, {u"BOOTSZ1:", none},
+                                           {u"EESAVE:", none},        {u"CKOPT:", none},   {u"SPIEN:", programming},
+                                           {u"JTAGEN:", programming}, {u"OCDEN:", debug}};
+constexpr Caption bootHighJtag[] = {{u"BOOTRST:", none},       {u"BOOTSZ0:", none}, {u"BOOTSZ1:", none},
+                                    {u"EESAVE:", none},        {u"WDTON:", none},   {u"SPIEN:", programming},
+                                    {u"JTAGEN:", programming}, {u"OCDEN:", debug}};
+constexpr Caption bootHigh[] = {{u"BOOTRST:", none}, {u"BOOTSZ0:", none}, {u"BOOTSZ1:", none},
+                                {u"EESAVE:", none},  {u"WDTON:", none},   {u"SPIEN:", programming}};
+constexpr Caption bootHighWire[] = {{u"BOOTRST:", none}, {u"BOOTSZ0:", none},     {u"BOOTSZ1:", none},
+                                    {u"EESAVE:", none},  {u"WDTON:", none},       {u"SPIEN:", programming},
+                                    {u"DWEN:", debug},   {u"RSTDISBL:", resetPin}};
+constexpr Caption bootHighShort[] = {
+    {u"BOOTRST:", none}, {u"BOOTSZ0:", none}, {u"BOOTSZ1:", none}, {u"DWEN:", debug}, {u"DUVRDINIT:", none}};
+constexpr auto resetRow = rowsOf(resetPin, u"RSTDISBL:");
+constexpr auto compatibilityExtended = rowsOf(none, u"WDTON:", u"M103C:");
+constexpr auto brownOutExtended = rowsOf(none, u"BODLEVEL0:", u"BODLEVEL1:", u"BODLEVEL2:");
+constexpr auto hardwareBootExtended = rowsOf(none, u"BODLEVEL0:", u"BODLEVEL1:", u"BODLEVEL2:", u"HWBE:");
+constexpr auto powerStageExtended =
+    rowsOf(none, u"BODLEVEL0:", u"BODLEVEL1:", u"BODLEVEL2:", u"PSCRVB:", u"PSCRVA:", u"PSCRB:");
+constexpr auto bootPowerStageExtended =
+    rowsOf(none, u"BOOTRST:", u"BOOTSZ0:", u"BOOTSZ1:", u"PSCRV:", u"PSC0RB:", u"PSC1RB:", u"PSC2RB:");
+constexpr auto bootExtended = rowsOf(none, u"BOOTRST:", u"BOOTSZ0:", u"BOOTSZ1:");
 
 constexpr Change changes[] = {
     // As the form starts, in every mode.
@@ -144,19 +152,18 @@ constexpr Change changes[] = {
 
 /// Mode 18: row 6 is the debug port's fuse in the 64-pin package, the reset pin's in the others.
 void adjustToPackage(EditorLayout &layout, const DeviceTraits &device) {
-    if (device.prgmode == 18 && device.chippin == 64) layout.field("Combo2", 6).caption = u"JTAGEN:";
+    if (device.prgmode == 18 && device.chippin == 64) layout.field("Combo2", 6).rename({u"JTAGEN:", programming});
 }
 
 } // namespace
 
-constexpr EditorDescription edit_figmpu65 = {.name = "edit_figmpu65",
-                                             .modes = {13, 14, 15, 18, 30, 31, 32, 55, 56, 58, 59, 60, 61, 62},
-                                             .base = AddressBase::twiceLength,
-                                             .frames = frames,
-                                             .rows = rows,
-                                             .bytes = bytes,
-                                             .fixedBits = fixedBits,
-                                             .changes = changes,
-                                             .adjust = adjustToPackage};
+constexpr EditorDescription edit_figmpu65({.name = "edit_figmpu65",
+                                           .base = AddressBase::twiceLength,
+                                           .frames = frames,
+                                           .rows = rows,
+                                           .bytes = bytes,
+                                           .fixedBits = fixedBits,
+                                           .changes = changes,
+                                           .adjust = adjustToPackage});
 
 } // namespace kx3

@@ -5,15 +5,16 @@ namespace kx3 {
 
 namespace {
 
+using enum Hazard;
 using Text = std::u16string_view;
 
 constexpr FrameSpec frames[] = {{"Frame1", u"Write Lock Protection Bits "}};
 
 // The blanks in front belong to the captions.
-constexpr Text bootRow[] = {u"Boot Block Lock :"};
-constexpr Text sizeRow[] = {u"      Lock Size :"};
-constexpr Text debugRow[] = {u"Debug Lock Bit :"};
-constexpr Text flashReadRow[] = {u"SPI Read Flash :"};
+constexpr auto bootRow = rowsOf(lock, u"Boot Block Lock :");
+constexpr auto sizeRow = rowsOf(lock, u"      Lock Size :");
+constexpr auto debugRow = rowsOf(debug, u"Debug Lock Bit :");
+constexpr auto flashReadRow = rowsOf(programming, u"SPI Read Flash :");
 constexpr Text bootStates[] = {u"writeable", u"write protected"};
 constexpr Text debugStates[] = {u"Enable debug commands", u"Disable debug commands"};
 constexpr Text flashReadStates[] = {u"Enable SPI commands", u"Disable SPI commands"};
@@ -96,12 +97,11 @@ void fillSizes(EditorLayout &layout, const DeviceTraits &device) {
 
 } // namespace
 
-constexpr EditorDescription edit_figmpu66 = {.name = "edit_figmpu66",
-                                             .modes = {debugMode, flashReadMode},
-                                             .frames = frames,
-                                             .rows = rows,
-                                             .bytes = bytes,
-                                             .fixedBits = fixedBits,
-                                             .adjust = fillSizes};
+constexpr EditorDescription edit_figmpu66({.name = "edit_figmpu66",
+                                           .frames = frames,
+                                           .rows = rows,
+                                           .bytes = bytes,
+                                           .fixedBits = fixedBits,
+                                           .adjust = fillSizes});
 
 } // namespace kx3

@@ -4,7 +4,7 @@ namespace kx3 {
 
 namespace {
 
-using Text = std::u16string_view;
+using enum Hazard;
 
 enum : Byte { register0, register1, register2, register3 };
 
@@ -14,14 +14,15 @@ constexpr FrameSpec frames[] = {{"Frame1", u"Option Register 0"},
                                 {"Frame4", u"Option Register 3"}};
 
 // Every mode hides or renames the rows that bear the name of their label array.
-constexpr Text rows0[] = {u"Label1:", u"Label1:", u"Label1:", u"HWBS:", u"LOCK:", u"ISP_S0:", u"ISP_S1:", u"ISP_S2:"};
-constexpr Text rows1[] = {u"BO1S0O:", u"BO1S1O:", u"Label2:", u"Label2:",
-                          u"Label2:", u"HWBS2:",  u"BO0REO:", u"BO1REO:"};
-constexpr Text rows2[] = {u"HWPS0:", u"HWPS1:", u"HWPS2:", u"HWWIDL:", u"WRENO:", u"HWENW:", u"NSWDT:", u"WDSFWP:"};
-constexpr Text row3[] = {u"Label4:"};
-constexpr Text rows3[] = {u"IAPLB0:", u"IAPLB1:", u"IAPLB2:", u"IAPLB3:", u"IAPLB4:", u"IAPLB5:", u"IAPLB6:"};
-constexpr Text portRow[] = {u"P36EN:"};
-constexpr Text register34[] = {u"Option Register 3/4"};
+constexpr Caption rows0[] = {{u"Label1:", none}, {u"Label1:", none}, {u"Label1:", none}, {u"HWBS:", none},
+                             {u"LOCK:", lock},   {u"ISP_S0:", none}, {u"ISP_S1:", none}, {u"ISP_S2:", none}};
+constexpr auto rows1 =
+    rowsOf(none, u"BO1S0O:", u"BO1S1O:", u"Label2:", u"Label2:", u"Label2:", u"HWBS2:", u"BO0REO:", u"BO1REO:");
+constexpr auto rows2 =
+    rowsOf(none, u"HWPS0:", u"HWPS1:", u"HWPS2:", u"HWWIDL:", u"WRENO:", u"HWENW:", u"NSWDT:", u"WDSFWP:");
+constexpr auto row3 = rowsOf(none, u"Label4:");
+constexpr auto rows3 = rowsOf(none, u"IAPLB0:", u"IAPLB1:", u"IAPLB2:", u"IAPLB3:", u"IAPLB4:", u"IAPLB5:", u"IAPLB6:");
+constexpr auto portRow = rowsOf(none, u"P36EN:");
 
 constexpr Rows rows[] = {
     {.frame = register0, .control = {"Combo1", 0}, .label = {"Label1", 0}, .captions = rows0, .offset = 0},
@@ -57,17 +58,16 @@ constexpr Change changes[] = {
     hideRows({23}, "Combo2", 2, 4),
     hideRows({24, 25}, "Combo2", 0, 4),
     hideRows({24, 25}, "Combo2", 7, 7),
-    renameFrame({24, 25}, "Frame4", register34),
+    renameFrame({24, 25}, "Frame4", u"Option Register 3/4"),
 };
 
 } // namespace
 
-constexpr EditorDescription edit_figmpu67 = {.name = "edit_figmpu67",
-                                             .modes = {23, 24, 25},
-                                             .frames = frames,
-                                             .rows = rows,
-                                             .bytes = bytes,
-                                             .fixedBits = fixedBits,
-                                             .changes = changes};
+constexpr EditorDescription edit_figmpu67({.name = "edit_figmpu67",
+                                           .frames = frames,
+                                           .rows = rows,
+                                           .bytes = bytes,
+                                           .fixedBits = fixedBits,
+                                           .changes = changes});
 
 } // namespace kx3

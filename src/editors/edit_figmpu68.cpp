@@ -5,15 +5,16 @@ namespace kx3 {
 
 namespace {
 
+using enum Hazard;
 using Text = std::u16string_view;
 
 constexpr FrameSpec frames[] = {{"Frame1", u""}};
 
 // The blanks in front belong to the captions.
-constexpr Text watchdogRow[] = {u"  COP WTD System :"};
-constexpr Text romRow[] = {u"     On Chip ROM :"};
-constexpr Text eepromRangeRow[] = {u" EEPROM mapped at:"};
-constexpr Text eepromRow[] = {u"  On Chip EEPROM :"};
+constexpr auto watchdogRow = rowsOf(none, u"  COP WTD System :");
+constexpr auto romRow = rowsOf(none, u"     On Chip ROM :");
+constexpr auto eepromRangeRow = rowsOf(none, u" EEPROM mapped at:");
+constexpr auto eepromRow = rowsOf(none, u"  On Chip EEPROM :");
 constexpr Text eepromRanges[] = {u"0E00--0FFF", u"1E00--1FFF", u"2E00--2FFF", u"3E00--3FFF",
                                  u"4E00--4FFF", u"5E00--5FFF", u"6E00--6FFF", u"7E00--7FFF",
                                  u"8E00--8FFF", u"9E00--9FFF", u"AE00--AFFF", u"BE00--BFFF",
@@ -65,13 +66,12 @@ constexpr FixedBits fixedBits[] = {
 
 } // namespace
 
-constexpr EditorDescription edit_figmpu68 = {.name = "edit_figmpu68",
-                                             .modes = {39, 40, 41, 43, 44},
-                                             .base = AddressBase::bufferStart,
-                                             .mirrored = true,
-                                             .frames = frames,
-                                             .rows = rows,
-                                             .bytes = bytes,
-                                             .fixedBits = fixedBits};
+constexpr EditorDescription edit_figmpu68({.name = "edit_figmpu68",
+                                           .base = AddressBase::bufferStart,
+                                           .mirrored = true,
+                                           .frames = frames,
+                                           .rows = rows,
+                                           .bytes = bytes,
+                                           .fixedBits = fixedBits});
 
 } // namespace kx3

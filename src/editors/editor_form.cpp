@@ -1,6 +1,9 @@
 #include "editors/editor_form.h"
 
+#include "base/text.h"
 #include "blocks/sharemap.h"
+#include "context/context.h"
+#include "editors/description.h"
 #include "editors/hex_text.h"
 
 #include <utility>
@@ -8,9 +11,6 @@
 namespace kx3 {
 
 namespace {
-
-// The language whose literal wording is Chinese.
-constexpr Long chineseLanguage = 3000;
 
 constexpr ControlKind controlKind(FieldKind kind) {
     switch (kind) {
@@ -24,6 +24,9 @@ constexpr ControlKind controlKind(FieldKind kind) {
 
 } // namespace
 
+EditorForm::EditorForm(const Context &context, const EditorDescription &editor)
+    : Form(editor.name, editor.startPosition), context_(context), editor_(editor) {}
+
 // Load
 
 void EditorForm::onLoad() {
@@ -31,7 +34,7 @@ void EditorForm::onLoad() {
     const StateWords words{.enable = context_.text(textEnable), .disable = context_.text(textDisable)};
     const sharemap &blocks = context_.blocks;
     device_ = {mode_, blocks.tlength(0), blocks.chippin(0), blocks.figvol(0)};
-    chinese_ = blocks.Language(0) == chineseLanguage;
+    chinese_ = blocks.Language(0) == simplifiedChinese;
     layout_ = layoutOf(editor_, device_, words);
 
     setCaption(title);

@@ -1,23 +1,23 @@
 // The one form behind all editor dialogs: it loads, composes and writes what a description says.
 #pragma once
 
-#include "editors/description.h"
+#include "editors/layout.h"
 #include "forms/form.h"
-#include "context/context.h"
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
 namespace kx3 {
 
+struct Context;
+struct EditorDescription;
+
 /// An editor dialog. What it depends on (device, addresses, bytes) is read once, by the load; OK
 /// writes to the same places.
 class EditorForm final : public Form {
   public:
-    EditorForm(const Context &context, const EditorDescription &editor)
-        : Form(editor.name, editor.startPosition), context_(context), editor_(editor) {}
+    EditorForm(const Context &context, const EditorDescription &editor);
 
     /// Mode of the next load.
     void setMode(Byte mode) noexcept { mode_ = mode; }

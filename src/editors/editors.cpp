@@ -1,30 +1,21 @@
 #include "editors/editors.h"
 
 #include "base/error.h"
+#include "context/context.h"
+#include "editors/editor_form.h"
+#include "editors/editor_list.h"
 
 namespace kx3 {
 
-namespace {
+Editors::Editors(const Context &context) noexcept : context_(context) {}
 
-/// However the presenter comes back, the form is closed.
-class UnloadAtEnd {
-  public:
-    explicit UnloadAtEnd(Form &form) noexcept : form_(form) {}
-    UnloadAtEnd(const UnloadAtEnd &) = delete;
-    UnloadAtEnd &operator=(const UnloadAtEnd &) = delete;
-    ~UnloadAtEnd() { form_.unload(); }
-
-  private:
-    Form &form_;
-};
-
-} // namespace
+Editors::~Editors() = default;
 
 void Editors::open(Byte mode) {
-    const auto editor = editorOfMode(mode);
-    if (!editor) return;
-    std::unique_ptr<EditorForm> &form = forms_[*editor];
-    if (!form) form = std::make_unique<EditorForm>(context_, *editorDescriptions[*editor]);
+    const EditorDescription *editor = editorOf(mode);
+    if (editor == nullptr) return;
+    std::unique_ptr<EditorForm> &form = forms_[editor];
+    if (!form) form = std::make_unique<EditorForm>(context_, *editor);
     if (form->loaded()) raise(ErrorNumber::invalidCall, u"The configuration editor is already open");
     form->setMode(mode);
     form->load();

@@ -1,21 +1,24 @@
 // The configuration editors.
 #pragma once
 
-#include "editors/description.h"
-#include "editors/editor_form.h"
-#include "context/context.h"
+#include "base/types.h"
 
-#include <array>
+#include <map>
 #include <memory>
 
 namespace kx3 {
 
+struct Context;
+struct EditorDescription;
+class EditorForm;
+
 /// The thread's editor dialogs, each created on first use and kept.
 class Editors {
   public:
-    explicit Editors(const Context &context) noexcept : context_(context) {}
+    explicit Editors(const Context &context) noexcept;
     Editors(const Editors &) = delete;
     Editors &operator=(const Editors &) = delete;
+    ~Editors();
 
     /// Open the editor of programming mode `mode` modally; return when it has unloaded itself. A
     /// mode without an editor does nothing. Errors of the load and of its events end the editor and
@@ -25,7 +28,7 @@ class Editors {
 
   private:
     const Context &context_;
-    std::array<std::unique_ptr<EditorForm>, editorCount> forms_;
+    std::map<const EditorDescription *, std::unique_ptr<EditorForm>> forms_;
 };
 
 } // namespace kx3

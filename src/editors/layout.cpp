@@ -1,6 +1,6 @@
 #include "editors/layout.h"
 
-#include "base/checked.h"
+#include "base/error.h"
 #include "base/text.h"
 #include "editors/description.h"
 
@@ -8,57 +8,12 @@
 
 namespace kx3 {
 
-constinit const std::array<const EditorDescription *, editorCount> editorDescriptions = {
-    &edit_figmpu62, &edit_figmpu63, &edit_figmpu64,  &edit_figmpu65,  &edit_figmpu66,  &edit_figmpu67,
-    &edit_figmpu68, &edit_figmpu69, &edit_figmpu600, &edit_figmpu601, &edit_figmpu602,
-};
-
 namespace {
 
 // Fields of 3 bits with Coding::wholeSize, for an image of one protected size.
 constexpr Byte nothingLocked = 7;
 constexpr Byte allLockedOld = 6;
 constexpr Byte allLocked = 0;
-
-/// Beginnings of captions of fields that can lock the user out.
-constexpr struct {
-    std::u16string_view start;
-    Hazard hazard;
-} hazards[] = {
-    {u"RSTDISBL:", Hazard::resetPin},
-    {u"SPIEN:", Hazard::programming},
-    {u"JTAGEN:", Hazard::programming},
-    {u"SPI Read Flash", Hazard::programming},
-    {u"BL_CONFIG:", Hazard::programming},
-    {u"DWEN:", Hazard::debug},
-    {u"OCDEN:", Hazard::debug},
-    {u"Debug Lock Bit", Hazard::debug},
-    {u"CCFG_TAP_DAP", Hazard::debug},
-    {u"LB", Hazard::lock},
-    {u"BLB", Hazard::lock},
-    {u"NVLB", Hazard::lock},
-    {u"LOCK", Hazard::lock},
-    {u"Boot Block Lock", Hazard::lock},
-    {u"Lock Size", Hazard::lock},
-    {u"EEPROM Security", Hazard::lock},
-    {u"ERASE_CONF:", Hazard::lock},
-    {u"CCFG_PROT", Hazard::lock},
-    {u"FMPRE", Hazard::writeOnce},
-    {u"FMPPE", Hazard::writeOnce},
-    {u"USER_", Hazard::writeOnce},
-};
-
-Hazard hazardOf(std::u16string_view caption) {
-    caption = trimBlanks(caption);
-    const auto found = std::find_if(std::begin(hazards), std::end(hazards),
-                                    [&](const auto &h) { return caption.starts_with(h.start); });
-    return found == std::end(hazards) ? Hazard::none : found->hazard;
-}
-
-ControlName element(ControlName first, std::size_t row) {
-    if (first.index == noIndex) return first;
-    return {first.name, static_cast<Integer>(first.index + static_cast<Integer>(row))};
-}
 
 /// Lists of the two states, made once for all fields of a layout.
 struct StateLists {
@@ -82,48 +37,27 @@ struct StateLists {
     ItemList plainStates;
 };
 
-void placeInBuffer(Field &field, const Rows &rows, std::size_t row) {
-    if (rows.width == 0) return;
-    const auto i = static_cast<int>(row);
-    switch (rows.kind) {
-    case FieldKind::hexNumber:
-        field.offsets = rows.number.offsets;
-        field.byteCount = rows.number.count;
-        field.width = 8;
-        break;
-    case FieldKind::hexWord:
-        for (Long k = 0; k < 4; ++k)
-            field.offsets[static_cast<std::size_t>(k)] = rows.offset + 4 * i + k;
-        field.byteCount = 4;
-        field.width = 8;
-        break;
-    case FieldKind::list:
-    case FieldKind::check:
-        field.offsets[0] = rows.offset;
-        field.byteCount = 1;
-        field.bit = static_cast<Byte>(rows.bit + i * rows.bitStep);
-        field.width = rows.width;
-        break;
-    }
-}
-
 Field makeField(const Rows &rows, std::size_t row, const ItemList &items) {
     const bool isText = rows.kind == FieldKind::hexNumber || rows.kind == FieldKind::hexWord;
-    Field field{.kind = rows.kind,
-                .coding = rows.coding,
-                .control = element(rows.control, row),
-                .label = element(rows.label, row),
-                .caption = rows.captions[row],
-                .frame = rows.frame,
-                .items = items,
-                .visible = rows.visible,
-                .enabled = rows.enabled,
-                .readOnly = rows.readOnly,
-                .hexKeys = isText && rows.hexKeys,
-                .lengthRule = rows.lengthRule,
-                .enabledBy = rows.enabledBy};
-    placeInBuffer(field, rows, row);
-    return field;
+    const Place place = placeOf(rows, row);
+    return {.kind = rows.kind,
+            .coding = rows.coding,
+            .hazard = rows.captions[row].hazard,
+            .control = element(rows.control, row),
+            .label = element(rows.label, row),
+            .caption = rows.captions[row].text,
+            .frame = rows.frame,
+            .items = items,
+            .offsets = place.offsets,
+            .byteCount = place.byteCount,
+            .bit = place.bit,
+            .width = place.width,
+            .visible = rows.visible,
+            .enabled = rows.enabled,
+            .readOnly = rows.readOnly,
+            .hexKeys = isText && rows.hexKeys,
+            .lengthRule = rows.lengthRule,
+            .enabledBy = rows.enabledBy};
 }
 
 void addFields(EditorLayout &layout, const EditorDescription &editor, Byte mode, const StateLists &states) {
@@ -157,7 +91,7 @@ void apply(const Change &change, Field &field) {
     case Change::What::disable: field.enabled = false; break;
     case Change::What::enable: field.enabled = true; break;
     case Change::What::rename:
-        field.caption = change.captions[static_cast<std::size_t>(field.control.index - change.first)];
+        field.rename(change.captions[static_cast<std::size_t>(field.control.index - change.first)]);
         break;
     }
 }
@@ -166,7 +100,7 @@ void apply(const Change &change, EditorLayout &layout) {
     for (FrameLayout &frame : layout.frames) {
         if (frame.name != change.control) continue;
         if (change.what == Change::What::rename)
-            frame.caption = change.captions.front();
+            frame.caption = change.frameCaption;
         else
             frame.visible = change.what == Change::What::show;
     }
@@ -264,21 +198,13 @@ EditorLayout layoutOf(const EditorDescription &editor, const DeviceTraits &devic
     for (const Change &change : editor.changes)
         if (change.modes.contains(device.prgmode)) apply(change, layout);
     if (editor.adjust != nullptr) editor.adjust(layout, device);
-    for (Field &field : layout.fields)
-        field.hazard = hazardOf(field.caption);
     return layout;
 }
 
-std::optional<std::size_t> editorOfMode(Byte mode) noexcept {
-    for (std::size_t i = 0; i < editorCount; ++i)
-        if (editorDescriptions[i]->modes.contains(mode)) return i;
-    return std::nullopt;
-}
-
 std::optional<EditorLayout> editorLayout(const DeviceTraits &device, const StateWords &words) {
-    const auto editor = editorOfMode(device.prgmode);
-    if (!editor) return std::nullopt;
-    return layoutOf(*editorDescriptions[*editor], device, words);
+    const EditorDescription *editor = editorOf(device.prgmode);
+    if (editor == nullptr) return std::nullopt;
+    return layoutOf(*editor, device, words);
 }
 
 } // namespace kx3

@@ -50,6 +50,13 @@ enum class Hazard : Byte {
     writeOnce,   ///< the device takes the value once and for all
 };
 
+/// What a row is called. There is none without a hazard.
+struct Caption {
+    constexpr Caption(std::u16string_view theText, Hazard theHazard) : text(theText), hazard(theHazard) {}
+    std::u16string_view text;
+    Hazard hazard;
+};
+
 struct ControlName {
     std::string_view name;
     Integer index = noIndex;
@@ -90,6 +97,10 @@ struct Field {
     LengthRule lengthRule{};      ///< of a text box
     std::string_view enabledBy{}; ///< check box that enables the row while it is checked
 
+    void rename(const Caption &name) {
+        caption = name.text;
+        hazard = name.hazard;
+    }
     /// The field's bits inside its one byte.
     [[nodiscard]] constexpr Byte mask() const {
         return byteCount == 1 ? static_cast<Byte>(((1U << width) - 1U) << bit) : Byte{0xFF};

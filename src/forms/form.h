@@ -261,4 +261,16 @@ class Form {
     bool accepted_ = false;
 };
 
+/// Closes a form at the end of a scope, however that is left.
+class UnloadAtEnd {
+  public:
+    explicit UnloadAtEnd(Form &form) noexcept : form_(form) {}
+    UnloadAtEnd(const UnloadAtEnd &) = delete;
+    UnloadAtEnd &operator=(const UnloadAtEnd &) = delete;
+    ~UnloadAtEnd() { form_.unload(); }
+
+  private:
+    Form &form_;
+};
+
 } // namespace kx3

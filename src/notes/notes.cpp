@@ -17,7 +17,6 @@ namespace {
 using Text = std::optional<std::u16string>; ///< empty: nothing to show for this device
 
 constexpr std::u16string_view CR = u"\r";
-constexpr Long languageChinese = 3000;
 
 /// A text of the notes' own, in its two wordings.
 struct Wording {
@@ -30,7 +29,7 @@ struct Device {
     explicit Device(const Context &theContext)
         : context(theContext), length(context.blocks.tlength(0)), size(context.blocks.bvcch(0)),
           page(context.blocks.pagelength(0)), mode(context.blocks.prgmode(0)), option(context.blocks.woption(0)),
-          chinese(context.blocks.Language(0) == languageChinese) {}
+          chinese(context.blocks.Language(0) == simplifiedChinese) {}
 
     [[nodiscard]] std::u16string_view say(const Wording &wording) const {
         return chinese ? wording.chinese : wording.english;

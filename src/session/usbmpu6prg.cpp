@@ -50,18 +50,6 @@ std::u16string twoDigits(Byte value) {
     return digits.size() < 2 ? u"0" + digits : digits;
 }
 
-/// However a session ends, its window does not outlive it.
-class UnloadAtEnd {
-  public:
-    explicit UnloadAtEnd(Form &form) : form_(form) {}
-    ~UnloadAtEnd() { form_.unload(); }
-    UnloadAtEnd(const UnloadAtEnd &) = delete;
-    UnloadAtEnd &operator=(const UnloadAtEnd &) = delete;
-
-  private:
-    Form &form_;
-};
-
 } // namespace
 
 usbmpu6prg::usbmpu6prg(Context &context) : Form("usbmpu6prg"), context_(context) {}

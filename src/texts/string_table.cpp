@@ -16,11 +16,12 @@ struct Row {
 };
 
 constexpr std::array rows{
-#define KX3_TEXT(id, ...) Row{id, {__VA_ARGS__}},
+// A row with more or fewer texts than there are languages has another type of array.
+#define KX3_TEXT(name, id, ...) Row{name, std::to_array<std::u16string_view>({__VA_ARGS__})},
 #include "texts/string_table.inc"
 #undef KX3_TEXT
 };
-static_assert(std::is_sorted(rows.begin(), rows.end(), [](const Row &a, const Row &b) { return a.id < b.id; }));
+static_assert(std::is_sorted(rows.begin(), rows.end(), [](const Row &a, const Row &b) { return a.id <= b.id; }));
 
 [[noreturn]] void raiseNotFound(Long language, Long id) {
     const std::int64_t identifier = std::int64_t{language} + id;

@@ -1,7 +1,7 @@
 // The programming modes that have an editor.
 #pragma once
 
-#include "editors/description.h"
+#include "editors/editor_list.h"
 
 #include <vector>
 
@@ -10,7 +10,7 @@ namespace kx3::test {
 inline const std::vector<Byte> editorModes = [] {
     std::vector<Byte> modes;
     for (Byte mode = 1; mode <= 64; ++mode)
-        if (editorOfMode(mode)) modes.push_back(mode);
+        if (editedModes.contains(mode)) modes.push_back(mode);
     return modes;
 }();
 
