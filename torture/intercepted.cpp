@@ -1,6 +1,6 @@
 // System calls of the plug-in, which it makes past every interface. The linker sends the calls of this
 // program's own code here (--wrap); other libraries keep the real ones.
-#include "injector.h"
+#include "faults.h"
 
 #include <cerrno>
 #include <cstdarg>

@@ -1,20 +1,20 @@
 // torture: plays every scenario with every fault.
 #include "endurance.h"
 #include "player.h"
+#include "rig/folder.h"
 
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <map>
 #include <random>
 #include <sstream>
 #include <sys/mman.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 namespace kx3::torture {
@@ -22,7 +22,7 @@ namespace {
 
 struct Options {
     std::uint64_t count = 0; ///< faulted runs to reach; the sweep over single faults is always complete
-    unsigned workers = 2;
+    std::uint64_t workers = 2;
     bool allocations = false;
     std::uint64_t seed = 1;
     std::string scenario;
@@ -38,15 +38,14 @@ struct Options {
 struct Report {
     std::uint64_t runs;
     std::uint64_t failures;
-    std::uint64_t beats; ///< grows while the worker lives
     bool done;
     std::array<char, 400> current; ///< the case under way
 };
 
 class Worker {
   public:
-    Worker(const Options &options, unsigned number, Report &report)
-        : options_(options), number_(number), report_(report), workplace_("torture" + std::to_string(::getpid())) {}
+    Worker(const Options &options, std::uint64_t number, Report &report)
+        : options_(options), number_(number), report_(report) {}
 
     void work() {
         sweep();
@@ -55,18 +54,9 @@ class Worker {
     }
 
   private:
-    Player &playerOf(const Scenario &scenario) {
-        if (device_ != scenario.device) {
-            player_.reset(); // one programmer at a time
-            player_ = std::make_unique<Player>(*scenario.device);
-            device_ = scenario.device;
-        }
-        return *player_;
-    }
-
     void sweep() {
         for (const Scenario &scenario : allScenarios()) {
-            const Outcome reference = playerOf(scenario).reference(scenario);
+            const Outcome reference = players_.of(scenario).reference(scenario);
             if (options_.allocations)
                 sweepAllocations(scenario, reference.allocations);
             else
@@ -89,7 +79,7 @@ class Worker {
         for (std::size_t k = 0; k < calls.size(); ++k) {
             if (calls[k] == Point::compare && compare++ % stride != 0 && compare != compares) continue;
             for (const Fault &fault : allFaults())
-                if (applies(fault, calls[k]))
+                if (fault.applies(calls[k]))
                     for (const bool from : {false, true})
                         runMine({&scenario, {{k + 1, &fault, from}}});
         }
@@ -104,7 +94,7 @@ class Worker {
         constexpr int runsEach = 200;
         for (const Scenario &scenario : allScenarios()) {
             if (scenario.kind == Kind::note || report_.runs * options_.workers >= options_.count) continue;
-            const std::vector<Point> calls = playerOf(scenario).reference(scenario).calls;
+            const std::vector<Point> calls = players_.of(scenario).reference(scenario).calls;
             for (int i = 0; i < runsEach; ++i)
                 run({&scenario, randomPlan(calls)});
         }
@@ -115,7 +105,7 @@ class Worker {
         for (Planned &planned : plan) {
             do
                 planned.fault = &allFaults()[random_() % allFaults().size()];
-            while (std::ranges::none_of(calls, [&](Point point) { return applies(*planned.fault, point); }));
+            while (std::ranges::none_of(calls, [&](Point point) { return planned.fault->applies(point); }));
             planned.call = 1 + random_() % calls.size();
             planned.fromThenOn = random_() % 4 == 0;
         }
@@ -123,11 +113,12 @@ class Worker {
     }
 
     void run(const Case &faulted) {
-        ++report_.beats;
+        constexpr unsigned hangs = 60;
+        ::alarm(hangs); // seconds until the next one
         const std::string arguments = replayArguments(faulted);
         std::strncpy(report_.current.data(), arguments.c_str(), report_.current.size() - 1);
         bool struck = false;
-        const std::string objection = playerOf(*faulted.scenario).play(faulted, struck);
+        const std::string objection = players_.of(*faulted.scenario).play(faulted, struck);
         if (struck) ++report_.runs;
         if (objection.empty()) return;
         if (++report_.failures <= options_.show)
@@ -135,56 +126,24 @@ class Worker {
     }
 
     const Options &options_;
-    unsigned number_;
+    std::uint64_t number_;
     Report &report_;
-    Workplace workplace_;
-    std::unique_ptr<Player> player_;
-    const Device *device_ = nullptr;
+    const test::Workplace workplace_;
+    Players players_;
     std::uint64_t next_ = 0;
     std::mt19937_64 random_{options_.seed * 1000 + number_};
 };
 
-/// Wait for the workers; one that makes no progress hangs.
-class Watch {
-  public:
-    Watch(std::span<Report> reports, std::vector<pid_t> workers) : reports_(reports), workers_(std::move(workers)) {}
-
-    bool allWell() {
-        while (std::ranges::any_of(workers_, [](pid_t pid) { return pid != 0; })) {
-            std::this_thread::sleep_for(tick);
-            for (std::size_t i = 0; i < workers_.size(); ++i)
-                if (workers_[i] != 0) look(i);
-        }
-        return well_;
-    }
-
-  private:
-    static constexpr std::chrono::milliseconds tick{50};
-    static constexpr int hangTicks = 1200; ///< a minute
-
-    void look(std::size_t i) {
-        int status = 0;
-        if (::waitpid(workers_[i], &status, WNOHANG) == workers_[i]) {
-            workers_[i] = 0;
-            if (!reports_[i].done) complain(WIFSIGNALED(status) ? "CRASHED" : "ENDED", i);
-        } else if (std::exchange(beats_[i], reports_[i].beats) != reports_[i].beats) {
-            still_[i] = 0;
-        } else if (++still_[i] == hangTicks) {
-            ::kill(workers_[i], SIGKILL);
-            complain("HANGS", i);
-        }
-    }
-    void complain(const char *what, std::size_t i) {
-        well_ = false;
-        std::fprintf(stderr, "%s: torture %s\n", what, reports_[i].current.data());
-    }
-
-    std::span<Report> reports_;
-    std::vector<pid_t> workers_;
-    std::map<std::size_t, std::uint64_t> beats_;
-    std::map<std::size_t, int> still_;
-    bool well_ = true;
-};
+/// Whether the worker has ended as it should; says which case it was at when it has not.
+bool endsWell(pid_t worker, const Report &report) {
+    int status = 0;
+    ::waitpid(worker, &status, 0);
+    if (report.done && WIFEXITED(status) && WEXITSTATUS(status) == 0) return true;
+    const bool isKilled = WIFSIGNALED(status);
+    const char *end = !isKilled ? "ENDED" : WTERMSIG(status) == SIGALRM ? "HANGS" : "CRASHED";
+    std::fprintf(stderr, "%s: torture %s\n", end, report.current.data());
+    return false;
+}
 
 int runWorkers(const Options &options) {
     const auto start = std::chrono::steady_clock::now();
@@ -192,7 +151,7 @@ int runWorkers(const Options &options) {
         ::mmap(nullptr, options.workers * sizeof(Report), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     const std::span<Report> reports(static_cast<Report *>(memory), options.workers);
     std::vector<pid_t> workers;
-    for (unsigned i = 0; i < options.workers; ++i) {
+    for (std::uint64_t i = 0; i < options.workers; ++i) {
         workers.push_back(::fork());
         if (workers.back() != 0) continue;
         try {
@@ -203,12 +162,13 @@ int runWorkers(const Options &options) {
         }
         std::exit(0); // leaks are looked for, too
     }
-    const bool well = Watch(reports, workers).allWell();
+    bool well = true;
     std::uint64_t runs = 0;
     std::uint64_t failures = 0;
-    for (const Report &report : reports) {
-        runs += report.runs;
-        failures += report.failures;
+    for (std::size_t i = 0; i < workers.size(); ++i) {
+        well = endsWell(workers[i], reports[i]) && well;
+        runs += reports[i].runs;
+        failures += reports[i].failures;
     }
     const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
     std::printf("%llu faulted runs (%s), %llu failures, %.1f s\n", static_cast<unsigned long long>(runs),
@@ -220,18 +180,12 @@ int runWorkers(const Options &options) {
 /// Digest of each clean run, one to a line: number of calls and a hash over all that goes out and
 /// comes back.
 std::string cleanDigests() {
-    const Workplace workplace("torture" + std::to_string(::getpid()));
+    const test::Workplace workplace;
+    Players players;
     std::string lines;
-    std::unique_ptr<Player> player;
-    const Device *device = nullptr;
     for (const Scenario &scenario : allScenarios()) {
-        if (device != scenario.device) {
-            player.reset();
-            player = std::make_unique<Player>(*scenario.device);
-            device = scenario.device;
-        }
         if (scenario.kind == Kind::attach || scenario.kind == Kind::attachAlone) continue; // addresses, not values
-        const Outcome &outcome = player->reference(scenario);
+        const Outcome &outcome = players.of(scenario).reference(scenario);
         std::array<char, 200> line{};
         std::snprintf(line.data(), line.size(), "%s %zu %016llx\n", scenario.name.c_str(), outcome.calls.size(),
                       static_cast<unsigned long long>(outcome.digest));
@@ -254,13 +208,18 @@ int compareDigests(const std::string &file) {
 int replay(const Options &options) {
     const auto scenario = std::ranges::find(allScenarios(), options.scenario, &Scenario::name);
     if (scenario == allScenarios().end()) throw std::runtime_error("no scenario " + options.scenario);
-    const Workplace workplace("torture" + std::to_string(::getpid()));
-    Player player(*scenario->device);
+    const test::Workplace workplace;
+    Player player(*scenario->target);
     bool struck = false;
     const std::string objection = player.play({&*scenario, options.plan}, struck);
     std::printf("%s%s\n", objection.empty() ? "all well" : objection.c_str(), struck ? "" : " (no fault struck)");
     return objection.empty() ? 0 : 1;
 }
+
+constexpr std::pair<std::string_view, std::uint64_t Options::*> numbers[] = {
+    {"--count", &Options::count}, {"--workers", &Options::workers}, {"--seed", &Options::seed},
+    {"--flips", &Options::flips}, {"--kill", &Options::kills},      {"--show", &Options::show},
+    {"--soak", &Options::soak}};
 
 Options parse(std::span<char *const> arguments) {
     Options options;
@@ -270,33 +229,21 @@ Options parse(std::span<char *const> arguments) {
             if (++i == arguments.size()) throw std::runtime_error("no value behind " + std::string(option));
             return std::string(arguments[i]);
         };
-        const auto number = [&] { return std::stoull(value()); };
-        if (option == "--count")
-            options.count = number();
-        else if (option == "--workers")
-            options.workers = static_cast<unsigned>(number());
+        const auto *const number = std::ranges::find(numbers, option, [](const auto &row) { return row.first; });
+        if (number != std::end(numbers))
+            options.*number->second = std::stoull(value());
         else if (option == "--allocations")
             options.allocations = true;
-        else if (option == "--seed")
-            options.seed = number();
         else if (option == "--scenario")
             options.scenario = value();
+        else if (option == "--digests")
+            options.digests = value();
         else if (option == "--call")
-            options.plan.push_back({number(), nullptr});
+            options.plan.push_back({std::stoull(value()), nullptr});
         else if (option == "--fault" && !options.plan.empty())
             options.plan.back().fault = findFault(value());
         else if (option == "--from" && !options.plan.empty())
             options.plan.back().fromThenOn = true;
-        else if (option == "--digests")
-            options.digests = value();
-        else if (option == "--flips")
-            options.flips = number();
-        else if (option == "--kill")
-            options.kills = number();
-        else if (option == "--show")
-            options.show = number();
-        else if (option == "--soak")
-            options.soak = number();
         else
             throw std::runtime_error("unknown option " + std::string(option));
     }

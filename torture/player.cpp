@@ -50,7 +50,7 @@ const Outcome &Player::reference(const Scenario &scenario) {
     constexpr std::size_t extraCalls = 5000;
     if (scenario_ == &scenario) return reference_;
     scenario_ = &scenario;
-    reference_ = world_.play(scenario, {}, SIZE_MAX);
+    reference_ = world_.play(scenario);
     budget_ = 2 * reference_.calls.size() + extraCalls;
     const bool passed = reference_.signal == Signal::pass;
     if (passed != scenario.passes || reference_.raised)
@@ -65,7 +65,7 @@ std::string Player::play(const Case &faulted, bool &struck) {
     struck = outcome.struck;
     if (!struck) return {};
     if (std::string objection = judge(faulted, outcome); !objection.empty()) return objection;
-    const Outcome next = world_.play(*faulted.scenario, {}, SIZE_MAX);
+    const Outcome next = world_.play(*faulted.scenario);
     if (next.raised || next.signal != reference_.signal) return "the next clean run ends otherwise";
     // A name that could not be removed is found, and removed, by the next one who opens the block.
     const bool sameCalls = next.digest == reference_.digest || faulted.scenario->kind == Kind::attachAlone;
@@ -98,13 +98,13 @@ std::string Player::judgeEnd(const Case &faulted, const Outcome &outcome) const 
     const bool once = faulted.plan.size() == 1 && !faulted.plan.front().fromThenOn;
     if (faulted.scenario->kind == Kind::arm && once) {
         if (outcome.raised) return "a session raised instead of ending in order";
-        const bool identityRefused = faulted.scenario->chipIdIsChecked && !outcome.log.ends_with(u"Sec\n");
-        if (!identityRefused && !outcome.log.ends_with(u"Sec\n")) return "no time line: " + toUtf8(outcome.log);
+        const bool mayBeRefused = faulted.scenario->chipIdIsChecked;
+        if (!mayBeRefused && !outcome.log.ends_with(u"Sec\n")) return "no time line: " + toUtf8(outcome.log);
     }
     if (!failsAllocations(faulted) || !once) return {};
     // An attach that finds another way to its block has lost nothing.
     if (faulted.scenario->kind >= Kind::attach && outcome.attached && outcome.boxes == reference_.boxes) return {};
-    const bool told = outcome.raised ? outcome.error == ErrorNumber::outOfMemory
+    const bool told = outcome.raised ? *outcome.raised == ErrorNumber::outOfMemory
                                      : outcome.failure == standardDescription(ErrorNumber::outOfMemory) ||
                                            outcome.boxes > reference_.boxes;
     return told ? "" : "a failed allocation was not told as such";
@@ -112,10 +112,10 @@ std::string Player::judgeEnd(const Case &faulted, const Outcome &outcome) const 
 
 /// Only bytes that the clean run writes may change, and a run that changes none writes none.
 std::string Player::judgeBuffer(const Outcome &outcome) const {
-    const Bytes &before = world_.buffer();
+    const Bytes &before = world_.image();
     if (outcome.buffer == before) return {};
     if (!scenario_->bufferChanges) return "the buffer changed";
-    const std::size_t imageEnd = static_cast<std::size_t>(scenario_->device->addresses) * scenario_->device->width;
+    const std::size_t imageEnd = static_cast<std::size_t>(scenario_->target->device.bytes());
     const bool read = scenario_->kind != Kind::editor;
     constexpr std::size_t configurationBytes = 24;
     for (std::size_t i = 0; i < before.size(); ++i) {

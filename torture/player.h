@@ -14,10 +14,10 @@ struct Case {
 /// Arguments of this program that play `faulted` again.
 [[nodiscard]] std::string replayArguments(const Case &faulted);
 
-/// All scenarios of one device.
+/// All scenarios of one target.
 class Player {
   public:
-    explicit Player(const Device &device) : world_(device) {}
+    explicit Player(const Target &target) : world_(target) {}
 
     /// The run without faults; it must end as the scenario says. Kept for the newest scenario.
     const Outcome &reference(const Scenario &scenario);
@@ -35,6 +35,21 @@ class Player {
     const Scenario *scenario_ = nullptr;
     Outcome reference_;
     std::size_t budget_ = 0;
+};
+
+/// The player of the newest scenario's target: there is one programmer at a time.
+class Players {
+  public:
+    Player &of(const Scenario &scenario) {
+        if (target_ != scenario.target) player_.reset();
+        if (!player_) player_.emplace(*scenario.target);
+        target_ = scenario.target;
+        return *player_;
+    }
+
+  private:
+    std::optional<Player> player_;
+    const Target *target_ = nullptr;
 };
 
 } // namespace kx3::torture

@@ -1,4 +1,4 @@
-// Counts the outside calls of the plug-in and has chosen ones fail.
+// Which outside call fails, and how; and a trace of all that goes out and comes back.
 #pragma once
 
 #include "base/types.h"
@@ -11,7 +11,7 @@
 
 namespace kx3::torture {
 
-/// Kinds of outside calls; each can fail in ways of its own.
+/// Kinds of outside calls, each of which can fail in ways of its own.
 enum class Point : std::uint8_t {
     comWrite,
     bulkWrite,
@@ -28,8 +28,12 @@ enum class Point : std::uint8_t {
     clock,
     system,     ///< a call of the operating system: files, named memory
     allocation, ///< counted apart from all others
-    any,        ///< of a fault that every call can have
 };
+
+/// A set of points.
+using Points = std::uint32_t;
+constexpr Points operator|(Point a, Point b) { return 1U << static_cast<unsigned>(a) | 1U << static_cast<unsigned>(b); }
+constexpr Points operator|(Points set, Point point) { return set | 1U << static_cast<unsigned>(point); }
 
 enum class Effect : std::uint8_t {
     raise,        ///< an error of the run-time kind, number `value`
@@ -52,18 +56,21 @@ enum class Effect : std::uint8_t {
 
 struct Fault {
     std::string_view name;
-    Point point;
+    Points points;
     Effect effect;
     Long value = 0;
+
+    constexpr Fault(std::string_view itsName, Points where, Effect what, Long itsValue = 0)
+        : name(itsName), points(where), effect(what), value(itsValue) {}
+    constexpr Fault(std::string_view itsName, Point where, Effect what, Long itsValue = 0)
+        : Fault(itsName, where | where, what, itsValue) {}
+    [[nodiscard]] constexpr bool applies(Point point) const { return (points | point) == points; }
 };
 
 /// All ways in which a call can fail.
 [[nodiscard]] std::span<const Fault> allFaults();
 /// The fault of that name, or null.
 [[nodiscard]] const Fault *findFault(std::string_view name);
-[[nodiscard]] inline bool applies(const Fault &fault, Point point) {
-    return fault.point == point || (fault.point == Point::any && point < Point::messageBox);
-}
 
 /// A fault that strikes the `call`-th outside call (from 1), or the next one that can have it, once
 /// or from there on.
@@ -80,7 +87,6 @@ class Injector {
     void arm(std::vector<Planned> plan, std::size_t budget);
     /// Back to an outside that works.
     void disarm() noexcept { armed_ = false; }
-    [[nodiscard]] bool armed() const noexcept { return armed_; }
 
     /// Count a call; the fault that strikes it, or null.
     const Fault *strike(Point point);
@@ -91,7 +97,7 @@ class Injector {
     [[nodiscard]] bool anyStruck() const noexcept;
 
     template <class... Values> void trace(Values... values) noexcept {
-        ((mix(static_cast<std::uint64_t>(values))), ...);
+        ((digest_ = (digest_ ^ static_cast<std::uint64_t>(values)) * 0x100000001B3U), ...);
     }
     void traceBytes(std::span<const Byte> bytes) noexcept;
 
@@ -99,36 +105,25 @@ class Injector {
     [[nodiscard]] const std::vector<Point> &calls() const noexcept { return calls_; }
     [[nodiscard]] std::uint64_t allocations() const noexcept { return allocations_; }
 
-    /// Marks code of the outside: its own allocations and system calls are not the plug-in's.
+    /// Marks code of the outside, as long as it lives: its own allocations and system calls are not the
+    /// plug-in's. With `isOutside` false, a call from there back into the plug-in.
     class Outside {
       public:
-        explicit Outside(Injector &injector) noexcept : injector_(injector) { ++injector_.depth_; }
-        ~Outside() { --injector_.depth_; }
+        explicit Outside(Injector &injector, bool isOutside = true) noexcept
+            : injector_(injector), before_(std::exchange(injector.outside_, isOutside)) {}
+        ~Outside() { injector_.outside_ = before_; }
         Outside(const Outside &) = delete;
         Outside &operator=(const Outside &) = delete;
 
       private:
         Injector &injector_;
+        bool before_;
     };
-    /// Marks a call back into the plug-in.
-    class Inside {
-      public:
-        explicit Inside(Injector &injector) noexcept : injector_(injector), depth_(std::exchange(injector.depth_, 0)) {}
-        ~Inside() { injector_.depth_ = depth_; }
-        Inside(const Inside &) = delete;
-        Inside &operator=(const Inside &) = delete;
-
-      private:
-        Injector &injector_;
-        int depth_;
-    };
-    [[nodiscard]] bool insidePlugIn() const noexcept { return armed_ && depth_ == 0; }
+    [[nodiscard]] bool insidePlugIn() const noexcept { return armed_ && !outside_; }
 
   private:
-    void mix(std::uint64_t value) noexcept { digest_ = (digest_ ^ value) * 0x100000001B3U; }
-
     bool armed_ = false;
-    int depth_ = 0;
+    bool outside_ = false;
     std::size_t budget_ = 0;
     std::vector<Planned> plan_;
     std::vector<Point> calls_;
