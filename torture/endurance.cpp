@@ -70,7 +70,6 @@ template <class Work> pid_t inChild(Work work) {
 
 int reportEveryFlip(std::uint64_t stride) {
     constexpr std::uint64_t bits = 0x10000 * 8;
-    const test::Workplace workplace;
     std::uint64_t flips = 0;
     for (const Integer model : {test::model32f, test::modelArm}) {
         const Target target{"flips", {.addresses = 0x10000, .block = 0x10000, .model = model}};
@@ -94,8 +93,7 @@ int reportEveryFlip(std::uint64_t stride) {
 
 int killAtRandom(std::uint64_t times, std::uint64_t seed) {
     constexpr std::uint64_t longestLife = 12'000; // microseconds
-    const test::Workplace workplace;
-    test::useOwnNamespace(); // of all processes that follow
+    test::useOwnNamespace();                      // of all processes that follow
     const Target target{"killed"};
     std::mt19937_64 random(seed);
     std::uint64_t heldBlocks = 0;
@@ -123,7 +121,6 @@ int killAtRandom(std::uint64_t times, std::uint64_t seed) {
 }
 
 int soak(std::uint64_t sessions) {
-    const test::Workplace workplace;
     const Target target{"soak"};
     World world(target);
     const Scenario attach{"", &target, Kind::attach, verifyOperation, ChipState::programmed};

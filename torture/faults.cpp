@@ -1,7 +1,6 @@
 #include "faults.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 
 namespace kx3::torture {
@@ -11,71 +10,62 @@ namespace {
 using enum Point;
 using enum Effect;
 
-constexpr Points transfers = comWrite | bulkWrite | bulkRead | digits;
-constexpr Points driverCalls = transfers | poll | startCheck | prepare | compare | order;
-constexpr Points raisingCalls = driverCalls | messageBox | modal | yield;
-
-constexpr std::array faults{
-    Fault{"gone", driverCalls, disconnected},
-    Fault{"raises", raisingCalls, raise, 440},
-    Fault{"foreign", raisingCalls, foreign},
-    Fault{"library-missing", transfers, raise, 53},
-    Fault{"write-fails", comWrite, instead, 1},
-    Fault{"write-lost", comWrite, instead, 0},
-    Fault{"write-late", comWrite, afterwards, 1},
-    Fault{"write-overflow", comWrite, instead, 256},
-    Fault{"write-negative", comWrite, instead, -1},
-    Fault{"bulk-fails", bulkWrite, instead, 1},
-    Fault{"bulk-lost", bulkWrite, instead, 0},
-    Fault{"bulk-late", bulkWrite, afterwards, 1},
-    Fault{"bulk-half", bulkWrite, half},
-    Fault{"bulk-overflow", bulkWrite, afterwards, 256},
-    Fault{"bulk-other-status", bulkWrite, afterwards, 5},
-    Fault{"read-fails", bulkRead, instead, 4},
-    Fault{"read-state-255", bulkRead, instead, 255},
-    Fault{"read-never", bulkRead, never, 4},
-    Fault{"read-corrupt", bulkRead, corrupt},
-    Fault{"digits-none", digits, instead, 0},
-    Fault{"digits-many", digits, instead, 300},
-    Fault{"poll-missing", poll, instead, 0},
-    Fault{"poll-stale", poll, instead, 1},
-    Fault{"poll-compare-error", poll, event, 0xFA},
-    Fault{"poll-identity-error", poll, event, 0xF9},
-    Fault{"poll-stopped", poll, event, 0x1E},
-    Fault{"poll-garbage", poll, garbage},
-    Fault{"start-refused", startCheck, instead, 1},
-    Fault{"start-overflow", startCheck, instead, 256},
-    Fault{"prepare-refused", prepare, instead, 2},
-    Fault{"prepare-one", prepare, instead, 1},
-    Fault{"prepare-negative", prepare, instead, -1},
-    Fault{"compare-stops", compare, afterwards, 1},
-    Fault{"compare-negative", compare, afterwards, -1},
-    Fault{"box-ok", messageBox, answer, 1},
-    Fault{"box-cancel", messageBox, answer, 2},
-    Fault{"box-abort", messageBox, answer, 3},
-    Fault{"box-retry", messageBox, answer, 4},
-    Fault{"box-ignore", messageBox, answer, 5},
-    Fault{"box-none", messageBox, answer, 0},
-    Fault{"modal-leaves-open", modal, leaveOpen},
-    Fault{"reenters", modal | yield, reenter},
-    Fault{"yield-failed", yield, stop, 1},
-    Fault{"yield-stop", yield, stop, 2},
-    Fault{"yield-error", yield, stop, 3},
-    Fault{"clock-midnight", clock, instead, 0},
-    Fault{"clock-negative", clock, instead, -100000},
-    Fault{"system-no-memory", system, systemError, ENOMEM},
-    Fault{"system-denied", system, systemError, EACCES},
-    Fault{"system-interrupted", system, systemError, EINTR},
-    Fault{"allocation", allocation, outOfMemory},
-};
+std::vector<Fault> table() {
+    struct Row {
+        std::string name;
+        std::pair<Point, Point> points;
+        Effect effect;
+        std::vector<Long> values = {0};
+    };
+    const auto at = [](Point point) { return std::pair(point, point); };
+    const Row rows[] = {
+        {"gone", {comWrite, order}, disconnected},
+        {"raises", {comWrite, yield}, raise, {440}},
+        {"foreign", {comWrite, yield}, foreign},
+        {"library-missing", {comWrite, digits}, raise, {53}},
+        {"write", at(comWrite), instead, {0, 1, -1, 256}},
+        {"write-late", at(comWrite), afterwards, {1}},
+        {"bulk", at(bulkWrite), instead, {0, 1}},
+        {"bulk-late", at(bulkWrite), afterwards, {1, 5, 256}},
+        {"bulk-half", at(bulkWrite), half},
+        {"read", at(bulkRead), instead, {4, 255}},
+        {"read-never", at(bulkRead), never, {4}},
+        {"read-corrupt", at(bulkRead), corrupt},
+        {"digits", at(digits), instead, {0, 300}},
+        {"poll", at(poll), instead, {0, 1}},
+        {"poll-event", at(poll), event, {0xFA, 0xF9}},
+        {"poll-stopped", at(poll), event, {0x1E}},
+        {"poll-garbage", at(poll), garbage},
+        {"start", at(startCheck), instead, {1, 256}},
+        {"prepare", at(prepare), instead, {1, 2, -1}},
+        {"compare", at(compare), afterwards, {1, -1}},
+        {"box", at(messageBox), answer, {0, 1, 2, 3, 4, 5}},
+        {"modal-leaves-open", at(modal), leaveOpen},
+        {"reenters", {modal, yield}, reenter},
+        {"yield", at(yield), stop, {1, 2, 3}},
+        {"clock", at(clock), instead, {0, -100000}},
+        {"system", at(system), fails, {ENOMEM, EACCES, EINTR}},
+        {"allocation", at(allocation), fails},
+    };
+    std::vector<Fault> all;
+    for (const auto &[name, points, effect, values] : rows)
+        for (const Long value : values) {
+            const std::string several = values.size() > 1 ? '=' + std::to_string(value) : "";
+            all.push_back({name + several, points.first, points.second, effect, value});
+        }
+    return all;
+}
 
 } // namespace
 
-std::span<const Fault> allFaults() { return faults; }
+std::span<const Fault> allFaults() {
+    static const std::vector<Fault> faults = table();
+    return faults;
+}
 
 const Fault *findFault(std::string_view name) {
-    const auto *found = std::ranges::find(faults, name, &Fault::name);
-    return found == faults.end() ? nullptr : found;
+    const auto found = std::ranges::find(allFaults(), name, &Fault::name);
+    return found == allFaults().end() ? nullptr : &*found;
 }
 
 Injector &injector() noexcept {
@@ -86,20 +76,23 @@ Injector &injector() noexcept {
 void Injector::arm(std::vector<Planned> plan, std::size_t budget) {
     plan_ = std::move(plan);
     budget_ = budget;
-    calls_.clear();
-    allocations_ = 0;
-    digest_ = 0xCBF29CE484222325U;
+    trace_ = {};
     armed_ = true;
+}
+
+Trace Injector::disarm() noexcept {
+    armed_ = false;
+    return std::move(trace_);
 }
 
 const Fault *Injector::strike(Point point) {
     if (!armed_) return nullptr;
-    calls_.push_back(point);
+    trace_.calls.push_back(point);
     trace(static_cast<int>(point));
     for (Planned &planned : plan_) {
-        const bool due = calls_.size() >= planned.call && (planned.fromThenOn || !planned.struck);
+        const bool due = trace_.calls.size() >= planned.call && (planned.fromThenOn || !planned.struck);
         if (!due || !planned.fault->applies(point)) continue;
-        planned.struck = true;
+        planned.struck = trace_.struck = true;
         return planned.fault;
     }
     return nullptr;
@@ -107,17 +100,14 @@ const Fault *Injector::strike(Point point) {
 
 bool Injector::strikeAllocation() noexcept {
     if (!insidePlugIn()) return false;
-    ++allocations_;
-    for (Planned &planned : plan_) {
-        const bool due = allocations_ == planned.call || (planned.fromThenOn && allocations_ > planned.call);
+    ++trace_.allocations;
+    for (const Planned &planned : plan_) {
+        const bool due = planned.fromThenOn ? trace_.allocations >= planned.call : trace_.allocations == planned.call;
         if (!due || !planned.fault->applies(Point::allocation)) continue;
-        planned.struck = true;
-        return true;
+        return trace_.struck = true;
     }
     return false;
 }
-
-bool Injector::anyStruck() const noexcept { return std::ranges::any_of(plan_, &Planned::struck); }
 
 void Injector::traceBytes(std::span<const Byte> bytes) noexcept {
     trace(bytes.size());

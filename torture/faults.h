@@ -5,7 +5,7 @@
 
 #include <cstdint>
 #include <span>
-#include <string_view>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -30,11 +30,6 @@ enum class Point : std::uint8_t {
     allocation, ///< counted apart from all others
 };
 
-/// A set of points.
-using Points = std::uint32_t;
-constexpr Points operator|(Point a, Point b) { return 1U << static_cast<unsigned>(a) | 1U << static_cast<unsigned>(b); }
-constexpr Points operator|(Points set, Point point) { return set | 1U << static_cast<unsigned>(point); }
-
 enum class Effect : std::uint8_t {
     raise,        ///< an error of the run-time kind, number `value`
     foreign,      ///< an exception of another type
@@ -49,22 +44,18 @@ enum class Effect : std::uint8_t {
     reenter,      ///< the host calls into the plug-in
     leaveOpen,    ///< the presenter comes back while the form is open
     answer,       ///< the message box is answered by button `value`
-    systemError,  ///< the call fails with error number `value`
-    outOfMemory,  ///< the allocation fails
+    fails,        ///< a system call, with error number `value`; an allocation
     disconnected, ///< the call fails as it does when the programmer is gone
 };
 
+/// A way in which calls between two points of the list above can fail.
 struct Fault {
-    std::string_view name;
-    Points points;
+    std::string name; ///< of its row of the table, with its value where the row has several
+    Point first;
+    Point last;
     Effect effect;
-    Long value = 0;
-
-    constexpr Fault(std::string_view itsName, Points where, Effect what, Long itsValue = 0)
-        : name(itsName), points(where), effect(what), value(itsValue) {}
-    constexpr Fault(std::string_view itsName, Point where, Effect what, Long itsValue = 0)
-        : Fault(itsName, where | where, what, itsValue) {}
-    [[nodiscard]] constexpr bool applies(Point point) const { return (points | point) == points; }
+    Long value;
+    [[nodiscard]] bool applies(Point point) const { return first <= point && point <= last; }
 };
 
 /// All ways in which a call can fail.
@@ -81,29 +72,33 @@ struct Planned {
     bool struck = false;
 };
 
+/// What went out and came back in one run.
+struct Trace {
+    std::vector<Point> calls;
+    std::uint64_t allocations = 0;
+    std::uint64_t digest = 0xCBF29CE484222325U;
+    bool struck = false; ///< a fault has struck
+};
+
 class Injector {
   public:
-    /// Start counting and tracing.
+    /// Start counting and tracing. Beyond `budget` calls the run is exhausted.
     void arm(std::vector<Planned> plan, std::size_t budget);
-    /// Back to an outside that works.
-    void disarm() noexcept { armed_ = false; }
+    /// Back to an outside that works; the trace of the run.
+    Trace disarm() noexcept;
 
     /// Count a call; the fault that strikes it, or null.
     const Fault *strike(Point point);
     /// Count an allocation; true when it fails.
     [[nodiscard]] bool strikeAllocation() noexcept;
     /// A run that makes far more calls than the clean one: everything that waits must come to its end.
-    [[nodiscard]] bool exhausted() const noexcept { return calls_.size() > budget_; }
-    [[nodiscard]] bool anyStruck() const noexcept;
+    [[nodiscard]] bool exhausted() const noexcept { return trace_.calls.size() > budget_; }
 
     template <class... Values> void trace(Values... values) noexcept {
-        ((digest_ = (digest_ ^ static_cast<std::uint64_t>(values)) * 0x100000001B3U), ...);
+        ((trace_.digest = (trace_.digest ^ static_cast<std::uint64_t>(values)) * 0x100000001B3U), ...);
     }
     void traceBytes(std::span<const Byte> bytes) noexcept;
-
-    [[nodiscard]] std::uint64_t digest() const noexcept { return digest_; }
-    [[nodiscard]] const std::vector<Point> &calls() const noexcept { return calls_; }
-    [[nodiscard]] std::uint64_t allocations() const noexcept { return allocations_; }
+    [[nodiscard]] std::uint64_t digest() const noexcept { return trace_.digest; }
 
     /// Marks code of the outside, as long as it lives: its own allocations and system calls are not the
     /// plug-in's. With `isOutside` false, a call from there back into the plug-in.
@@ -126,9 +121,7 @@ class Injector {
     bool outside_ = false;
     std::size_t budget_ = 0;
     std::vector<Planned> plan_;
-    std::vector<Point> calls_;
-    std::uint64_t allocations_ = 0;
-    std::uint64_t digest_ = 0;
+    Trace trace_;
 };
 
 /// The process's one injector: system calls and allocations have no object to carry it.

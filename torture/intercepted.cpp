@@ -15,6 +15,7 @@ namespace {
 int failure() {
     using namespace kx3::torture;
     if (!injector().insidePlugIn()) return 0;
+    const Injector::Outside outside(injector());
     const Fault *fault = injector().strike(Point::system);
     return fault == nullptr ? 0 : fault->value;
 }

@@ -1,9 +1,8 @@
 #include "world.h"
 
-#include "session/usbmpu6prg.h"
-
 #include "base/error.h"
 #include "forms/form.h"
+#include "session/usbmpu6prg.h"
 
 #include <new>
 
@@ -34,15 +33,10 @@ void changeEverything(Form &form) {
     const Injector::Outside inside(injector(), false);
     for (const Control &control : form.controls()) {
         if (!form.loaded()) return;
-        switch (control.kind()) {
-        case ControlKind::comboBox: form.choose(control, static_cast<Long>(control.items().size()) - 1); break;
-        case ControlKind::checkBox: form.click(control); break;
-        case ControlKind::textBox:
-            form.selectText(control, 0, 1);
-            form.type(control, u"5");
-            break;
-        default: break;
-        }
+        const ControlKind kind = control.kind();
+        if (kind == ControlKind::comboBox) form.choose(control, static_cast<Long>(control.items().size()) - 1);
+        if (kind == ControlKind::checkBox) form.click(control);
+        if (kind == ControlKind::textBox && form.selectText(control, 0, 1)) form.type(control, u"5");
     }
     if (form.loaded() && form.defaultButton() != nullptr) form.click(*form.defaultButton());
     if (form.loaded()) form.close();
@@ -79,8 +73,6 @@ void World::fillBlocks() {
         storeText(host.prgnote, index, text);
     for (Long i = 0; i < static_cast<Long>(host.MainmnuPrg.count()); ++i)
         storeText(host.MainmnuPrg, i, u"operation");
-    storeText(host.algorithm, 1, u"family");
-    storeText(host.algorithm, 2, u"device");
     host.figvol(1) = 1; // a signature packet is sent, too
     host.bvcc(0) = 330;
     host.bgndpin(0) = 10;
@@ -168,20 +160,16 @@ Outcome World::play(const Scenario &scenario, std::vector<Planned> plan, std::si
     } catch (const std::exception &) {
         outcome.raised = ErrorNumber::internal;
     }
-    injector().disarm();
+    outcome.trace = injector().disarm();
     io.forgetPending();
     kx6sim_end_operation();
     outcome.signal = programmer().signal();
     if (scenario.kind == Kind::arm) outcome.failure = apartment.sessionFailure();
     outcome.log = readText(host.MainRtstr, 0);
     outcome.buffer = buffer();
-    outcome.struck = injector().anyStruck();
-    if (outcome.signal == kx3sim::Signal::pass || !outcome.struck) outcome.chip = chipContents();
+    if (outcome.signal == kx3sim::Signal::pass || !outcome.trace.struck) outcome.chip = chipContents();
     outcome.boxes = ui->boxes;
     outcome.attached = apartment.blocks().attachedCompletely() && apartment.blocks().ibuffer.count() == image_.size();
-    outcome.digest = injector().digest();
-    outcome.calls = injector().calls();
-    outcome.allocations = injector().allocations();
     if (scenario.kind == Kind::attachAlone) outcome.names = test::blockFiles().size();
     if (apartment.running()) objection_ = "an operation is still marked as running";
     if (scenario.kind == Kind::arm && host.prgmode(1) != 0) objection_ = "prgmode(1) is not 0";

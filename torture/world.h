@@ -20,10 +20,7 @@ struct Outcome {
     int boxes = 0;
     bool attached = false; ///< all main blocks, and the buffer
     std::size_t names = 0; ///< blocks that exist, after attaching alone
-    std::uint64_t digest = 0;
-    std::vector<Point> calls;
-    std::uint64_t allocations = 0;
-    bool struck = false;
+    Trace trace;
     std::string objection; ///< a promise that was broken on the way
 };
 
