@@ -35,13 +35,13 @@ class ImmediateProgrammer final : public ProgrammerIo {
         const std::size_t first = toAlgorithm_ ? 0 : std::min(place_, memory.size());
         const auto bytes = static_cast<std::size_t>(count);
         std::memcpy(memory.data() + first, data, std::min(bytes, memory.size() - first));
-        place_ = first + bytes;
+        place_ = toAlgorithm_ ? 0 : first + bytes;
         return 0;
     }
     void usbbulkread(Byte *destination, Long count, Byte *state) override {
         const std::size_t first = toAlgorithm_ ? 0 : place_;
         std::memcpy(destination, (toAlgorithm_ ? algorithm_ : device).data() + first, static_cast<std::size_t>(count));
-        place_ = first + static_cast<std::size_t>(count);
+        place_ = toAlgorithm_ ? 0 : first + static_cast<std::size_t>(count);
         *state = 2;
     }
     std::u16string datstr(Long value, Long /*digits*/) override { return hex(value); }
