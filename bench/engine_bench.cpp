@@ -3,7 +3,6 @@
 #include "support/bare_session.h"
 #include "support/paired.h"
 
-#include "editors/editors.h"
 #include "forms/form.h"
 
 #include <array>
@@ -28,9 +27,11 @@ constexpr Long byteBlock = 0xC000; // one chunk of module arm_prg_32f
 constexpr Long wordBlock = 0x6000; // the same in words
 constexpr Long armByteBlock = 0x10000;
 
-Device byteDevice(Long kibibytes) { return {80, kibibytes * kibi, 1, byteBlock}; }
-Device wordDevice(Long kibibytes) { return {80, kibibytes * kibi / 2, 2, wordBlock}; }
-Device armByteDevice(Long kibibytes) { return {60, kibibytes * kibi, 1, armByteBlock}; }
+Device byteDevice(Long kibibytes) { return {.addresses = kibibytes * kibi, .block = byteBlock}; }
+Device wordDevice(Long kibibytes) { return {.width = 2, .addresses = kibibytes * kibi / 2, .block = wordBlock}; }
+Device armByteDevice(Long kibibytes) {
+    return {.addresses = kibibytes * kibi, .block = armByteBlock, .model = test::modelArm};
+}
 
 using DeviceOfSize = Device (*)(Long);
 
@@ -43,14 +44,14 @@ void reportBytes(benchmark::State &state, std::size_t bytes, double seconds) {
 void transfer(benchmark::State &state, DeviceOfSize deviceOfSize, Byte operation) {
     const Device device = deviceOfSize(static_cast<Long>(state.range(0)));
     BareSession session(device);
-    const std::span<Byte> buffer = session.host.ibuffer.range(0, static_cast<Long>(device.bytes()));
+    const std::span<Byte> buffer = session.data(device.bytes());
     const double seconds = measurePair(
         state, [&] { session.run(operation); },
         [&] {
-            std::memcpy(session.programmer->device.data(), buffer.data(), buffer.size());
+            std::memcpy(session.io.device.data(), buffer.data(), buffer.size());
             benchmark::ClobberMemory();
         });
-    reportBytes(state, device.bytes(), seconds);
+    reportBytes(state, static_cast<std::size_t>(device.bytes()), seconds);
 }
 
 /// The bare loop of a verify: one virtual call per byte or word, which the compiler cannot see through.
@@ -73,9 +74,9 @@ void verify(benchmark::State &state, DeviceOfSize deviceOfSize) {
         state, [&] { session.run(verifyOperation); },
         [&] {
             benchmark::DoNotOptimize(host);
-            compareAll(*host, session.programmer->device, device.bytesPerAddress);
+            compareAll(*host, session.io.device, device.width);
         });
-    reportBytes(state, device.bytes(), seconds);
+    reportBytes(state, static_cast<std::size_t>(device.bytes()), seconds);
 }
 
 /// 24 KiB algorithm sent, read back and compared, one run command.
@@ -85,24 +86,12 @@ void emptySession(benchmark::State &state) {
         session.run(eraseOperation);
 }
 
-class IgnoringUi final : public Ui {
-  public:
-    MessageBoxResult messageBox(std::u16string_view, Long, std::optional<std::u16string_view>) override {
-        std::abort();
-    }
-    void yield() override {}
-    void showModal(Form &form) override { onModal(form); }
-    void (*onModal)(Form &form) = [](Form &form) { form.close(); };
-};
-
 std::vector<std::string> blockPaths(Integer instance) {
-    const std::string prefix =
-        "/dev/shm/kx3mpu6-" + std::to_string(::geteuid()) + "-" + std::getenv("KX3MPU6_NAMESPACE") + "-";
     std::vector<std::string> paths;
     for (const BlockRow &row : blockTable)
-        paths.push_back(prefix + blockName(row, instance));
-    paths.push_back(prefix + blockName(deviceBufferRow));
-    paths.push_back(prefix + blockName(deviceBuffer66Row));
+        paths.push_back(test::blockFile(blockName(row, instance)));
+    for (const BlockRow &row : {deviceBufferRow, deviceBuffer66Row})
+        paths.push_back(test::blockFile(blockName(row)));
     return paths;
 }
 
@@ -123,7 +112,7 @@ struct Host {
         blocks.MapSharedBlocks(instance, ui);
         blocks.MapDeviceBuffer(deviceBytes, ui);
     }
-    IgnoringUi ui;
+    test::FakeUi ui;
     sharemap blocks;
 };
 
@@ -162,7 +151,7 @@ template <class BlockOwner> void attachAndRelease(benchmark::State &state) {
     constexpr Long deviceBytes = 256 * kibi + deviceBufferExtra;
     const BlockOwner owner(instance, deviceBytes);
     const std::vector<std::string> paths = blockPaths(instance);
-    IgnoringUi ui;
+    test::FakeUi ui;
     sharemap plugin;
     measurePair(
         state,
@@ -176,6 +165,7 @@ template <class BlockOwner> void attachAndRelease(benchmark::State &state) {
             for (const std::string &path : paths)
                 mapAndUnmap(path);
         });
+    if (!ui.boxes.empty()) std::abort(); // a block was missing
 }
 
 /// Sum of 64 KiB through the bounds-tested array and through a plain pointer.
@@ -215,21 +205,14 @@ constexpr std::array<Byte, 11> editorModes{2, 10, 12, 15, 22, 24, 41, 46, 50, 51
 
 void editors(benchmark::State &state) {
     BareSession session(byteDevice(256));
-    IgnoringUi ui;
-    ui.onModal = changeOneField;
-    SessionHostSlot noHost([]() -> std::shared_ptr<SessionHost> { return nullptr; });
-    struct NoClock final : Clock {
-        float secondsSinceMidnight() override { return 0; }
-    } clock;
-    Context context{session.host, *session.programmer, noHost, ui, clock};
-    Editors opened(context);
+    session.ui->onModal = changeOneField;
     session.host.tlength(0) = 0x10000;
     std::array<std::vector<double>, editorModes.size()> times;
     for (auto _ : state) {
         double all = 0;
         for (std::size_t i = 0; i < editorModes.size(); ++i) {
             session.host.prgmode(0) = editorModes[i];
-            times[i].push_back(secondsOf([&] { opened.open(editorModes[i]); }));
+            times[i].push_back(secondsOf([&] { session.mpu.editfigmpu6(); }));
             all += times[i].back();
         }
         state.SetIterationTime(all);
@@ -275,7 +258,8 @@ BENCHMARK(editors)->Apply(inMicroseconds);
 int main(int argc, char **argv) {
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-    kx3::bench::prepareSurroundings();
+    kx3::test::useOwnNamespace();
+    const kx3::test::Workplace workplace(0x6000);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
     return 0;

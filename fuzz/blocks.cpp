@@ -10,23 +10,15 @@ constexpr int longestRun = 60;
 
 /// Fill a part of one block with bytes of the input.
 void spoil(sharemap &blocks, Input &input) {
-    std::size_t which = input.below(61);
-    const auto spoilOne = [&](auto &block) {
-        if (which-- != 0) return;
-        const auto bytes = std::as_writable_bytes(block.range(0, static_cast<Long>(block.count())));
-        const std::size_t first = input.below(std::min<std::size_t>(bytes.size(), 64));
-        const auto values = std::as_bytes(input.take(1 + input.below(8)));
-        std::copy_n(values.begin(), std::min(values.size(), bytes.size() - first),
-                    bytes.begin() + static_cast<std::ptrdiff_t>(first));
-    };
-#define KX3_BLOCK(member, root, type, count, bytes) spoilOne(blocks.member);
-#include "blocks/block_table.inc"
-#undef KX3_BLOCK
-    spoilOne(blocks.ibuffer);
+    static const std::vector<test::Block> all = test::allBlocks(blocks);
+    const std::span<std::byte> bytes = all[input.below(all.size())].bytes;
+    const std::size_t first = input.below(std::min<std::size_t>(bytes.size(), 64));
+    const auto values = std::as_bytes(input.take(1 + input.below(8)));
+    std::ranges::copy(values.first(std::min(values.size(), bytes.size() - first)),
+                      bytes.begin() + static_cast<std::ptrdiff_t>(first));
 }
 
-void connect(Host &h, Input &input) {
-    test::TestApartment &t = h.t;
+void connect(Host &t, Input &input) {
     t.sessionHost->onPoll = [&] {
         if (t.ui->yields > longestRun) return false;
         t.host.ibuf1(0) = 100;
@@ -47,13 +39,13 @@ void connect(Host &h, Input &input) {
     t.ui->answers.push_back(MessageBoxResult::abort);
 }
 
+} // namespace
+
 void run(Input input) {
-    Host &h = host();
-    h.reset();
-    test::TestApartment &t = h.t;
+    Host &t = Host::fresh();
     constexpr Integer models[] = {40, 50, 80};
     t.host.modeltype(0) = models[input.below(std::size(models))];
-    connect(h, input);
+    connect(t, input);
     const std::size_t entry = input.below(6);
     for (std::size_t times = input.below(12); times > 0; --times)
         spoil(t.host, input);
@@ -70,10 +62,4 @@ void run(Input input) {
     promise(!t.apartment.running(), "no operation is left running");
 }
 
-} // namespace
 } // namespace kx3::fuzz
-
-int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    kx3::fuzz::run({data, size});
-    return 0;
-}

@@ -2,12 +2,11 @@
 #include "input.h"
 
 #include "kx3mpu6.h"
+#include "rig/blocks.h"
+#include "rig/fakes.h"
+#include "rig/own_blocks.h"
 
 #include <array>
-#include <string>
-#include <tuple>
-#include <unistd.h>
-#include <vector>
 
 namespace kx3::fuzz {
 namespace {
@@ -64,10 +63,17 @@ kx3_status callback(void *context) {
     if (host.input.below(2) == 0) kx3_fail_with("ordered");
     return host.input.number<std::int32_t>();
 }
-template <class... Arguments> kx3_status withResult(void *context, Arguments... arguments) {
-    std::int32_t *result = std::get<sizeof...(Arguments) - 1>(std::tuple{arguments...});
-    *result = static_cast<std::int32_t>(static_cast<Host *>(context)->input.below(3));
+template <class... Arguments> kx3_status operation(void *context, Arguments... arguments) {
+    [[maybe_unused]] const auto fill = [&](auto last) {
+        if constexpr (std::is_pointer_v<decltype(last)>)
+            *last = static_cast<std::int32_t>(static_cast<Host *>(context)->input.below(3));
+    };
+    (fill(arguments), ...);
     return callback(context);
+}
+/// The operation that has this type.
+template <class... Arguments> auto operationLike(kx3_status (* /*member*/)(void *, Arguments...)) {
+    return operation<Arguments...>;
 }
 kx3_status answer(void *context, const std::uint16_t *, std::size_t, std::int32_t, const std::uint16_t *, std::size_t,
                   std::int32_t *button) {
@@ -116,75 +122,50 @@ void setSessionHost(Host &host) {
     kx3_session_host session{};
     session.struct_size = sizeof session;
     session.context = &host;
-    session.EndOperation = callback;
-    session.ReportStartFailure = callback;
-    session.SetVcc = session.PowerStep = session.SignalPass = session.SignalFail = session.Delay =
-        session.AlgorithmLoaded = [](void *context, std::int32_t) { return callback(context); };
-    session.SetGndPin = [](void *context, std::uint8_t, std::uint8_t) { return callback(context); };
-    session.StartCheck = withResult;
-    session.PollStatus = withResult;
-    session.PrepareChip = withResult;
-    session.PrepareDevice = session.PrepareDevice32f = withResult;
-    session.CompareByte = withResult;
-    session.CompareWord = withResult;
+#define KX3_OPERATION(name, result, parameters, arguments) session.name = operationLike(session.name);
+#include "outside/session_host_operations.inc"
     if (host.input.below(8) == 0) session.struct_size = host.input.below(sizeof session);
     kx3_set_session_host(host.input.below(8) == 0 ? nullptr : &session);
 }
 
-/// Instance 0 of all blocks, kept over all runs because making them is slow; zeros at each start.
+/// Instance 0 of all blocks, kept over all runs because making them is slow.
 class StandingBlocks {
   public:
     StandingBlocks() {
-        for (std::int32_t i = 0; i < kx3_block_count(); ++i) {
-            Block made{};
-            promise(kx3_block_describe(i, &made.info) == KX3_OK, "every block is described");
-            const std::string name = std::string("tamsel") + made.info.root + (made.info.numbered != 0 ? "0" : "");
-            constexpr std::int32_t bufferBytes = 4096;
-            const std::int32_t bytes = made.info.bytes == 0 ? bufferBytes : made.info.bytes;
-            promise(kx3_block_create(name.c_str(), bytes, &made.block) == KX3_OK, "every block can be made");
-            blocks_.push_back(made);
+        test::useOwnNamespace();
+        test::FakeUi ui;
+        blocks_.MapSharedBlocks(0, ui);
+        blocks_.MapDeviceBuffer(4096, ui);
+        promise(ui.boxes.empty(), "every block can be made");
+        rows_ = test::allBlocks(blocks_);
+    }
+    /// Zeros at each start; the large blocks hold data, which nothing depends on.
+    void clear() {
+        for (const test::Block &block : rows_) {
+            for (Long i = 0; block.texts != nullptr && i < static_cast<Long>(block.texts->count()); ++i)
+                kx3_string_free((*block.texts)(i).handle);
+            std::ranges::fill(block.bytes.first(std::min<std::size_t>(block.bytes.size(), 512)), std::byte{0});
         }
     }
-    ~StandingBlocks() {
-        for (const Block &each : blocks_)
-            kx3_block_close(each.block);
-    }
-    StandingBlocks(const StandingBlocks &) = delete;
-    StandingBlocks &operator=(const StandingBlocks &) = delete;
-
-    void clear() const {
-        for (const Block &each : blocks_) {
-            auto *data = static_cast<std::uint8_t *>(kx3_block_data(each.block));
-            for (std::int32_t i = 0; each.info.type == KX3_STRING && i < each.info.count; ++i) {
-                std::uint32_t handle = 0;
-                std::memcpy(&handle, data + sizeof handle * static_cast<std::size_t>(i), sizeof handle);
-                kx3_string_free(handle);
-            }
-            constexpr std::size_t written = 512; // the large blocks hold data, which nothing depends on
-            std::fill_n(data, std::min(kx3_block_size(each.block), written), std::uint8_t{0});
-        }
-    }
-    [[nodiscard]] const kx3_block *any(Input &input) const { return blocks_[input.below(blocks_.size())].block; }
+    std::span<std::byte> any(Input &input) { return rows_[input.below(rows_.size())].bytes; }
 
   private:
-    struct Block {
-        kx3_block_info info;
-        kx3_block *block;
-    };
-    std::vector<Block> blocks_;
+    sharemap blocks_;
+    std::vector<test::Block> rows_;
 };
 
-const StandingBlocks &standingBlocks() {
-    static const StandingBlocks blocks;
+StandingBlocks &standingBlocks() {
+    static StandingBlocks blocks;
     return blocks;
 }
 
 /// Fill a block's view, most often with the small values that choose devices and operations.
 void fill(Host &host) {
-    const kx3_block *block = standingBlocks().any(host.input);
-    auto *data = static_cast<std::uint8_t *>(kx3_block_data(block));
-    const auto bytes = host.input.take(1 + host.input.below(16));
-    std::copy(bytes.begin(), bytes.end(), data + host.input.below(std::min<std::size_t>(kx3_block_size(block), 64)));
+    const std::span<std::byte> block = standingBlocks().any(host.input);
+    const auto bytes = std::as_bytes(host.input.take(1 + host.input.below(16)));
+    const std::size_t first = host.input.below(std::min<std::size_t>(block.size(), 64));
+    std::ranges::copy(bytes.first(std::min(bytes.size(), block.size() - first)),
+                      block.begin() + static_cast<std::ptrdiff_t>(first));
 }
 
 void createOrOpen(Host &host) {
@@ -275,16 +256,12 @@ void callOnce(Host &host) {
 }
 
 } // namespace
-} // namespace kx3::fuzz
 
-int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    using namespace kx3::fuzz;
-    static const int named = ::setenv("KX3MPU6_NAMESPACE", ("fuzz" + std::to_string(::getpid())).c_str(), 1);
-    promise(named == 0, "a namespace of our own");
+void run(Input input) {
     standingBlocks().clear();
-    Input input(data, size);
     Host host(input);
     for (int i = 0; i < 100 && !input.empty(); ++i)
         callOnce(host);
-    return 0;
 }
+
+} // namespace kx3::fuzz

@@ -31,6 +31,11 @@ class File {
     int descriptor_ = ::memfd_create("fuzz", 0);
 };
 
+std::string_view restAsText(Input &input) {
+    const auto text = input.take(SIZE_MAX);
+    return {reinterpret_cast<const char *>(text.data()), text.size()};
+}
+
 void readProfiles(std::string_view text) {
     kx3console::ProfileStore store;
     store.add(text, "profiles.toml");
@@ -60,28 +65,18 @@ void readChip(Input &input) {
 }
 
 } // namespace
-} // namespace kx3::fuzz
 
-int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    using namespace kx3::fuzz;
-    Input input(data, size);
+void run(Input input) {
     try {
         switch (input.number() % 4) {
-        case 0: readLoadFile(input); break;
-        case 1: readChip(input); break;
-        case 2: {
-            const auto text = input.take(SIZE_MAX);
-            (void)kx3sim::FaultPlan({reinterpret_cast<const char *>(text.data()), text.size()}, 1);
-            break;
-        }
-        default: {
-            const auto text = input.take(SIZE_MAX);
-            readProfiles({reinterpret_cast<const char *>(text.data()), text.size()});
-            break;
-        }
+        case 0: return readLoadFile(input);
+        case 1: return readChip(input);
+        case 2: return (void)kx3sim::FaultPlan(restAsText(input), 1);
+        default: return readProfiles(restAsText(input));
         }
     } catch (const kx3console::Failure &) { // NOLINT(bugprone-empty-catch): the right answer to most inputs
     } catch (const kx3sim::Failure &) {     // NOLINT(bugprone-empty-catch)
     }
-    return 0;
 }
+
+} // namespace kx3::fuzz

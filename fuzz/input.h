@@ -9,8 +9,6 @@
 #include <cstring>
 #include <span>
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
-
 namespace kx3::fuzz {
 
 class Input {
@@ -37,6 +35,9 @@ class Input {
   private:
     std::span<const std::uint8_t> rest_;
 };
+
+/// What a fuzzer does with an input.
+void run(Input input);
 
 /// A promise of the plug-in.
 inline void promise(bool holds, const char *text) {

@@ -9,29 +9,29 @@ namespace {
 constexpr Byte readOperation = 2;
 constexpr int longestRun = 3000; // yields; then nothing more comes
 
-void connect(Host &h, Input &input) {
-    test::TestApartment &t = h.t;
+void connect(Host &t, Input &input) {
     t.sessionHost->onPoll = [&] {
         if (input.empty() || t.ui->yields > longestRun) return false;
         std::ranges::copy(input.take(t.host.ibuf1.count()), t.host.ibuf1.range(0, 20).begin());
         return true;
     };
-    t.io.onBulkRead = [&](Byte *destination, Long count, Byte *state) {
-        const auto data = input.take(static_cast<std::size_t>(count));
+    t.io.onBulkRead = [&, isReadBack = true](Byte *destination, Long count, Byte *state) mutable {
+        // The read-back of the algorithm is right, or no session gets any further.
+        const bool isAlgorithm = std::exchange(isReadBack, false);
+        const auto data = isAlgorithm ? t.host.algobuf.range(0, count) : input.take(static_cast<std::size_t>(count));
         std::ranges::copy(data, destination);
         *state = data.size() == static_cast<std::size_t>(count) ? 2 : 4;
     };
-    // The read-back of the algorithm is right, or no session gets any further.
     t.io.onBulkWrite = [&](Byte *, Long) { return static_cast<Integer>(input.number() == 0xFF ? 1 : 0); };
     t.ui->onYield = [&] {
         if (t.ui->yields % 16 == 15 && input.number() == 0xFE) t.host.prgresult(0) = 2;
     };
 }
 
+} // namespace
+
 void run(Input input) {
-    Host &h = host();
-    h.reset();
-    test::TestApartment &t = h.t;
+    Host &t = Host::fresh();
     constexpr Integer models[] = {40, 50, 80};
     const Integer model = models[input.below(std::size(models))];
     t.host.modeltype(0) = model;
@@ -46,28 +46,15 @@ void run(Input input) {
     t.host.compid(0) = input.number();
     t.host.typeid_(0) = input.number();
     t.ui->answers.assign(3, static_cast<MessageBoxResult>(3 + input.below(3)));
-    connect(h, input);
-    bool readBackDone = false;
-    const auto bulkRead = t.io.onBulkRead;
-    t.io.onBulkRead = [&](Byte *destination, Long count, Byte *state) {
-        if (std::exchange(readBackDone, true)) return bulkRead(destination, count, state);
-        std::copy_n(t.host.algobuf.range(0, count).begin(), count, destination);
-        *state = 2;
-    };
-    const std::vector<Byte> before = h.buffer();
+    connect(t, input);
+    const std::vector<Byte> before = t.buffer();
     Boolean enabled;
     const bool ended = Host::succeeds([&] { t.mpu.runMpu6Prg(enabled); });
     if (model != models[0]) {
         promise(ended, "a session ends in order");
         promise(t.host.prgmode(1) == 0, "progress is reset");
     }
-    if (t.host.prgresult(1) != readOperation) promise(h.buffer() == before, "only a read changes the buffer");
+    if (t.host.prgresult(1) != readOperation) promise(t.buffer() == before, "only a read changes the buffer");
 }
 
-} // namespace
 } // namespace kx3::fuzz
-
-int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    kx3::fuzz::run({data, size});
-    return 0;
-}

@@ -1,5 +1,5 @@
 // Allocations of the plug-in, which can fail.
-#include "injector.h"
+#include "faults.h"
 
 #include <cstdlib>
 #include <new>

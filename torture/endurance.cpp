@@ -1,13 +1,12 @@
 #include "endurance.h"
 
+#include "rig/folder.h"
 #include "world.h"
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <fstream>
 #include <random>
 #include <sys/wait.h>
 #include <thread>
@@ -17,11 +16,14 @@ namespace kx3::torture {
 
 namespace {
 
+constexpr Byte readOperation = 2;
 constexpr Byte programOperation = 3;
 constexpr Byte verifyOperation = 5;
-constexpr Byte readOperation = 2;
 
-std::string ownName() { return "torture" + std::to_string(::getpid()); }
+int failed(const char *what, std::uint64_t number) {
+    std::fprintf(stderr, "FAILED: %s (%llu)\n", what, static_cast<unsigned long long>(number));
+    return 1;
+}
 
 /// Value of a line of /proc/self/status, in its unit.
 std::uint64_t statusValue(const std::string &name) {
@@ -31,50 +33,26 @@ std::uint64_t statusValue(const std::string &name) {
     return 0;
 }
 
-std::size_t linesOf(const char *path) {
-    std::ifstream file(path);
-    return static_cast<std::size_t>(std::count(std::istreambuf_iterator<char>(file), {}, '\n'));
-}
-
-std::size_t openFiles() {
-    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
-}
-
 /// What a process holds on to.
 struct Holdings {
     std::uint64_t kibibytes = statusValue("RssAnon");
-    std::size_t files = openFiles();
-    std::size_t mappings = linesOf("/proc/self/maps");
-    std::size_t names;
+    std::ptrdiff_t files = std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+    std::ptrdiff_t mappings = std::ranges::count(test::slurp("/proc/self/maps"), '\n');
+    std::size_t names = test::blockFiles().size();
 };
 
-/// In a process of its own: programs a device over and over until it is killed.
-[[noreturn]] void workUntilKilled(const Device &device) {
-    for (;;) {
-        World world(device);
-        const Scenario program{"", &device, Kind::arm, programOperation};
-        for (int i = 0; i < 3; ++i)
-            (void)world.play(program, {}, SIZE_MAX);
-    }
-}
-
-/// In a process of its own: 0 when a host starts as if there had never been another one.
-int startClean(const Device &device) {
+/// 0 when a host starts as if there had never been another one.
+int startClean(const Target &target) {
     if (clsMemMapped::findnum() != 0) return 1;
     // A dead host's names may still stand; nobody may see them, and the next owner takes them over.
-    const std::string first = blockName(blockTable[0], 1);
-    const platform::MappingHandle block = platform::createMappingExclusively(first, 400);
+    const platform::MappingHandle block = platform::createMappingExclusively(blockName(blockTable[0], 1), 400);
     if (block == 0) return 2;
     const auto *data = static_cast<const Byte *>(platform::mapView(block));
-    const bool fresh = data != nullptr && data[0] == 0;
+    const bool isFresh = data != nullptr && data[0] == 0;
     platform::closeMapping(block);
-    if (!fresh) return 3;
-    {
-        World world(device);
-        const Scenario program{"", &device, Kind::arm, programOperation};
-        if (world.play(program, {}, SIZE_MAX).signal != kx3sim::Signal::pass) return 4;
-    }
-    return blockNames() == 0 ? 0 : 5;
+    if (!isFresh) return 3;
+    if (!World(target).passes(programOperation)) return 4;
+    return test::blockFiles().empty() ? 0 : 5;
 }
 
 template <class Work> pid_t inChild(Work work) {
@@ -92,25 +70,20 @@ template <class Work> pid_t inChild(Work work) {
 
 int reportEveryFlip(std::uint64_t stride) {
     constexpr std::uint64_t bits = 0x10000 * 8;
-    const Workplace workplace(ownName());
     std::uint64_t flips = 0;
-    for (const Integer model : {Integer{80}, Integer{50}}) {
-        const Device device{.name = "flips", .model = model, .addresses = 0x10000, .block = 0x10000};
-        World world(device);
-        const Scenario verify{"", &device, Kind::arm, verifyOperation, ChipState::programmed};
-        if (world.play(verify, {}, SIZE_MAX).signal != kx3sim::Signal::pass) return 1;
+    for (const Integer model : {test::model32f, test::modelArm}) {
+        const Target target{"flips", {.addresses = 0x10000, .block = 0x10000, .model = model}};
+        World world(target);
+        if (!world.passes(verifyOperation, ChipState::programmed)) return failed("no verify passes", 0);
+        const Scenario verify{"", &target, Kind::arm, verifyOperation};
         // Each model takes half of the bits of a full run.
-        for (std::uint64_t bit = model == 80 ? 0 : stride; bit < bits; bit += 2 * stride, ++flips) {
-            world.flip(bit / 8, static_cast<Byte>(bit % 8));
+        for (std::uint64_t bit = model == test::model32f ? 0 : stride; bit < bits; bit += 2 * stride, ++flips) {
+            World::flip(bit / 8, static_cast<Byte>(bit % 8));
             const kx3sim::Signal signal = world.playOn(verify);
             const kx3sim::Mismatches &found = world.programmer().mismatches();
-            if (signal != kx3sim::Signal::fail || found.bytes != 1 ||
-                found.firstAddress != static_cast<Long>(bit / 8)) {
-                std::fprintf(stderr, "FAILED: bit %llu was not reported at its address\n",
-                             static_cast<unsigned long long>(bit));
-                return 1;
-            }
-            world.flip(bit / 8, static_cast<Byte>(bit % 8));
+            if (signal != kx3sim::Signal::fail || found.bytes != 1 || found.firstAddress != static_cast<Long>(bit / 8))
+                return failed("a bit was not reported at its address", bit);
+            World::flip(bit / 8, static_cast<Byte>(bit % 8));
         }
     }
     std::printf("%llu bit flips of a 64 KiB device, each reported at its address\n",
@@ -120,60 +93,60 @@ int reportEveryFlip(std::uint64_t stride) {
 
 int killAtRandom(std::uint64_t times, std::uint64_t seed) {
     constexpr std::uint64_t longestLife = 12'000; // microseconds
-    const Workplace workplace(ownName());
-    const Device device{.name = "killed"};
+    test::useOwnNamespace();                      // of all processes that follow
+    const Target target{"killed"};
     std::mt19937_64 random(seed);
     std::uint64_t heldBlocks = 0;
     for (std::uint64_t i = 0; i < times; ++i) {
-        const pid_t victim = inChild([&]() -> int { workUntilKilled(device); });
+        const pid_t victim = inChild([&]() -> int {
+            for (;;) {
+                World world(target);
+                for (int programs = 0; programs < 3; ++programs)
+                    (void)world.passes(programOperation);
+            }
+        });
         std::this_thread::sleep_for(std::chrono::microseconds(random() % longestLife));
         ::kill(victim, SIGKILL);
         int status = 0;
         ::waitpid(victim, &status, 0);
-        if (blockNames() != 0) ++heldBlocks;
-        const pid_t next = inChild([&] { return startClean(device); });
+        if (!test::blockFiles().empty()) ++heldBlocks;
+        const pid_t next = inChild([&] { return startClean(target); });
         ::waitpid(next, &status, 0);
-        if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-            std::fprintf(stderr, "FAILED: after kill %llu the next host does not start clean (%d)\n",
-                         static_cast<unsigned long long>(i), status);
-            return 1;
-        }
+        if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
+            return failed("after a kill the next host does not start clean", i);
     }
     std::printf("%llu kills, %llu of them while blocks were open; every next host started clean\n",
                 static_cast<unsigned long long>(times), static_cast<unsigned long long>(heldBlocks));
-    return heldBlocks == 0 ? 1 : 0;
+    return heldBlocks == 0 ? failed("no kill met open blocks", times) : 0;
 }
 
 int soak(std::uint64_t sessions) {
-    const Workplace workplace(ownName());
-    const Device device{.name = "soak"};
-    World world(device);
-    const Scenario program{"", &device, Kind::arm, programOperation};
-    const Scenario read{"", &device, Kind::arm, readOperation, ChipState::programmed};
-    const Scenario attach{"", &device, Kind::attach, verifyOperation, ChipState::programmed};
-    const Scenario editor{"", &device, Kind::editor, 45};
-    const auto round = [&] {
-        for (const Scenario *scenario : {&program, &read, &program, &read, &program, &read, &program, &read, &attach})
-            if (world.play(*scenario, {}, SIZE_MAX).signal != kx3sim::Signal::pass) return false;
-        return !world.play(editor, {}, SIZE_MAX).raised;
+    const Target target{"soak"};
+    World world(target);
+    const Scenario attach{"", &target, Kind::attach, verifyOperation, ChipState::programmed};
+    const Scenario editor{"", &target, Kind::editor, 45};
+    const auto play = [&](std::uint64_t count) {
+        constexpr std::uint64_t sessionsEach = 10;
+        for (std::uint64_t done = 0; done < count; done += sessionsEach) {
+            for (int i = 0; i < 4; ++i)
+                if (!world.passes(programOperation) || !world.passes(readOperation, ChipState::programmed))
+                    return false;
+            if (world.play(attach).signal != kx3sim::Signal::pass || world.play(editor).raised) return false;
+        }
+        return true;
     };
-    constexpr std::uint64_t sessionsEach = 10;
-    constexpr int warmUp = 200;
-    for (int i = 0; i < warmUp; ++i)
-        if (!round()) return 1;
-    const Holdings before{.names = blockNames()};
-    for (std::uint64_t done = 0; done < sessions; done += sessionsEach)
-        if (!round()) return 1;
-    const Holdings after{.names = blockNames()};
+    constexpr std::uint64_t warmUp = 2000;
+    if (!play(warmUp)) return failed("a session fails", 0);
+    const Holdings before;
+    if (!play(sessions)) return failed("a session fails", sessions);
+    const Holdings after;
     const auto grown = static_cast<long long>(after.kibibytes) - static_cast<long long>(before.kibibytes);
-    std::printf("%llu sessions: memory %+lld KiB, open files %zu -> %zu, mappings %zu -> %zu, names %zu -> %zu\n",
+    std::printf("%llu sessions: memory %+lld KiB, open files %td -> %td, mappings %td -> %td, names %zu -> %zu\n",
                 static_cast<unsigned long long>(sessions), grown, before.files, after.files, before.mappings,
                 after.mappings, before.names, after.names);
     constexpr long long mostGrowth = 64;
-    return grown < mostGrowth && after.files == before.files && after.mappings <= before.mappings &&
-                   after.names == before.names
-               ? 0
-               : 1;
+    const bool isEven = after.files == before.files && after.mappings <= before.mappings && after.names == before.names;
+    return grown < mostGrowth && isEven ? 0 : 1;
 }
 
 } // namespace kx3::torture

@@ -1,6 +1,6 @@
 // System calls of the plug-in, which it makes past every interface. The linker sends the calls of this
 // program's own code here (--wrap); other libraries keep the real ones.
-#include "injector.h"
+#include "faults.h"
 
 #include <cerrno>
 #include <cstdarg>
@@ -15,6 +15,7 @@ namespace {
 int failure() {
     using namespace kx3::torture;
     if (!injector().insidePlugIn()) return 0;
+    const Injector::Outside outside(injector());
     const Fault *fault = injector().strike(Point::system);
     return fault == nullptr ? 0 : fault->value;
 }

@@ -1,20 +1,16 @@
 // torture: plays every scenario with every fault.
 #include "endurance.h"
 #include "player.h"
+#include "rig/folder.h"
 
 #include <algorithm>
 #include <array>
-#include <chrono>
+#include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <map>
 #include <random>
-#include <sstream>
 #include <sys/mman.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 namespace kx3::torture {
@@ -22,66 +18,51 @@ namespace {
 
 struct Options {
     std::uint64_t count = 0; ///< faulted runs to reach; the sweep over single faults is always complete
-    unsigned workers = 2;
-    bool allocations = false;
+    std::uint64_t parts = 1; ///< that share the work
+    std::uint64_t part = 1;  ///< which of them this is
     std::uint64_t seed = 1;
-    std::string scenario;
-    std::vector<Planned> plan;
-    std::string digests; ///< file to compare the clean runs with; "-" prints them
+    std::uint64_t show = 20; ///< failures that are printed
     std::uint64_t flips = 0;
     std::uint64_t kills = 0;
     std::uint64_t soak = 0;
-    std::uint64_t show = 20; ///< failures that each worker prints
+    bool allocations = false;
+    std::string digests; ///< file to compare the clean runs with; "-" prints them
+    std::string scenario;
+    std::vector<Planned> plan;
 };
 
-/// What a worker tells its parent, in memory that both see.
-struct Report {
-    std::uint64_t runs;
-    std::uint64_t failures;
-    std::uint64_t beats; ///< grows while the worker lives
-    bool done;
-    std::array<char, 400> current; ///< the case under way
-};
+/// The case under way, in memory that survives this process.
+using CaseText = std::array<char, 400>;
 
-class Worker {
+class Sweep {
   public:
-    Worker(const Options &options, unsigned number, Report &report)
-        : options_(options), number_(number), report_(report), workplace_("torture" + std::to_string(::getpid())) {}
+    Sweep(const Options &options, CaseText &current) : options_(options), current_(current) {}
 
-    void work() {
-        sweep();
-        while (!options_.allocations && report_.runs * options_.workers < options_.count)
+    int run() {
+        for (const Scenario &scenario : allScenarios()) {
+            const Trace reference = player_.reference(scenario).trace;
+            if (options_.allocations)
+                failAllocations(scenario, reference.allocations);
+            else
+                failCalls(scenario, reference.calls);
+        }
+        while (!options_.allocations && !enough())
             combine();
+        std::printf("%llu faulted runs (%s), %llu failures\n", static_cast<unsigned long long>(runs_),
+                    options_.allocations ? "allocations" : "outside calls", static_cast<unsigned long long>(failures_));
+        return failures_ == 0 ? 0 : 1;
     }
 
   private:
-    Player &playerOf(const Scenario &scenario) {
-        if (device_ != scenario.device) {
-            player_.reset(); // one programmer at a time
-            player_ = std::make_unique<Player>(*scenario.device);
-            device_ = scenario.device;
-        }
-        return *player_;
-    }
+    [[nodiscard]] bool enough() const { return runs_ * options_.parts >= options_.count; }
 
-    void sweep() {
-        for (const Scenario &scenario : allScenarios()) {
-            const Outcome reference = playerOf(scenario).reference(scenario);
-            if (options_.allocations)
-                sweepAllocations(scenario, reference.allocations);
-            else
-                sweepCalls(scenario, reference.calls);
-        }
-    }
-
-    void sweepAllocations(const Scenario &scenario, std::uint64_t allocations) {
+    void failAllocations(const Scenario &scenario, std::uint64_t allocations) {
         for (std::uint64_t k = 1; k <= allocations; ++k)
-            for (const bool from : {false, true})
-                runMine({&scenario, {{k, findFault("allocation"), from}}});
+            onceAndFromThenOn(scenario, k, *findFault("allocation"));
     }
 
     /// Long verifies make one call a byte, all alike: beyond `alike` of them some stand for all.
-    void sweepCalls(const Scenario &scenario, const std::vector<Point> &calls) {
+    void failCalls(const Scenario &scenario, const std::vector<Point> &calls) {
         constexpr std::size_t alike = 128;
         const auto compares = static_cast<std::size_t>(std::ranges::count(calls, Point::compare));
         const std::size_t stride = std::max<std::size_t>(1, compares / alike);
@@ -89,24 +70,23 @@ class Worker {
         for (std::size_t k = 0; k < calls.size(); ++k) {
             if (calls[k] == Point::compare && compare++ % stride != 0 && compare != compares) continue;
             for (const Fault &fault : allFaults())
-                if (applies(fault, calls[k]))
-                    for (const bool from : {false, true})
-                        runMine({&scenario, {{k + 1, &fault, from}}});
+                if (fault.applies(calls[k])) onceAndFromThenOn(scenario, k + 1, fault);
         }
     }
 
-    void runMine(const Case &faulted) {
-        if (next_++ % options_.workers == number_) run(faulted);
+    void onceAndFromThenOn(const Scenario &scenario, std::uint64_t call, const Fault &fault) {
+        for (const bool fromThenOn : {false, true})
+            if (next_++ % options_.parts == options_.part - 1) play({&scenario, {{call, &fault, fromThenOn}}});
     }
 
     /// Two or three faults in one run, for a while on each scenario in turn.
     void combine() {
         constexpr int runsEach = 200;
         for (const Scenario &scenario : allScenarios()) {
-            if (scenario.kind == Kind::note || report_.runs * options_.workers >= options_.count) continue;
-            const std::vector<Point> calls = playerOf(scenario).reference(scenario).calls;
+            if (scenario.kind == Kind::note || enough()) continue;
+            const std::vector<Point> calls = player_.reference(scenario).trace.calls;
             for (int i = 0; i < runsEach; ++i)
-                run({&scenario, randomPlan(calls)});
+                play({&scenario, randomPlan(calls)});
         }
     }
 
@@ -115,137 +95,70 @@ class Worker {
         for (Planned &planned : plan) {
             do
                 planned.fault = &allFaults()[random_() % allFaults().size()];
-            while (std::ranges::none_of(calls, [&](Point point) { return applies(*planned.fault, point); }));
+            while (std::ranges::none_of(calls, [&](Point point) { return planned.fault->applies(point); }));
             planned.call = 1 + random_() % calls.size();
             planned.fromThenOn = random_() % 4 == 0;
         }
         return plan;
     }
 
-    void run(const Case &faulted) {
-        ++report_.beats;
-        const std::string arguments = replayArguments(faulted);
-        std::strncpy(report_.current.data(), arguments.c_str(), report_.current.size() - 1);
-        bool struck = false;
-        const std::string objection = playerOf(*faulted.scenario).play(faulted, struck);
-        if (struck) ++report_.runs;
-        if (objection.empty()) return;
-        if (++report_.failures <= options_.show)
-            std::fprintf(stderr, "FAILED: %s\n  torture %s\n", objection.c_str(), arguments.c_str());
+    void play(const Case &faulted) {
+        constexpr unsigned hangs = 60; // seconds until the next run
+        ::alarm(hangs);
+        const std::string arguments = faulted.arguments();
+        std::strncpy(current_.data(), arguments.c_str(), current_.size() - 1);
+        const std::optional<std::string> objection = player_.play(faulted);
+        if (!objection) return;
+        ++runs_;
+        if (!objection->empty() && ++failures_ <= options_.show)
+            std::fprintf(stderr, "FAILED: %s\n  torture %s\n", objection->c_str(), arguments.c_str());
     }
 
     const Options &options_;
-    unsigned number_;
-    Report &report_;
-    Workplace workplace_;
-    std::unique_ptr<Player> player_;
-    const Device *device_ = nullptr;
+    CaseText &current_;
+    Player player_;
     std::uint64_t next_ = 0;
-    std::mt19937_64 random_{options_.seed * 1000 + number_};
+    std::uint64_t runs_ = 0;
+    std::uint64_t failures_ = 0;
+    std::mt19937_64 random_{options_.seed * 1000 + options_.part};
 };
 
-/// Wait for the workers; one that makes no progress hangs.
-class Watch {
-  public:
-    Watch(std::span<Report> reports, std::vector<pid_t> workers) : reports_(reports), workers_(std::move(workers)) {}
-
-    bool allWell() {
-        while (std::ranges::any_of(workers_, [](pid_t pid) { return pid != 0; })) {
-            std::this_thread::sleep_for(tick);
-            for (std::size_t i = 0; i < workers_.size(); ++i)
-                if (workers_[i] != 0) look(i);
-        }
-        return well_;
-    }
-
-  private:
-    static constexpr std::chrono::milliseconds tick{50};
-    static constexpr int hangTicks = 1200; ///< a minute
-
-    void look(std::size_t i) {
-        int status = 0;
-        if (::waitpid(workers_[i], &status, WNOHANG) == workers_[i]) {
-            workers_[i] = 0;
-            if (!reports_[i].done) complain(WIFSIGNALED(status) ? "CRASHED" : "ENDED", i);
-        } else if (std::exchange(beats_[i], reports_[i].beats) != reports_[i].beats) {
-            still_[i] = 0;
-        } else if (++still_[i] == hangTicks) {
-            ::kill(workers_[i], SIGKILL);
-            complain("HANGS", i);
-        }
-    }
-    void complain(const char *what, std::size_t i) {
-        well_ = false;
-        std::fprintf(stderr, "%s: torture %s\n", what, reports_[i].current.data());
-    }
-
-    std::span<Report> reports_;
-    std::vector<pid_t> workers_;
-    std::map<std::size_t, std::uint64_t> beats_;
-    std::map<std::size_t, int> still_;
-    bool well_ = true;
-};
-
-int runWorkers(const Options &options) {
-    const auto start = std::chrono::steady_clock::now();
-    void *memory =
-        ::mmap(nullptr, options.workers * sizeof(Report), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    const std::span<Report> reports(static_cast<Report *>(memory), options.workers);
-    std::vector<pid_t> workers;
-    for (unsigned i = 0; i < options.workers; ++i) {
-        workers.push_back(::fork());
-        if (workers.back() != 0) continue;
-        try {
-            Worker(options, i, reports[i]).work();
-            reports[i].done = true;
-        } catch (const std::exception &error) {
-            std::fprintf(stderr, "%s\n", error.what());
-        }
-        std::exit(0); // leaks are looked for, too
-    }
-    const bool well = Watch(reports, workers).allWell();
-    std::uint64_t runs = 0;
-    std::uint64_t failures = 0;
-    for (const Report &report : reports) {
-        runs += report.runs;
-        failures += report.failures;
-    }
-    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
-    std::printf("%llu faulted runs (%s), %llu failures, %.1f s\n", static_cast<unsigned long long>(runs),
-                options.allocations ? "allocations" : "outside calls", static_cast<unsigned long long>(failures),
-                seconds.count());
-    return well && failures == 0 && runs >= options.count ? 0 : 1;
+/// Sweep in a process of its own, and say where it was when it does not come to its end.
+int sweep(const Options &options) {
+    void *memory = ::mmap(nullptr, sizeof(CaseText), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    CaseText &current = *static_cast<CaseText *>(memory);
+    const pid_t child = ::fork();
+    if (child == 0) return Sweep(options, current).run();
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    if (status == 0) return 0;
+    const bool hangs = WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM;
+    std::fprintf(stderr, "%s: torture %s\n", hangs ? "HANGS" : "last case", current.data());
+    return 1;
 }
 
 /// Digest of each clean run, one to a line: number of calls and a hash over all that goes out and
 /// comes back.
 std::string cleanDigests() {
-    const Workplace workplace("torture" + std::to_string(::getpid()));
+    Player player;
     std::string lines;
-    std::unique_ptr<Player> player;
-    const Device *device = nullptr;
     for (const Scenario &scenario : allScenarios()) {
-        if (device != scenario.device) {
-            player.reset();
-            player = std::make_unique<Player>(*scenario.device);
-            device = scenario.device;
-        }
         if (scenario.kind == Kind::attach || scenario.kind == Kind::attachAlone) continue; // addresses, not values
-        const Outcome &outcome = player->reference(scenario);
+        const Trace &trace = player.reference(scenario).trace;
         std::array<char, 200> line{};
-        std::snprintf(line.data(), line.size(), "%s %zu %016llx\n", scenario.name.c_str(), outcome.calls.size(),
-                      static_cast<unsigned long long>(outcome.digest));
+        std::snprintf(line.data(), line.size(), "%s %zu %016llx\n", scenario.name.c_str(), trace.calls.size(),
+                      static_cast<unsigned long long>(trace.digest));
         lines += line.data();
     }
     return lines;
 }
 
 int compareDigests(const std::string &file) {
+    const std::vector<char> then = test::slurp(file);
+    const test::Workplace workplace;
     const std::string now = cleanDigests();
     if (file == "-") return std::fputs(now.c_str(), stdout) < 0 ? 1 : 0;
-    std::ostringstream then;
-    then << std::ifstream(file).rdbuf();
-    const bool same = then.str() == now;
+    const bool same = std::ranges::equal(then, now);
     std::printf("%s\n", same ? "every clean run makes the calls that are on record"
                              : "clean runs differ from the record; see torture --digests -");
     return same ? 0 : 1;
@@ -254,13 +167,15 @@ int compareDigests(const std::string &file) {
 int replay(const Options &options) {
     const auto scenario = std::ranges::find(allScenarios(), options.scenario, &Scenario::name);
     if (scenario == allScenarios().end()) throw std::runtime_error("no scenario " + options.scenario);
-    const Workplace workplace("torture" + std::to_string(::getpid()));
-    Player player(*scenario->device);
-    bool struck = false;
-    const std::string objection = player.play({&*scenario, options.plan}, struck);
-    std::printf("%s%s\n", objection.empty() ? "all well" : objection.c_str(), struck ? "" : " (no fault struck)");
-    return objection.empty() ? 0 : 1;
+    const std::optional<std::string> objection = Player().play({&*scenario, options.plan});
+    std::printf("%s\n", !objection ? "no fault struck" : objection->empty() ? "all well" : objection->c_str());
+    return objection && objection->empty() ? 0 : 1;
 }
+
+constexpr std::pair<std::string_view, std::uint64_t Options::*> numbers[] = {
+    {"--count", &Options::count}, {"--parts", &Options::parts}, {"--part", &Options::part},
+    {"--seed", &Options::seed},   {"--show", &Options::show},   {"--flips", &Options::flips},
+    {"--kill", &Options::kills},  {"--soak", &Options::soak}};
 
 Options parse(std::span<char *const> arguments) {
     Options options;
@@ -270,49 +185,38 @@ Options parse(std::span<char *const> arguments) {
             if (++i == arguments.size()) throw std::runtime_error("no value behind " + std::string(option));
             return std::string(arguments[i]);
         };
-        const auto number = [&] { return std::stoull(value()); };
-        if (option == "--count")
-            options.count = number();
-        else if (option == "--workers")
-            options.workers = static_cast<unsigned>(number());
+        const auto *const number = std::ranges::find(numbers, option, [](const auto &row) { return row.first; });
+        if (number != std::end(numbers))
+            options.*number->second = std::stoull(value());
         else if (option == "--allocations")
             options.allocations = true;
-        else if (option == "--seed")
-            options.seed = number();
         else if (option == "--scenario")
             options.scenario = value();
+        else if (option == "--digests")
+            options.digests = value();
         else if (option == "--call")
-            options.plan.push_back({number(), nullptr});
+            options.plan.push_back({std::stoull(value())});
         else if (option == "--fault" && !options.plan.empty())
             options.plan.back().fault = findFault(value());
         else if (option == "--from" && !options.plan.empty())
             options.plan.back().fromThenOn = true;
-        else if (option == "--digests")
-            options.digests = value();
-        else if (option == "--flips")
-            options.flips = number();
-        else if (option == "--kill")
-            options.kills = number();
-        else if (option == "--show")
-            options.show = number();
-        else if (option == "--soak")
-            options.soak = number();
         else
             throw std::runtime_error("unknown option " + std::string(option));
     }
-    for (const Planned &planned : options.plan)
-        if (planned.fault == nullptr) throw std::runtime_error("a call without a fault of the table");
-    if (options.workers == 0) throw std::runtime_error("no workers");
+    if (std::ranges::count(options.plan, nullptr, &Planned::fault) != 0)
+        throw std::runtime_error("a call without a fault of the table");
+    if (options.part == 0 || options.part > options.parts) throw std::runtime_error("no such part");
     return options;
 }
 
 int run(const Options &options) {
-    if (!options.scenario.empty()) return replay(options);
     if (!options.digests.empty()) return compareDigests(options.digests);
+    const test::Workplace workplace;
+    if (!options.scenario.empty()) return replay(options);
     if (options.flips != 0) return reportEveryFlip(options.flips);
     if (options.kills != 0) return killAtRandom(options.kills, options.seed);
     if (options.soak != 0) return soak(options.soak);
-    return runWorkers(options);
+    return sweep(options);
 }
 
 } // namespace

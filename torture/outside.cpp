@@ -1,47 +1,38 @@
 #include "outside.h"
 
 #include "base/error.h"
-#include "blocks/sharemap.h"
 
-#include <algorithm>
 #include <stdexcept>
+#include <tuple>
 
 namespace kx3::torture {
 
 namespace {
 
-constexpr Byte readFailed = 4;
-constexpr int longPending = 60;
+/// A call that the plug-in makes, with the values that are traced. Raises what its fault raises.
+class Call {
+  public:
+    template <class... Values> explicit Call(Point point, Values... values) : fault_(injector().strike(point)) {
+        injector().trace(values...);
+        if (is(Effect::raise)) kx3::raise(static_cast<ErrorNumber>(fault_->value), u"ordered");
+        if (is(Effect::foreign)) throw std::runtime_error("ordered");
+    }
+    [[nodiscard]] bool is(Effect effect) const { return fault_ != nullptr && fault_->effect == effect; }
+    /// Of a fault that has one.
+    [[nodiscard]] Long value() const { return fault_->value; }
 
-/// Raise what `fault` raises; any other fault is left to the caller.
-void raiseIf(const Fault *fault) {
-    if (fault == nullptr) return;
-    if (fault->effect == Effect::raise) raise(static_cast<ErrorNumber>(fault->value), u"ordered");
-    if (fault->effect == Effect::foreign) throw std::runtime_error("ordered");
-}
+  private:
+    const Injector::Outside outside_{injector()};
+    const Fault *fault_;
+};
 
-bool has(const Fault *fault, Effect effect) { return fault != nullptr && fault->effect == effect; }
-
-/// A call with a result. `gone` is the result without a programmer.
-template <class Result, class Call> Result call(Point point, Result gone, Call real) {
-    const Injector::Outside outside(injector());
-    const Fault *fault = injector().strike(point);
-    raiseIf(fault);
-    if (has(fault, Effect::disconnected)) return gone;
-    if (has(fault, Effect::instead)) return static_cast<Result>(fault->value);
+/// A call with a result. `gone` is what it gives without a programmer.
+template <class Result, class Real> Result answer(const Call &call, Result gone, Real real) {
+    if (call.is(Effect::disconnected)) return gone;
+    if (call.is(Effect::instead)) return static_cast<Result>(call.value());
     const Result result = real();
     injector().trace(result);
-    return has(fault, Effect::afterwards) ? static_cast<Result>(fault->value) : result;
-}
-
-/// A call without one. Without a programmer it raises.
-template <class Call> void order(Long value, Call real) {
-    const Injector::Outside outside(injector());
-    const Fault *fault = injector().strike(Point::order);
-    injector().trace(value);
-    raiseIf(fault);
-    if (has(fault, Effect::disconnected)) raise(ErrorNumber::deviceIo);
-    real();
+    return call.is(Effect::afterwards) ? static_cast<Result>(call.value()) : result;
 }
 
 } // namespace
@@ -50,48 +41,39 @@ template <class Call> void order(Long value, Call real) {
 
 Integer FaultyIo::usbcomwrite(Byte *packet, Long count) {
     injector().traceBytes({packet, static_cast<std::size_t>(count)});
-    return call<Integer>(Point::comWrite, 1, [&] { return real_.usbcomwrite(packet, count); });
+    return answer<Integer>(Call(Point::comWrite), 1, [&] { return real_.usbcomwrite(packet, count); });
 }
 
 Integer FaultyIo::usbbulkwrite(Byte *data, Long count) {
     injector().traceBytes({data, static_cast<std::size_t>(count)});
-    const Injector::Outside outside(injector());
-    const Fault *fault = injector().strike(Point::bulkWrite);
-    raiseIf(fault);
-    if (has(fault, Effect::disconnected)) return 1;
-    if (has(fault, Effect::instead)) return static_cast<Integer>(fault->value);
-    const Integer status = real_.usbbulkwrite(data, has(fault, Effect::half) ? count / 2 : count);
-    injector().trace(status);
-    return has(fault, Effect::afterwards) ? static_cast<Integer>(fault->value) : status;
+    const Call call(Point::bulkWrite);
+    return answer<Integer>(call, 1,
+                           [&] { return real_.usbbulkwrite(data, call.is(Effect::half) ? count / 2 : count); });
 }
 
 void FaultyIo::usbbulkread(Byte *destination, Long count, Byte *state) {
-    const Injector::Outside outside(injector());
-    const Fault *fault = injector().strike(Point::bulkRead);
-    injector().trace(count);
-    raiseIf(fault);
-    if (has(fault, Effect::disconnected) || injector().exhausted()) {
-        *state = readFailed;
-    } else if (has(fault, Effect::instead)) {
-        *state = static_cast<Byte>(fault->value);
-    } else if (has(fault, Effect::never)) {
+    constexpr Byte failed = 4;
+    constexpr int longTime = 60;
+    const Call call(Point::bulkRead, count);
+    if (call.is(Effect::disconnected) || injector().exhausted()) {
+        *state = failed;
+    } else if (call.is(Effect::instead)) {
+        *state = static_cast<Byte>(call.value());
+    } else if (call.is(Effect::never)) {
         pending_ = state;
-        stateAtEnd_ = static_cast<Byte>(fault->value);
-        steps_ = longPending;
+        stateAtEnd_ = static_cast<Byte>(call.value());
+        steps_ = longTime;
     } else {
         real_.usbbulkread(destination, count, state);
-        if (has(fault, Effect::corrupt)) destination[count / 3] ^= 0x10;
+        if (call.is(Effect::corrupt)) destination[count / 3] ^= 0x10;
         injector().traceBytes({destination, static_cast<std::size_t>(count)});
     }
 }
 
 std::u16string FaultyIo::datstr(Long value, Long digits) {
-    const Injector::Outside outside(injector());
-    const Fault *fault = injector().strike(Point::digits);
-    injector().trace(value, digits);
-    raiseIf(fault);
-    if (has(fault, Effect::instead)) return std::u16string(static_cast<std::size_t>(fault->value), u'7');
-    if (has(fault, Effect::disconnected)) raise(ErrorNumber::loadLibrary);
+    const Call call(Point::digits, value, digits);
+    if (call.is(Effect::instead)) return std::u16string(static_cast<std::size_t>(call.value()), u'7');
+    if (call.is(Effect::disconnected)) raise(ErrorNumber::loadLibrary);
     return real_.datstr(value, digits);
 }
 
@@ -103,112 +85,87 @@ void FaultyIo::advance() noexcept {
 
 // The session host
 
-void FaultyHost::EndOperation() {
-    order(0, [&] { real_->EndOperation(); });
-}
-void FaultyHost::SetVcc(Long millivolts) {
-    order(millivolts, [&] { real_->SetVcc(millivolts); });
-}
-void FaultyHost::SetGndPin(Byte pin, Byte state) {
-    order(pin, [&] { real_->SetGndPin(pin, state); });
-}
-void FaultyHost::PowerStep(Long step) {
-    order(step, [&] { real_->PowerStep(step); });
-}
-void FaultyHost::SignalPass(Long value) {
-    order(value, [&] { real_->SignalPass(value); });
-}
-void FaultyHost::SignalFail(Long value) {
-    order(value, [&] { real_->SignalFail(value); });
-}
-void FaultyHost::Delay(Long milliseconds) {
-    order(milliseconds, [&] { real_->Delay(milliseconds); });
-}
-void FaultyHost::ReportStartFailure() {
-    order(0, [&] { real_->ReportStartFailure(); });
-}
-void FaultyHost::AlgorithmLoaded(Long length) {
-    order(length, [&] { real_->AlgorithmLoaded(length); });
+namespace {
+
+constexpr Point pointOf(std::string_view operation) {
+    if (operation == "PollStatus") return Point::poll;
+    if (operation == "StartCheck") return Point::startCheck;
+    if (operation.starts_with("Prepare")) return Point::prepare;
+    return operation.starts_with("Compare") ? Point::compare : Point::order;
 }
 
-Long FaultyHost::StartCheck() {
-    return call<Long>(Point::startCheck, 1, [&] { return real_->StartCheck(); });
+void fillWithGarbage(std::span<Byte> report) {
+    std::uint64_t seed = injector().digest();
+    for (Byte &byte : report)
+        byte = static_cast<Byte>((seed = seed * 6364136223846793005U + 1) >> 56U);
+    constexpr Byte last = 100;
+    if (report[0] == last) ++report[0];
 }
 
-Long FaultyHost::PrepareChip(Byte figmode) {
-    return call<Long>(Point::prepare, 2, [&] { return real_->PrepareChip(figmode); });
-}
-Long FaultyHost::PrepareDevice32f(Byte figmode, Byte zero) {
-    return call<Long>(Point::prepare, 2, [&] { return real_->PrepareDevice32f(figmode, zero); });
-}
-Long FaultyHost::PrepareDevice(Byte figmode, Byte zero) {
-    return call<Long>(Point::prepare, 2, [&] { return real_->PrepareDevice(figmode, zero); });
-}
-
-Long FaultyHost::CompareWord(Byte low, Byte high, Long address, Long mode, Long mask) {
-    injector().trace(low, high, address, mode, mask);
-    return call<Long>(Point::compare, 1, [&] { return real_->CompareWord(low, high, address, mode, mask); });
-}
-Long FaultyHost::CompareByte(Byte data, Long address, Long mode) {
-    injector().trace(data, address, mode);
-    return call<Long>(Point::compare, 1, [&] { return real_->CompareByte(data, address, mode); });
-}
-
-bool FaultyHost::PollStatus(Long request) {
-    const Injector::Outside outside(injector());
-    const Fault *fault = injector().strike(Point::poll);
-    raiseIf(fault);
-    if (has(fault, Effect::disconnected) || injector().exhausted()) return false;
-    if (has(fault, Effect::instead)) return fault->value != 0;
-    if (!real_->PollStatus(request)) return false;
-    const std::span<Byte> report = scene_.hostBlocks().ibuf1.range(0, KX6SIM_REPORT_BYTES);
-    if (has(fault, Effect::event)) report[1] = static_cast<Byte>(fault->value);
-    if (has(fault, Effect::garbage)) {
-        std::uint64_t seed = injector().digest();
-        for (Byte &byte : report)
-            byte = static_cast<Byte>((seed = seed * 6364136223846793005U + 1) >> 56U);
-        constexpr Byte last = 100;
-        if (report[0] == last) ++report[0];
-    }
+template <class Real> bool poll(std::span<Byte> report, Real real) {
+    const Call call(Point::poll);
+    if (call.is(Effect::disconnected) || injector().exhausted()) return false;
+    if (call.is(Effect::instead)) return call.value() != 0;
+    if (!real()) return false;
+    if (call.is(Effect::event)) report[1] = static_cast<Byte>(call.value());
+    if (call.is(Effect::garbage)) fillWithGarbage(report);
     injector().traceBytes(report);
     return true;
 }
+
+template <class Result, Point point, class Real, class... Values>
+Result operate([[maybe_unused]] std::span<Byte> report, Real real, [[maybe_unused]] Values... values) {
+    if constexpr (point == Point::order) {
+        const Call call(point, std::get<0>(std::tuple{values..., 0}));
+        if (call.is(Effect::disconnected)) raise(ErrorNumber::deviceIo);
+        real();
+    } else if constexpr (point == Point::poll) {
+        return poll(report, real);
+    } else {
+        if (point == Point::compare) injector().trace(values...);
+        return answer<Result>(Call(point), point == Point::prepare ? 2 : 1, real);
+    }
+}
+
+} // namespace
+
+#define KX3_OPERATION(name, result, parameters, arguments)                                                             \
+    result FaultyHost::name parameters {                                                                               \
+        const auto call = [this](auto... values) {                                                                     \
+            return operate<result, pointOf("" #name)>(                                                                 \
+                report, [&] { return real.name(values...); }, values...);                                              \
+        };                                                                                                             \
+        return call arguments;                                                                                         \
+    }
+#include "outside/session_host_operations.inc"
 
 // User interface and clock
 
 MessageBoxResult FaultyUi::messageBox(std::u16string_view prompt, Long style,
                                       std::optional<std::u16string_view> title) {
-    const Injector::Outside outside(injector());
-    const Fault *fault = injector().strike(Point::messageBox);
-    injector().trace(prompt.size(), style, title ? title->size() : 0);
     ++boxes;
-    raiseIf(fault);
+    const Call call(Point::messageBox, prompt.size(), style, title ? title->size() : 0);
     if (injector().exhausted()) return MessageBoxResult::abort;
-    return has(fault, Effect::answer) ? static_cast<MessageBoxResult>(fault->value) : usualAnswer;
+    return call.is(Effect::answer) ? static_cast<MessageBoxResult>(call.value()) : usualAnswer;
 }
 
 void FaultyUi::yield() {
-    const Injector::Outside outside(injector());
-    const Fault *fault = injector().strike(Point::yield);
-    raiseIf(fault);
-    scene_.duringYield();
-    if (has(fault, Effect::stop)) scene_.hostBlocks().prgresult(0) = static_cast<Byte>(fault->value);
-    if (has(fault, Effect::reenter)) scene_.reenter();
+    const Call call(Point::yield);
+    onYield();
+    if (call.is(Effect::stop)) onStop(static_cast<Byte>(call.value()));
+    if (call.is(Effect::reenter)) onReenter();
 }
 
 void FaultyUi::showModal(Form &form) {
-    const Injector::Outside outside(injector());
-    const Fault *fault = injector().strike(Point::modal);
-    raiseIf(fault);
-    if (has(fault, Effect::reenter)) scene_.reenter();
-    if (!has(fault, Effect::leaveOpen)) scene_.actOn(form);
+    const Call call(Point::modal);
+    if (call.is(Effect::reenter)) onReenter();
+    if (!call.is(Effect::leaveOpen)) onModal(form);
 }
 
 float FaultyClock::secondsSinceMidnight() {
-    const Injector::Outside outside(injector());
-    const Fault *fault = injector().strike(Point::clock);
+    const Call call(Point::clock);
     constexpr float noon = 43200;
-    return has(fault, Effect::instead) ? static_cast<float>(fault->value) : noon;
+    return call.is(Effect::instead) ? static_cast<float>(call.value()) : noon;
 }
 
 } // namespace kx3::torture

@@ -1,30 +1,15 @@
 // The plug-in's outside components, each call of which can fail.
 #pragma once
 
-#include "injector.h"
-#include "outside/clock.h"
-#include "outside/programmer_io.h"
 #include "doorstep/programmer_libraries.h"
+#include "faults.h"
+#include "outside/clock.h"
 #include "outside/ui.h"
 #include "simulator/session_host.h"
 
 #include <functional>
-#include <memory>
 
 namespace kx3::torture {
-
-/// What the faults of several components need of the scene around them.
-class Scene {
-  public:
-    virtual ~Scene() = default;
-    virtual sharemap &hostBlocks() = 0;
-    /// The host's work in a yield.
-    virtual void duringYield() = 0;
-    /// A person's actions on an open form.
-    virtual void actOn(Form &form) = 0;
-    /// Call into the plug-in from a call of its own.
-    virtual void reenter() = 0;
-};
 
 class FaultyIo final : public ProgrammerIo {
   public:
@@ -47,33 +32,17 @@ class FaultyIo final : public ProgrammerIo {
 
 class FaultyHost final : public SessionHost {
   public:
-    FaultyHost(std::shared_ptr<kx3sim::SessionHost> real, Scene &scene) : real_(std::move(real)), scene_(scene) {}
+    explicit FaultyHost(kx3sim::Options options) : real(std::move(options)) {}
 
-    void EndOperation() override;
-    void SetVcc(Long millivolts) override;
-    void SetGndPin(Byte pin, Byte state) override;
-    void PowerStep(Long step) override;
-    void SignalPass(Long value) override;
-    void SignalFail(Long value) override;
-    [[nodiscard]] Long StartCheck() override;
-    void Delay(Long milliseconds) override;
-    [[nodiscard]] bool PollStatus(Long request) override;
-    void ReportStartFailure() override;
-    [[nodiscard]] Long PrepareChip(Byte figmode) override;
-    [[nodiscard]] Long PrepareDevice32f(Byte figmode, Byte zero) override;
-    [[nodiscard]] Long PrepareDevice(Byte figmode, Byte zero) override;
-    [[nodiscard]] Long CompareWord(Byte low, Byte high, Long address, Long mode, Long mask) override;
-    [[nodiscard]] Long CompareByte(Byte data, Long address, Long mode) override;
-    void AlgorithmLoaded(Long length) override;
+    kx3sim::SessionHost real;
+    std::span<Byte> report; ///< block `ibuf1`
 
-  private:
-    std::shared_ptr<kx3sim::SessionHost> real_;
-    Scene &scene_;
+#define KX3_OPERATION(name, result, parameters, arguments) result name parameters override;
+#include "outside/session_host_operations.inc"
 };
 
 class FaultyUi final : public Ui {
   public:
-    explicit FaultyUi(Scene &scene) : scene_(scene) {}
     MessageBoxResult messageBox(std::u16string_view prompt, Long style,
                                 std::optional<std::u16string_view> title) override;
     void yield() override;
@@ -81,9 +50,10 @@ class FaultyUi final : public Ui {
 
     MessageBoxResult usualAnswer = MessageBoxResult::ok;
     int boxes = 0;
-
-  private:
-    Scene &scene_;
+    std::function<void()> onYield;           ///< the host's work in a yield
+    std::function<void(Byte result)> onStop; ///< the host sets a result code
+    std::function<void(Form &)> onModal;     ///< a person's actions on an open form
+    std::function<void()> onReenter;         ///< a call into the plug-in from a call of its own
 };
 
 class FaultyClock final : public Clock {

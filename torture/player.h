@@ -9,32 +9,33 @@ namespace kx3::torture {
 struct Case {
     const Scenario *scenario;
     std::vector<Planned> plan;
+
+    /// Arguments of this program that play it again.
+    [[nodiscard]] std::string arguments() const;
+    /// Whether one of the faults has a name that begins like this.
+    [[nodiscard]] bool has(std::initializer_list<std::string_view> names) const;
 };
 
-/// Arguments of this program that play `faulted` again.
-[[nodiscard]] std::string replayArguments(const Case &faulted);
-
-/// All scenarios of one device.
+/// Plays on the target of the newest scenario: there is one programmer at a time.
 class Player {
   public:
-    explicit Player(const Device &device) : world_(device) {}
-
     /// The run without faults; it must end as the scenario says. Kept for the newest scenario.
     const Outcome &reference(const Scenario &scenario);
-    /// What was wrong with a faulted run, or with the clean run after it; empty when all was well.
-    /// `struck` tells whether a fault struck at all.
-    [[nodiscard]] std::string play(const Case &faulted, bool &struck);
+    /// What was wrong with a faulted run, or with the clean run after it; an empty text when all was well,
+    /// nothing when no fault struck.
+    [[nodiscard]] std::optional<std::string> play(const Case &faulted);
 
   private:
-    [[nodiscard]] std::string judge(const Case &faulted, const Outcome &outcome) const;
-    [[nodiscard]] std::string judgePass(const Case &faulted, const Outcome &outcome) const;
-    [[nodiscard]] std::string judgeEnd(const Case &faulted, const Outcome &outcome) const;
-    [[nodiscard]] std::string judgeBuffer(const Outcome &outcome) const;
+    using Objection = std::string; ///< empty when there is none
 
-    World world_;
+    [[nodiscard]] Objection judgePass(const Case &faulted, const Outcome &outcome) const;
+    [[nodiscard]] Objection judgeEnd(const Case &faulted, const Outcome &outcome) const;
+    [[nodiscard]] Objection judgeBuffer(const Case &faulted, const Outcome &outcome) const;
+    [[nodiscard]] Objection judgeNext(const Case &faulted, const Outcome &next) const;
+
+    std::optional<World> world_;
     const Scenario *scenario_ = nullptr;
     Outcome reference_;
-    std::size_t budget_ = 0;
 };
 
 } // namespace kx3::torture

@@ -1,25 +1,16 @@
 // What is tortured: devices, operations, and how each ends when nothing fails.
 #pragma once
 
-#include "base/types.h"
-
-#include <string>
-#include <vector>
+#include "rig/apartment.h"
 
 namespace kx3::torture {
 
 enum class Kind : std::uint8_t { arm, window, editor, note, attach, attachAlone };
 
-/// A device and the host's settings for it.
-struct Device {
+/// A device and the chip in the socket.
+struct Target {
     const char *name;
-    Integer model = 80; ///< 74 and above: module arm_prg_32f; below: arm_prg, or with `selection` 0 the window
-    Byte width = 1;
-    Long addresses = 0x100;
-    Long block = 0x100;
-    Long margin = 0;
-    Byte family = 0;
-    Byte selection = 0x40;
+    test::Device device{};
     Long eepromBytes = 0;
     bool hasChip = true;
 };
@@ -29,7 +20,7 @@ enum class ChipState : std::uint8_t { blank, programmed, differs, dirty, isProte
 
 struct Scenario {
     std::string name;
-    const Device *device;
+    const Target *target;
     Kind kind;
     Byte operation; ///< of a session; mode of an editor; number of a note
     ChipState before = ChipState::blank;

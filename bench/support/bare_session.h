@@ -1,15 +1,16 @@
-// A host thread on outside components that cost next to nothing: what a benchmark measures then is
-// the plug-in's own time.
+// A plug-in on outside components that cost next to nothing: what a benchmark measures then is the
+// plug-in's own time.
 #pragma once
 
-#include "host/apartment.h"
-#include "host/mpu.h"
+#include "rig/apartment.h"
+#include "rig/folder.h"
 
-#include <memory>
-#include <string>
-#include <vector>
+#include <cstring>
+#include <iostream>
 
 namespace kx3::bench {
+
+using test::Device;
 
 /// Takes every packet and moves every transfer at once, between the device's memory and the host's.
 class ImmediateProgrammer final : public ProgrammerIo {
@@ -17,10 +18,33 @@ class ImmediateProgrammer final : public ProgrammerIo {
     std::vector<Byte> device;   ///< main memory
     std::size_t blockBytes = 0; ///< bytes of one run
 
-    Integer usbcomwrite(Byte *packet, Long count) override;
-    Integer usbbulkwrite(Byte *data, Long count) override;
-    void usbbulkread(Byte *destination, Long count, Byte *state) override;
-    std::u16string datstr(Long value, Long digits) override;
+    Integer usbcomwrite(Byte *packet, Long /*count*/) override {
+        constexpr Byte algorithmGroup = 0x33, runGroup = 0x34;
+        constexpr Byte firstServiceCode = 0x1A; // version query and identity read; run codes are smaller
+        constexpr Byte readRun = 2, verifyRun = 6;
+        toAlgorithm_ = packet[0] == algorithmGroup;
+        if (packet[0] == runGroup && packet[1] < firstServiceCode) {
+            const std::size_t block = packet[3] + 256U * packet[4];
+            const bool offersData = packet[1] == readRun || packet[1] == verifyRun;
+            place_ = (offersData ? block : block + 1) * blockBytes;
+        }
+        return 0;
+    }
+    Integer usbbulkwrite(Byte *data, Long count) override {
+        std::vector<Byte> &memory = toAlgorithm_ ? algorithm_ : device;
+        const std::size_t first = toAlgorithm_ ? 0 : std::min(place_, memory.size());
+        const auto bytes = static_cast<std::size_t>(count);
+        std::memcpy(memory.data() + first, data, std::min(bytes, memory.size() - first));
+        place_ = toAlgorithm_ ? 0 : first + bytes;
+        return 0;
+    }
+    void usbbulkread(Byte *destination, Long count, Byte *state) override {
+        const std::size_t first = toAlgorithm_ ? 0 : place_;
+        std::memcpy(destination, (toAlgorithm_ ? algorithm_ : device).data() + first, static_cast<std::size_t>(count));
+        place_ = toAlgorithm_ ? 0 : first + static_cast<std::size_t>(count);
+        *state = 2;
+    }
+    std::u16string datstr(Long value, Long /*digits*/) override { return hex(value); }
 
   private:
     std::vector<Byte> algorithm_ = std::vector<Byte>(0x6001);
@@ -28,64 +52,54 @@ class ImmediateProgrammer final : public ProgrammerIo {
     bool toAlgorithm_ = false;
 };
 
-/// Reports every command as finished, and compares with the device buffer.
-class ImmediateSessionHost : public SessionHost {
+/// A session host that agrees to everything.
+class AgreeableSessionHost : public SessionHost {
   public:
-    Byte *report = nullptr; ///< block `ibuf1`
-    Byte firmwareVersion = 1;
+#define KX3_OPERATION(name, result, parameters, arguments)                                                             \
+    result name parameters override { return static_cast<result>(nothing arguments); }
+#include "outside/session_host_operations.inc"
 
-    void EndOperation() override {}
-    void SetVcc(Long) override {}
-    void SetGndPin(Byte, Byte) override {}
-    void PowerStep(Long) override {}
-    void SignalPass(Long) override {}
-    void SignalFail(Long) override {}
-    Long StartCheck() override { return 0; }
-    void Delay(Long) override {}
-    bool PollStatus(Long) override;
-    void ReportStartFailure() override {}
-    Long PrepareChip(Byte) override { return 0; }
-    Long PrepareDevice32f(Byte, Byte) override { return 0; }
-    Long PrepareDevice(Byte, Byte) override { return 0; }
-    Long CompareWord(Byte low, Byte high, Long address, Long mode, Long mask) override;
-    Long CompareByte(Byte data, Long address, Long mode) override;
-    void AlgorithmLoaded(Long) override {}
-
-    std::span<const Byte> expected; ///< what a verify compares with
-    std::uint64_t differences = 0;
+  private:
+    template <class... Values> static Long nothing(Values... /*values*/) { return 0; }
 };
 
-/// A device as the benchmarks drive it.
-struct Device {
-    Integer modelType; ///< 80: module arm_prg_32f, 60: module arm_prg
-    Long addresses;
-    Byte bytesPerAddress;
-    Long blockAddresses;
+/// Reports every command as finished, and compares as a host does: a look into its own copy of the buffer,
+/// and out of the way on a difference.
+class ImmediateSessionHost final : public AgreeableSessionHost {
+  public:
+    Byte *report = nullptr;         ///< block `ibuf1`
+    std::span<const Byte> expected; ///< what a verify compares with
+    std::uint64_t differences = 0;
 
-    [[nodiscard]] std::size_t bytes() const { return static_cast<std::size_t>(addresses) * bytesPerAddress; }
+    bool PollStatus(Long /*request*/) override {
+        report[0] = 100;
+        report[1] = 0;
+        report[2] = 1; // firmware version
+        return true;
+    }
+    Long CompareByte(Byte data, Long address, Long /*mode*/) override;
+    Long CompareWord(Byte low, Byte high, Long address, Long mode, Long mask) override;
 };
 
 /// A plug-in that is attached to its host's blocks, with a device selected.
-class BareSession {
+class BareSession : public test::ApartmentOn<ImmediateProgrammer, ImmediateSessionHost> {
   public:
-    explicit BareSession(const Device &device);
-
+    explicit BareSession(const Device &device) {
+        attach(device);
+        sessionHost->report = host.ibuf1.range(0, 20).data();
+        sessionHost->expected = data(device.bytes());
+        io.device.assign(sessionHost->expected.size(), 0xFF);
+        io.blockBytes = static_cast<std::size_t>(device.block) * device.width;
+    }
     /// Run operation `number` (2 read, 3 program, 5 verify, 8 erase). Ends the program when the
     /// session does not pass.
-    void run(Byte number);
-
-    sharemap host; ///< the host's own view of the blocks
-    ImmediateProgrammer *programmer = nullptr;
-    std::shared_ptr<ImmediateSessionHost> sessionHost = std::make_shared<ImmediateSessionHost>();
-
-  private:
-    Outside outside();
-
-    Apartment apartment_;
-    clsMPU mpu_{apartment_};
+    void run(Byte number) {
+        ApartmentOn::run(number);
+        const std::u16string failure = apartment.sessionFailure();
+        if (failure.empty() && host.prgresult(0) == 0 && sessionHost->differences == 0) return;
+        std::cerr << "session failed: " << toUtf8(failure) << '\n';
+        std::abort();
+    }
 };
-
-/// Blocks of a benchmark meet no other host's; the current directory gets algorithm images.
-void prepareSurroundings();
 
 } // namespace kx3::bench

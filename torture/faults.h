@@ -1,17 +1,17 @@
-// Counts the outside calls of the plug-in and has chosen ones fail.
+// Which outside call fails, and how; and a trace of all that goes out and comes back.
 #pragma once
 
 #include "base/types.h"
 
 #include <cstdint>
 #include <span>
-#include <string_view>
+#include <string>
 #include <utility>
 #include <vector>
 
 namespace kx3::torture {
 
-/// Kinds of outside calls; each can fail in ways of its own.
+/// Kinds of outside calls, each of which can fail in ways of its own.
 enum class Point : std::uint8_t {
     comWrite,
     bulkWrite,
@@ -28,7 +28,6 @@ enum class Point : std::uint8_t {
     clock,
     system,     ///< a call of the operating system: files, named memory
     allocation, ///< counted apart from all others
-    any,        ///< of a fault that every call can have
 };
 
 enum class Effect : std::uint8_t {
@@ -45,25 +44,24 @@ enum class Effect : std::uint8_t {
     reenter,      ///< the host calls into the plug-in
     leaveOpen,    ///< the presenter comes back while the form is open
     answer,       ///< the message box is answered by button `value`
-    systemError,  ///< the call fails with error number `value`
-    outOfMemory,  ///< the allocation fails
+    fails,        ///< a system call, with error number `value`; an allocation
     disconnected, ///< the call fails as it does when the programmer is gone
 };
 
+/// A way in which calls between two points of the list above can fail.
 struct Fault {
-    std::string_view name;
-    Point point;
+    std::string name; ///< of its row of the table, with its value where the row has several
+    Point first;
+    Point last;
     Effect effect;
-    Long value = 0;
+    Long value;
+    [[nodiscard]] bool applies(Point point) const { return first <= point && point <= last; }
 };
 
 /// All ways in which a call can fail.
 [[nodiscard]] std::span<const Fault> allFaults();
 /// The fault of that name, or null.
 [[nodiscard]] const Fault *findFault(std::string_view name);
-[[nodiscard]] inline bool applies(const Fault &fault, Point point) {
-    return fault.point == point || (fault.point == Point::any && point < Point::messageBox);
-}
 
 /// A fault that strikes the `call`-th outside call (from 1), or the next one that can have it, once
 /// or from there on.
@@ -74,66 +72,56 @@ struct Planned {
     bool struck = false;
 };
 
+/// What went out and came back in one run.
+struct Trace {
+    std::vector<Point> calls;
+    std::uint64_t allocations = 0;
+    std::uint64_t digest = 0xCBF29CE484222325U;
+    bool struck = false; ///< a fault has struck
+};
+
 class Injector {
   public:
-    /// Start counting and tracing.
+    /// Start counting and tracing. Beyond `budget` calls the run is exhausted.
     void arm(std::vector<Planned> plan, std::size_t budget);
-    /// Back to an outside that works.
-    void disarm() noexcept { armed_ = false; }
-    [[nodiscard]] bool armed() const noexcept { return armed_; }
+    /// Back to an outside that works; the trace of the run.
+    Trace disarm() noexcept;
 
     /// Count a call; the fault that strikes it, or null.
     const Fault *strike(Point point);
     /// Count an allocation; true when it fails.
     [[nodiscard]] bool strikeAllocation() noexcept;
     /// A run that makes far more calls than the clean one: everything that waits must come to its end.
-    [[nodiscard]] bool exhausted() const noexcept { return calls_.size() > budget_; }
-    [[nodiscard]] bool anyStruck() const noexcept;
+    [[nodiscard]] bool exhausted() const noexcept { return trace_.calls.size() > budget_; }
 
     template <class... Values> void trace(Values... values) noexcept {
-        ((mix(static_cast<std::uint64_t>(values))), ...);
+        ((trace_.digest = (trace_.digest ^ static_cast<std::uint64_t>(values)) * 0x100000001B3U), ...);
     }
     void traceBytes(std::span<const Byte> bytes) noexcept;
+    [[nodiscard]] std::uint64_t digest() const noexcept { return trace_.digest; }
 
-    [[nodiscard]] std::uint64_t digest() const noexcept { return digest_; }
-    [[nodiscard]] const std::vector<Point> &calls() const noexcept { return calls_; }
-    [[nodiscard]] std::uint64_t allocations() const noexcept { return allocations_; }
-
-    /// Marks code of the outside: its own allocations and system calls are not the plug-in's.
+    /// Marks code of the outside, as long as it lives: its own allocations and system calls are not the
+    /// plug-in's. With `isOutside` false, a call from there back into the plug-in.
     class Outside {
       public:
-        explicit Outside(Injector &injector) noexcept : injector_(injector) { ++injector_.depth_; }
-        ~Outside() { --injector_.depth_; }
+        explicit Outside(Injector &injector, bool isOutside = true) noexcept
+            : injector_(injector), before_(std::exchange(injector.outside_, isOutside)) {}
+        ~Outside() { injector_.outside_ = before_; }
         Outside(const Outside &) = delete;
         Outside &operator=(const Outside &) = delete;
 
       private:
         Injector &injector_;
+        bool before_;
     };
-    /// Marks a call back into the plug-in.
-    class Inside {
-      public:
-        explicit Inside(Injector &injector) noexcept : injector_(injector), depth_(std::exchange(injector.depth_, 0)) {}
-        ~Inside() { injector_.depth_ = depth_; }
-        Inside(const Inside &) = delete;
-        Inside &operator=(const Inside &) = delete;
-
-      private:
-        Injector &injector_;
-        int depth_;
-    };
-    [[nodiscard]] bool insidePlugIn() const noexcept { return armed_ && depth_ == 0; }
+    [[nodiscard]] bool insidePlugIn() const noexcept { return armed_ && !outside_; }
 
   private:
-    void mix(std::uint64_t value) noexcept { digest_ = (digest_ ^ value) * 0x100000001B3U; }
-
     bool armed_ = false;
-    int depth_ = 0;
+    bool outside_ = false;
     std::size_t budget_ = 0;
     std::vector<Planned> plan_;
-    std::vector<Point> calls_;
-    std::uint64_t allocations_ = 0;
-    std::uint64_t digest_ = 0;
+    Trace trace_;
 };
 
 /// The process's one injector: system calls and allocations have no object to carry it.
