@@ -1,4 +1,4 @@
-// An ARM driver module with a scripted programmer, and algorithm files in a folder of its own.
+// An ARM driver with a scripted programmer.
 #pragma once
 
 #include "rig/apartment.h"
@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <map>
 
 namespace kx3::test {
@@ -14,111 +13,83 @@ namespace kx3::test {
 /// Status reports of one command, in the order in which they are polled. Then none comes any more.
 using Reports = std::vector<Bytes>;
 
-inline std::string joined(const std::vector<std::string> &lines) {
-    std::string text;
-    for (const std::string &line : lines)
-        text += (text.empty() ? "" : "; ") + line;
-    return text;
-}
-
 /// Lines of the log: elements of `prgnote` read "n0 ", operations "op0 ".
 inline const std::string timeLine = ">> 0.00Sec\n";
 inline const std::string aborted = "n12 \n" + timeLine;
-inline const std::string stopped = "n4 \n" + timeLine;
 inline std::string startLine(int operation) { return ">>n0 op" + std::to_string(operation) + " n1 \n"; }
 inline std::string endLine(int operation, const char *note) {
     return ">>op" + std::to_string(operation) + ' ' + note + " \n" + timeLine;
 }
 
-enum class Module { arm32f, arm };
-
-/// A host with a programmer that takes its status reports from a script and keeps what it receives.
-class ArmRig {
+/// A host with a programmer that takes its status reports from a script.
+class ArmRig : public Workplace, public TestApartment {
   public:
-    explicit ArmRig(Module module = Module::arm32f, Long bufferLength = 0x1000) : is32f(module == Module::arm32f) {
-        t.attach(bufferLength);
-        t.host.figvol(1) = 1;
-        t.host.figmode(0) = 3;
-        t.host.wsign(1) = version;
-        t.host.usbpip2readresult(0) = 2;
-        describe({});
+    explicit ArmRig(const Device &device = {}, Long bufferLength = 0x1000) {
+        attach(bufferLength);
+        describe(device);
         for (Long i = 0; i < 13; ++i)
-            storeText(t.host.prgnote, i, u"n" + decimal(i) + u" ");
+            storeText(host.prgnote, i, u"n" + decimal(i) + u" ");
         for (Long i = 0; i < 20; ++i)
-            storeText(t.host.MainmnuPrg, i, u"op" + decimal(i) + u" ");
-        storeText(t.host.algorithm, 0, u" clock ");
-        storeText(t.host.algorithm, 1, u" family ");
-        storeText(t.host.algorithm, 2, u"  part");
-        spill(general(), {1, 2, 3, 4});
+            storeText(host.MainmnuPrg, i, u"op" + decimal(i) + u" ");
+        storeText(host.algorithm, 0, u" clock ");
+        storeText(host.algorithm, 1, u" family ");
+        storeText(host.algorithm, 2, u"  device");
         connect();
     }
-    ArmRig(const ArmRig &) = delete;
-    ArmRig &operator=(const ArmRig &) = delete;
-
-    void describe(Device device) {
-        device.model = is32f ? 80 : 40;
-        t.describe(device);
-    }
-    [[nodiscard]] std::string general() const { return is32f ? "algo4/family/part.alg" : "algo/family/part.bin"; }
-    [[nodiscard]] std::string clockSpecific() const { return is32f ? "algo4/clk/clock.alg" : "algo/clk/clock.bin"; }
 
     /// Run `operation` and give the log that it leaves.
     std::string run(Byte operation) {
-        t.host.prgresult(1) = operation;
-        storeText(t.host.MainRtstr, 0, {});
         traffic.clear();
-        packets.clear();
         progress.clear();
-        Boolean usbenable;
-        t.mpu.runMpu6Prg(usbenable);
+        TestApartment::run(operation);
         return log();
     }
-    [[nodiscard]] std::string log() const { return t.log(); }
-    [[nodiscard]] Byte result() const { return t.host.prgresult(0); }
-    [[nodiscard]] std::string failure() const { return toUtf8(t.apartment.sessionFailure()); }
     /// Run `operation` and compare what it leaves; `behindStart` is the log behind the start line.
-    void expect(Byte operation, const std::string &behindStart, const std::string &calls, int resultCode = 0,
+    void expect(Byte operation, const std::string &behindStart, const std::string &calls,
                 const std::string &error = "") {
         EXPECT_EQ(run(operation), startLine(operation) + behindStart);
         EXPECT_EQ(operationTraffic(), calls);
-        EXPECT_EQ(result(), resultCode);
         EXPECT_EQ(failure(), error);
-        EXPECT_EQ(t.host.prgmode(1), 0);
+        EXPECT_EQ(host.prgmode(1), 0);
     }
+    [[nodiscard]] std::string failure() const { return toUtf8(apartment.sessionFailure()); }
     /// What went on after the version query.
     [[nodiscard]] std::string operationTraffic() const {
-        const auto query = std::find(traffic.begin(), traffic.end(), "34 1A 00 10 00/16");
-        return query == traffic.end() ? "" : joined({query + 1, traffic.end()});
+        auto call = std::ranges::find(traffic, "34 1A 00 10 00/16");
+        std::string text;
+        while (call != traffic.end() && ++call != traffic.end())
+            text += (text.empty() ? "" : "; ") + *call;
+        return text;
     }
 
-    bool is32f;
-    TestApartment t;
     /// Calls to the programmer and to the session host (without polls), in order.
     std::vector<std::string> traffic;
-    std::vector<Bytes> packets; ///< all bytes of each packet
-    /// Different values that the host saw in `prgmode`(1), in its message loop and its calls.
+    /// Different values that the host saw in `prgmode`(1) when it was called.
     std::vector<int> progress;
 
     // The script.
-    std::deque<Reports> runs;    ///< one for each run command; without one it finishes at once
-    std::deque<Reports> chipIds; ///< one for each reading of the chip's identity
-    Byte version = 7;
-    int stopAtReport = 0;                    ///< the host asks for a stop with this report of a run
+    std::deque<Reports> runs;                ///< one for each command; without one it finishes at once
     std::map<std::string, Integer> statuses; ///< results of calls other than 0
     std::deque<Byte> readStates;             ///< of the bulk reads to come; without one: 2
-    bool spoilsReadBack = false;
-    std::string failingCall; ///< this call of the session host or the programmer fails
+    std::string failingCall;                 ///< this call of the session host or the programmer fails
 
   private:
     void connect() {
-        t.sessionHost->onCall = [this](const std::string &call) {
+        sessionHost->onCall = [this](const std::string &call) {
             if (!call.starts_with("PollStatus")) (void)note(call);
         };
-        t.sessionHost->onPoll = [this] { return poll(); };
-        t.ui->onYield = [this] { yield(); };
-        t.io.onComWrite = [this](Byte *packet, Long count) { return command(Bytes(packet, packet + count)); };
-        t.io.onBulkWrite = [this](Byte *data, Long count) { return take(data, count); };
-        t.io.onBulkRead = [this](Byte *data, Long count, Byte *state) { give(data, count, state); };
+        sessionHost->onPoll = [this] { return poll(); };
+        ui->onYield = [this] { yield(); };
+        io.onComWrite = [this](const Byte *packet, Long count) { return command(packet, count); };
+        io.onBulkWrite = [this](const Byte *data, Long count) {
+            if (place(data) == "algorithm") algorithm_.assign(data, data + count);
+            return note(place(data) + " -> " + std::to_string(count));
+        };
+        io.onBulkRead = [this](Byte *data, Long count, Byte *state) {
+            (void)note(place(data) + " <- " + std::to_string(count));
+            state_ = state;
+            if (place(data) == "algorithm") std::ranges::copy(algorithm_, data);
+        };
     }
 
     Integer note(const std::string &entry) {
@@ -128,99 +99,54 @@ class ArmRig {
         const auto found = statuses.find(entry);
         return found == statuses.end() ? Integer{0} : found->second;
     }
-
-    void yield() {
-        if (state_ != nullptr) {
-            *state_ = readStates.empty() ? Byte{2} : readStates.front();
-            if (!readStates.empty()) readStates.pop_front();
-            state_ = nullptr;
-        }
-        look();
-    }
     void look() {
-        const int seen = t.host.prgmode(1);
+        const int seen = host.prgmode(1);
         if (progress.empty() || progress.back() != seen) progress.push_back(seen);
     }
-
+    void yield() {
+        look();
+        if (state_ == nullptr) return;
+        *state_ = readStates.empty() ? Byte{2} : readStates.front();
+        if (!readStates.empty()) readStates.pop_front();
+        state_ = nullptr;
+    }
     bool poll() {
         if (pending_.empty()) return false;
-        for (std::size_t i = 0; i < 13; ++i)
-            t.host.ibuf1(static_cast<Long>(i)) = i < pending_.front().size() ? pending_.front()[i] : Byte{0};
+        pending_.front().resize(13);
+        std::ranges::copy(pending_.front(), host.ibuf1.range(0, 13).begin());
         pending_.pop_front();
-        if (++reportsOfRun_ == stopAtReport) t.host.prgresult(0) = 2;
         return true;
     }
 
-    static std::size_t headLength(const Bytes &packet) {
-        switch (packet[0]) {
-        case 0x5A: return 2;
-        case 0x33: return 3;
-        case 0x0A: return 4;
-        default: return packet.size() == 8 ? 2 : 5;
-        }
-    }
-
-    Integer command(const Bytes &packet) {
-        packets.push_back(packet);
+    /// The bytes of a packet that are not the device's configuration, and its length.
+    Integer command(const Byte *packet, Long count) {
+        const std::map<Byte, int> heads = {{0x5A, 2}, {0x33, 3}, {0x0A, 4}};
+        const int head = heads.contains(packet[0]) ? heads.at(packet[0]) : count == 8 ? 2 : 5;
         std::string entry;
-        for (std::size_t i = 0; i < headLength(packet); ++i)
-            entry += toUtf8(t.io.datstr(packet[i], 2)) + ' ';
-        entry.back() = '/';
-        const Integer status = note(entry + std::to_string(packet.size()));
-        algorithmNext_ = packet[0] == 0x33;
-        if (packet[0] == 0x34 && packet.size() == 16) start(packet[1]);
-        return status;
+        for (int i = 0; i < head; ++i)
+            entry += toUtf8(io.datstr(packet[i], 2)) + (i + 1 < head ? ' ' : '/');
+        if (packet[0] == 0x34 && count == 16) start(packet[1]);
+        return note(entry + std::to_string(count));
     }
-
     void start(Byte code) {
-        constexpr Byte versionQuery = 0x1A, programs[] = {1, 4, 7};
-        const Long cleared = std::find(std::begin(programs), std::end(programs), code) != std::end(programs) ? 3 : 2;
-        for (Long i = 0; i < cleared && code != versionQuery; ++i)
-            EXPECT_EQ(t.host.ibuf1(i), 0) << "the former report is wiped before command " << int{code};
-        Reports reports;
-        if (code == versionQuery)
-            reports = {{100, 0, version}};
-        else
-            reports = next(code == 0x1D ? chipIds : runs);
-        pending_.assign(reports.begin(), reports.end());
-        reportsOfRun_ = code == versionQuery ? -1000 : 0;
+        constexpr Byte versionQuery = 0x1A;
+        EXPECT_TRUE(code == versionQuery || (host.ibuf1(0) == 0 && host.ibuf1(1) == 0)) << "the last report is wiped";
+        pending_ = {{100}};
+        if (code == versionQuery || runs.empty()) return;
+        pending_.assign(runs.front().begin(), runs.front().end());
+        runs.pop_front();
     }
-    static Reports next(std::deque<Reports> &script) {
-        if (script.empty()) return {{100}};
-        Reports reports = script.front();
-        script.pop_front();
-        return reports;
-    }
-
     std::string place(const Byte *data) {
-        const sharemap &blocks = t.apartment.blocks();
+        sharemap &blocks = apartment.blocks();
         if (data == &blocks.ibuf2(0)) return "ibuf2";
         const auto offset = data - &blocks.ibuffer(0);
-        return "ibuffer+" + std::to_string(offset);
+        const bool inBuffer = offset >= 0 && offset < static_cast<std::ptrdiff_t>(blocks.ibuffer.count());
+        return inBuffer ? "ibuffer+" + std::to_string(offset) : "algorithm";
     }
 
-    Integer take(const Byte *data, Long count) {
-        if (!algorithmNext_) return note(place(data) + " -> " + std::to_string(count));
-        algorithm_.assign(data, data + count);
-        return note("algorithm -> " + std::to_string(count));
-    }
-
-    void give(Byte *data, Long count, Byte *state) {
-        EXPECT_EQ(*state, 0) << "the completion state is wiped before a read";
-        (void)note((algorithmNext_ ? "algorithm" : place(data)) + " <- " + std::to_string(count));
-        for (Long i = 0; i < count; ++i)
-            data[i] = static_cast<Byte>(i + 1);
-        if (algorithmNext_) std::copy(algorithm_.begin(), algorithm_.end(), data);
-        if (algorithmNext_ && spoilsReadBack) ++data[count - 2];
-        state_ = state;
-    }
-
-    Workplace workplace_;
     Bytes algorithm_;
-    bool algorithmNext_ = false;
     Byte *state_ = nullptr;
     std::deque<Bytes> pending_;
-    int reportsOfRun_ = 0;
 };
 
 } // namespace kx3::test

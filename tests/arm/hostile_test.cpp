@@ -8,32 +8,31 @@
 #include <random>
 #include <thread>
 
-namespace kx3 {
+namespace kx3::test {
 namespace {
 
-using namespace test;
-
-TEST(HostileBlocks, EverySessionEndsWithItsTimeLine) {
+TEST(HostileBlocks, EverySessionEndsWithItsLastLine) {
     const Bytes fault{50, 0xFA, 0x32, 0xFF, 0xFF, 0xFF, 0x7F, 1, 2, 3, 4};
     const Reports scripts[] = {{{10, 0, 0x3C, 0}, {255, 0, 0x3C, 2}, {100, 0, 0x28}}, {fault}, {{1}, {2, 0x1E}}};
     /// The lowest byte of an element and all others: small and extreme numbers, families, no handle.
     constexpr std::pair<int, int> values[] = {{0, 0},    {1, 0},       {0x1B, 0},    {0x2E, 0},
                                               {0x42, 0}, {0xFF, 0xFF}, {0xFF, 0x7F}, {0, 0x80}};
     std::size_t turn = 0;
-    for (const Module module : {Module::arm32f, Module::arm}) {
-        ArmRig rig(module);
-        rig.t.host.chipidtestmode(0) = Boolean(true);
-        SavedBlocks saved(rig.t.host);
+    for (const Integer model : {model32f, modelArm}) {
+        ArmRig rig({.model = model});
+        rig.host.chipidtestmode(0) = Boolean(true);
+        SavedBlocks saved(rig.host);
         const auto endsInOrder = [&](Byte operation, std::span<std::byte> element, std::pair<int, int> value) {
             saved.restore();
             rig.runs.assign(3, scripts[turn++ % std::size(scripts)]);
-            rig.t.ui->answers = {MessageBoxResult::ignore};
+            rig.ui->answers = {MessageBoxResult::ignore};
             std::ranges::fill(element, static_cast<std::byte>(value.second));
             element[0] = static_cast<std::byte>(value.first);
-            EXPECT_TRUE(rig.run(operation).ends_with("Sec\n")) << rig.log();
-            EXPECT_EQ(rig.t.host.prgmode(1), 0);
+            const std::string log = rig.run(operation);
+            EXPECT_TRUE(log.ends_with("Sec\n") || log.ends_with(">>Device Code Error!\n")) << log;
+            EXPECT_EQ(rig.host.prgmode(1), 0);
         };
-        for (const Block &block : allBlocks(rig.t.host)) {
+        for (const Block &block : allBlocks(rig.host)) {
             const bool isLog = block.root == "MainRtstr";
             const bool selectsTheDriver = block.root == "modeltype" || block.root == "selmode";
             if (!block.isSmall() || isLog || selectsTheDriver) continue;
@@ -53,15 +52,14 @@ TEST(HostileBlocks, EverySessionEndsWithItsTimeLine) {
 
 TEST(HostileBlocks, ValuesMayChangeAtAnyMoment) {
     constexpr Byte finished = 100, readComplete = 2;
-    for (const Module module : {Module::arm32f, Module::arm}) {
-        ArmRig rig(module);
-        TestApartment &t = rig.t;
+    for (const Integer model : {model32f, modelArm}) {
+        ArmRig t({.model = model});
         t.sessionHost->onCall = [](const std::string &) {};
         t.sessionHost->onPoll = [&] {
             t.host.ibuf1(0) = finished;
             return true;
         };
-        t.io.onComWrite = t.io.onBulkWrite = [](Byte *, Long) { return Integer{0}; };
+        t.io.onComWrite = t.io.onBulkWrite = [](const Byte *, Long) { return Integer{0}; };
         t.io.onBulkRead = [](Byte *data, Long count, Byte *state) {
             std::fill_n(data, count, Byte{0x55});
             *state = readComplete;
@@ -93,9 +91,9 @@ TEST(HostileBlocks, ValuesMayChangeAtAnyMoment) {
             }
         }
         saved.restore();
-        EXPECT_TRUE(rig.run(3).ends_with("Sec\n")) << "the next session in peace";
+        EXPECT_TRUE(t.run(3).ends_with("Sec\n")) << "the next session in peace";
     }
 }
 
 } // namespace
-} // namespace kx3
+} // namespace kx3::test

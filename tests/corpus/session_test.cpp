@@ -163,24 +163,13 @@ template <class T> T answer(const Json &call) {
 class TapeHost final : public SessionHost {
   public:
     explicit TapeHost(Tape &tape) : tape_(tape) {}
-    void EndOperation() override { play("EndOperation"); }
-    void SetVcc(Long millivolts) override { play("SetVcc", millivolts); }
-    void SetGndPin(Byte pin, Byte state) override { play("SetGndPin", pin, state); }
-    void PowerStep(Long step) override { play("PowerStep", step); }
-    void SignalPass(Long value) override { play("SignalPass", value); }
-    void SignalFail(Long value) override { play("SignalFail", value); }
-    Long StartCheck() override { return play("StartCheck"); }
-    void Delay(Long milliseconds) override { play("Delay", milliseconds); }
-    bool PollStatus(Long request) override { return play("PollStatus", request) != 0; }
-    void ReportStartFailure() override { play("ReportStartFailure"); }
-    Long PrepareChip(Byte figmode) override { return play("PrepareChip", figmode); }
-    Long PrepareDevice32f(Byte figmode, Byte zero) override { return play("PrepareDevice32f", figmode, zero); }
-    Long PrepareDevice(Byte figmode, Byte zero) override { return play("PrepareDevice", figmode, zero); }
-    Long CompareWord(Byte low, Byte high, Long address, Long mode, Long mask) override {
-        return play("CompareWord", low, high, address, mode, mask);
+
+#define KX3_OPERATION(name, result, parameters, arguments)                                                             \
+    result name parameters override {                                                                                  \
+        const auto call = [this](auto... values) { return play(#name, values...); };                                   \
+        return static_cast<result>(call arguments);                                                                    \
     }
-    Long CompareByte(Byte data, Long address, Long mode) override { return play("CompareByte", data, address, mode); }
-    void AlgorithmLoaded(Long length) override { play("AlgorithmLoaded", length); }
+#include "outside/session_host_operations.inc"
 
   private:
     template <class... Arguments> Long play(const char *name, Arguments... arguments) {

@@ -5,52 +5,48 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <new>
 #include <stdexcept>
+#include <variant>
 
-namespace kx3 {
+namespace kx3::test {
 namespace {
 
-using test::errorOf;
 constexpr Long lowest = std::numeric_limits<Long>::min();
 constexpr Long highest = std::numeric_limits<Long>::max();
 
 TEST(Checked, EveryOperationFitsOrRaises) {
+    const auto overflow = ErrorNumber::overflow, division = ErrorNumber::divisionByZero;
     struct Case {
-        Long a;
-        char operation;
-        Long b;
-        std::optional<Long> result;
-        std::optional<ErrorNumber> error = std::nullopt;
+        std::function<Checked(Checked, Checked)> operation;
+        Long a, b;
+        std::variant<Long, ErrorNumber> result;
     };
+    const std::plus<Checked> plus;
+    const std::minus<Checked> minus;
+    const std::multiplies<Checked> times;
+    const std::divides<Checked> by;
+    const std::modulus<Checked> rest;
     const Case cases[] = {
-        {highest - 1, '+', 1, highest},
-        {highest, '+', 1, {}, ErrorNumber::overflow},
-        {lowest, '-', 1, {}, ErrorNumber::overflow},
-        {-1, '-', highest, lowest},
-        {46341, '*', 46341, {}, ErrorNumber::overflow},
-        {-65536, '*', 32768, lowest},
-        {lowest, '/', -1, {}, ErrorNumber::overflow},
-        {-7, '/', 2, -3},
-        {7, '/', 0, {}, ErrorNumber::divisionByZero},
-        {-7, '%', 2, -1},
-        {lowest, '%', -1, 0},
-        {7, '%', 0, {}, ErrorNumber::divisionByZero},
+        {plus, highest - 1, 1, highest},
+        {plus, highest, 1, overflow},
+        {minus, lowest, 1, overflow},
+        {minus, -1, highest, lowest},
+        {times, 46341, 46341, overflow},
+        {times, -65536, 32768, lowest},
+        {by, lowest, -1, overflow},
+        {by, -7, 2, -3},
+        {by, 7, 0, division},
+        {rest, -7, 2, -1},
+        {rest, lowest, -1, 0},
+        {rest, 7, 0, division},
     };
     for (const Case &c : cases) {
-        SCOPED_TRACE(std::to_string(c.a) + c.operation + std::to_string(c.b));
-        std::optional<Long> result;
-        const auto compute = [&] {
-            const Checked a = c.a, b = c.b;
-            const Checked value = c.operation == '+'   ? a + b
-                                  : c.operation == '-' ? a - b
-                                  : c.operation == '*' ? a * b
-                                  : c.operation == '/' ? a / b
-                                                       : a % b;
-            result = value.value();
-        };
-        EXPECT_EQ(errorOf(compute), c.error);
-        EXPECT_EQ(result, c.result);
+        std::variant<Long, ErrorNumber> result;
+        const auto error = errorOf([&] { result = c.operation(c.a, c.b).value(); });
+        if (error) result = *error;
+        EXPECT_EQ(result, c.result) << c.a << ' ' << c.b;
     }
 }
 
@@ -131,20 +127,13 @@ TEST(Text, IllFormedSequencesBecomeReplacementCharacters) {
 }
 
 TEST(Error, EveryExceptionHasANumberAndADescription) {
-    const auto describe = [](auto exception) {
-        try {
-            throw exception;
-        } catch (...) {
-            return describeCurrentException();
-        }
-    };
-    const Failure own = describe(Error(ErrorNumber::deviceIo, u"cable"));
-    EXPECT_EQ(own.number, ErrorNumber::deviceIo);
-    EXPECT_EQ(own.description, u"cable");
+    const auto describe = [](auto exception) { return failureOf([&] { throw exception; }).value(); };
+    EXPECT_EQ(describe(Error(ErrorNumber::deviceIo, u"cable")).number, ErrorNumber::deviceIo);
+    EXPECT_EQ(describe(Error(ErrorNumber::deviceIo, u"cable")).description, u"cable");
     EXPECT_EQ(describe(std::bad_alloc()).description, u"Out of memory");
     EXPECT_EQ(describe(std::runtime_error("odd")).description, u"Internal error: odd");
     EXPECT_EQ(describe(42).number, ErrorNumber::internal);
 }
 
 } // namespace
-} // namespace kx3
+} // namespace kx3::test

@@ -7,13 +7,19 @@
 
 namespace kx3::test {
 
-/// Number of the error that `action` raises; nothing when it raises none.
-template <class Action> std::optional<ErrorNumber> errorOf(Action action) {
+/// The error that `action` raises; nothing when it raises none.
+template <class Action> std::optional<Failure> failureOf(Action action) {
     try {
         action();
-    } catch (const Error &error) {
-        return error.number();
+    } catch (...) {
+        return describeCurrentException();
     }
+    return std::nullopt;
+}
+/// Its number.
+template <class Action> std::optional<ErrorNumber> errorOf(Action action) {
+    const std::optional<Failure> failure = failureOf(action);
+    if (failure) return failure->number;
     return std::nullopt;
 }
 

@@ -4,11 +4,9 @@
 
 #include <gtest/gtest.h>
 
-namespace kx3 {
+namespace kx3::test {
 namespace {
 
-using test::errorOf;
-using test::TestApartment;
 using Calls = std::vector<std::string>;
 
 class Mpu : public testing::Test {
@@ -17,8 +15,11 @@ class Mpu : public testing::Test {
     void runRefused() {
         t.sessionHost->prepare = 2;
         t.sessionHost->calls.clear();
-        Boolean usbenable(true);
+        Boolean usbenable;
+        usbenable.bits = t.mpu.exitpower.bits = 0x1234;
         t.mpu.runMpu6Prg(usbenable);
+        EXPECT_EQ(usbenable.bits, 0x1234) << "neither read nor written";
+        EXPECT_EQ(t.mpu.exitpower.bits, 0x1234);
     }
     TestApartment t;
 };
@@ -36,33 +37,23 @@ TEST_F(Mpu, CreationAttachesNothing) {
 
 TEST_F(Mpu, AttachSetsBuflgAndTheDeviceBuffer) {
     t.attach(1000);
-    EXPECT_EQ(t.mpu.buflg, 1000);
-    EXPECT_EQ(t.apartment.blocks().ibuffer.count(), 3200U);
+    const auto expectState = [this](Long buflg, std::uint32_t bufferBytes) {
+        EXPECT_EQ(t.mpu.buflg, buflg);
+        EXPECT_EQ(t.apartment.blocks().ibuffer.count(), bufferBytes);
+        EXPECT_EQ(t.apartment.blocks().prgmode.count(), 4U);
+    };
+    expectState(1000, 3200);
     EXPECT_TRUE(t.ui->boxes.empty());
-    t.host.buflength(0) = 0;
-    t.mpu.bufcommpu6(1);
-    EXPECT_EQ(t.mpu.buflg, 0);
-    EXPECT_EQ(t.apartment.blocks().ibuffer.count(), 2200U);
-}
-
-TEST_F(Mpu, AnOverflowingSizeLeavesBuflgAndTheDeviceBufferAlone) {
-    t.attach(1000);
     for (const Long size : {INT32_MAX, INT32_MAX - 2199}) {
         t.host.buflength(0) = size;
         EXPECT_EQ(errorOf([&] { t.mpu.bufcommpu6(1); }), ErrorNumber::overflow);
-        EXPECT_EQ(t.mpu.buflg, 1000);
-        EXPECT_EQ(t.apartment.blocks().prgmode.count(), 4U);
-        EXPECT_EQ(t.apartment.blocks().ibuffer.count(), 3200U);
+        expectState(1000, 3200);
     }
-}
-
-TEST_F(Mpu, FreeThenAttachBindsAgain) {
-    t.attach(1000);
     t.mpu.freesharebuffermpu6();
-    EXPECT_EQ(t.apartment.blocks().ibuffer.count(), 1U);
-    EXPECT_EQ(t.apartment.blocks().prgmode.count(), 4U);
+    expectState(1000, 1);
+    t.host.buflength(0) = 0;
     t.mpu.bufcommpu6(1);
-    EXPECT_EQ(t.apartment.blocks().ibuffer.count(), 3200U);
+    expectState(0, 2200);
 }
 
 TEST_F(Mpu, TheEndOfAnyObjectReleasesTheMainBlocks) {
@@ -91,20 +82,6 @@ TEST_F(Mpu, RunDispatchesByModelTypeAndSelection) {
         t.host.selmode(0) = c.selection;
         runRefused();
         EXPECT_EQ(t.sessionHost->calls, c.calls) << c.modelType << ' ' << int{c.selection};
-    }
-}
-
-TEST_F(Mpu, UsbenableAndExitpowerAreTheHosts) {
-    t.attach(1000);
-    t.host.modeltype(0) = 80;
-    t.sessionHost->prepare = 2;
-    for (const Integer bits : std::initializer_list<Integer>{0, -1, 1, 0x1234}) {
-        Boolean usbenable;
-        usbenable.bits = bits;
-        t.mpu.exitpower.bits = bits;
-        t.mpu.runMpu6Prg(usbenable);
-        EXPECT_EQ(usbenable.bits, bits);
-        EXPECT_EQ(t.mpu.exitpower.bits, bits);
     }
 }
 
@@ -145,4 +122,4 @@ TEST_P(ReentrantHost, CannotDisturbARunningOperation) {
 INSTANTIATE_TEST_SUITE_P(Operation, ReentrantHost, testing::Values(Integer{40}, Integer{80}));
 
 } // namespace
-} // namespace kx3
+} // namespace kx3::test

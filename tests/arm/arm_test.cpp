@@ -1,0 +1,291 @@
+// ARM sessions beyond what the cases as data hold: every error on its path, algorithm files, identities, families,
+// and which bytes go where.
+#include "arm_rig.h"
+
+namespace kx3::test {
+namespace {
+
+constexpr Byte direct = 9;
+const std::string directRun = "34 0A 00 00 00/16; ";
+const std::string pass = "EndOperation; SignalPass 0", fail = "EndOperation; SignalFail 0";
+const std::string passed = startLine(direct) + endLine(direct, "n2");
+
+TEST(ArmSession, EveryErrorEndsOnItsPath) {
+    struct Case {
+        const char *name;
+        std::function<void(ArmRig &)> prepare;
+        std::string log;
+        std::string lastCall;
+        std::string failure = "";
+    };
+    const auto image = [](Byte width, Long size) { return [=](ArmRig &rig) { rig.describe({width, size}); }; };
+    const std::string query = "34 1A 00 10 00/16", run = "34 0A 00 00 00/16", sent = "algorithm -> 291";
+    const Case cases[] = {
+        {"answer no byte", [](ArmRig &rig) { rig.sessionHost->startCheck = 256; }, aborted, "StartCheck", "Overflow"},
+        {"signature overflow", [](ArmRig &rig) { rig.host.wsign(1) = rig.host.wsign(2) = 128; }, aborted, "StartCheck",
+         "Overflow"},
+        {"image not sent", [&](ArmRig &rig) { rig.statuses[sent] = 1; }, aborted, sent},
+        {"image sent with another status", [&](ArmRig &rig) { rig.statuses[sent] = 2; }, passed, "SignalPass 0"},
+        {"image not read back", [](ArmRig &rig) { rig.readStates = {4}; }, aborted, "algorithm <- 292"},
+        {"library missing", [&](ArmRig &rig) { rig.failingCall = run; }, startLine(direct) + aborted, run,
+         "Cable unplugged"},
+        {"configuration beyond the buffer", image(1, 0x1000 + 2200 - 10), aborted, query, "Subscript out of range"},
+        {"image size overflow", image(2, 0x40000000), aborted, query, "Overflow"},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        ArmRig rig;
+        c.prepare(rig);
+        EXPECT_EQ(rig.run(direct), c.log);
+        EXPECT_EQ(rig.traffic.back(), c.lastCall);
+        EXPECT_EQ(rig.failure(), c.failure);
+        EXPECT_EQ(rig.host.prgresult(0), 0);
+    }
+}
+
+TEST(ArmSession, AnErrorInsideTheErrorPathReachesTheHost) {
+    ArmRig rig;
+    rig.sessionHost->startCheck = 1;
+    rig.host.prgnote(12).handle = 0xFFFFFFFF;
+    rig.host.prgmode(1) = 9;
+    EXPECT_THROW(rig.run(direct), Error);
+    EXPECT_EQ(rig.host.prgmode(1), 0);
+    rig.host.prgnote(12).handle = 0;
+    EXPECT_EQ(rig.run(direct), "\n" + timeLine) << "the next session starts anew";
+}
+
+TEST(ArmSession, AlgorithmFilesAreFoundAndJudged) {
+    const std::string rejected = "Read algo file error!\n" + timeLine;
+    constexpr int none = -1, folder = -2;
+    struct Case {
+        const char *name;
+        int clockBytes, generalBytes; ///< or none, or folder
+        int used;                     ///< bytes; or none
+    };
+    const Case cases[] = {
+        {"clock-specific first", 5, 4, 5},         {"clock-specific empty", 0, 4, 4},
+        {"clock-specific a folder", folder, 4, 4}, {"clock-specific too long is final", 0x6001, 4, none},
+        {"both missing", none, none, none},        {"longer than its block", none, 131073, none},
+    };
+    const std::tuple<Integer, const char *, const char *> modules[] = {
+        {model32f, "algo4/clk/clock.alg", "algo4/family/device.alg"},
+        {modelArm, "algo/clk/clock.bin", "algo/family/device.bin"}};
+    for (const auto &[model, clockSpecific, general] : modules)
+        for (const Case &c : cases) {
+            SCOPED_TRACE(c.name);
+            ArmRig rig({.model = model});
+            const auto put = [](const std::filesystem::path &path, int bytes) {
+                std::filesystem::remove(path);
+                if (bytes == folder) std::filesystem::create_directories(path);
+                if (bytes >= 0) spill(path, std::vector(static_cast<std::size_t>(bytes), 'a'));
+            };
+            put(clockSpecific, c.clockBytes);
+            put(general, c.generalBytes);
+            EXPECT_EQ(rig.run(direct), c.used == none ? rejected : passed);
+            EXPECT_EQ(std::ranges::count(rig.traffic, "AlgorithmLoaded " + std::to_string(c.used)), c.used != none);
+        }
+}
+
+TEST(ArmSession, ChipIdCheck) {
+    using enum MessageBoxResult;
+    struct Case {
+        const char *name;
+        Integer maker, device;
+        std::deque<Reports> reports;
+        std::deque<MessageBoxResult> answers;
+        std::string log;
+        std::string traffic;
+    };
+    const Reports match{{10}, {100, 0, 1, 0x1F, 0x95, 0x0B}}, other{{100, 0, 0, 0xFF, 0x00}};
+    const std::string ask = "34 1D 00 00 00/16; ", goesOn = "Delay 20; " + directRun + pass;
+    const Case cases[] = {
+        {"mismatch, retry, match",
+         0x1F,
+         0x95,
+         {other, match},
+         {retry},
+         ">>n9 1F   n10 950B\n" + passed,
+         ask + ask + goesOn},
+        {"mismatch, ignore", 0x1F, 0x95, {other}, {ignore}, passed, ask + goesOn},
+        {"another maker", 0x1E, 0x95, {match}, {ignore}, passed, ask + goesOn},
+        {"retry, then no report", 0x1F, 0x95, {other, {}}, {retry}, passed, ask + ask + goesOn},
+        {"too many code bytes", 0x1F, 0x95, {{{100, 0, 16}}}, {}, aborted, "34 1D 00 00 00/16"},
+        {"a device of any maker", 0, 0x95, {{}}, {}, passed, ask + goesOn},
+        {"nothing is expected, nothing asked", 0, 0, {}, {}, passed, goesOn},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        ArmRig rig;
+        rig.host.chipidtestmode(0) = Boolean(true);
+        rig.host.compid(0) = c.maker;
+        rig.host.typeid_(0) = c.device;
+        rig.runs = c.reports;
+        rig.ui->answers = c.answers;
+        EXPECT_EQ(rig.run(direct), c.log);
+        EXPECT_EQ(rig.operationTraffic(), c.traffic);
+        EXPECT_EQ(rig.ui->boxes.size(), c.answers.size());
+    }
+}
+
+TEST(ArmSession, DirectRunsOfSomeFamiliesSendData) {
+    const std::string announce = "0A 00 80 02/4; ", head = announce + "ibuffer+0 -> 2560; ",
+                      end = announce + "ibuffer+4048 -> 48; ";
+    const std::pair<Byte, std::string> cases[] = {{0x1A, ""}, {0x1B, head}, {0x1D, head}, {0x1E, ""},
+                                                  {0x2D, ""}, {0x2E, end},  {0x31, end},  {0x32, ""}};
+    for (const auto &[family, data] : cases) {
+        ArmRig rig({.addresses = 0x1000, .bank = 1, .family = family});
+        rig.expect(direct, endLine(direct, "n2"), data + "34 0A 01 00 00/16; " + pass);
+        const Long first = family >= 0x1B && family <= 0x1D ? 0x1000 - 10 : 0x1000;
+        EXPECT_TRUE(std::ranges::equal(rig.host.ubuf1.range(5, 11), rig.host.ibuffer.range(first, 11))) << int{family};
+    }
+    ArmRig rig({.family = 0x2E});
+    const std::string sent = "0A 00 80 01/4; ibuffer+208 -> 48";
+    rig.statuses["ibuffer+208 -> 48"] = 5; // a code without a line
+    rig.expect(direct, timeLine, sent + "; " + directRun + fail);
+    rig.statuses["ibuffer+208 -> 48"] = -1; // a status that is no byte
+    rig.expect(direct, aborted, sent, "Overflow");
+    rig.host.tlength(0) = 0x2F; // the data would begin before the buffer
+    rig.expect(direct, aborted, "0A 00 80 01/4", "Subscript out of range");
+}
+
+TEST(ArmSession, AnIdentityErrorEndsADirectRun) {
+    ArmRig rig;
+    rig.runs = {{{0, 0xF9}}};
+    rig.expect(direct, ">>ID Check Error!!!\n" + endLine(direct, "n3"), directRun + fail);
+}
+
+TEST(BlockTransfer, BlocksAndChunks) {
+    struct Case {
+        Integer model;
+        Byte operation;
+        Device device;
+        std::string traffic;
+    };
+    const std::string ask = "0A 00 40 02/8; ", announce = "0A 00 80 02/4; ", announceArm = "0A 00 80 01/4; ";
+    const Case cases[] = {
+        // Reading: one request a block, chunks of C000.
+        {model32f, 2, {2, 0x100, 0x100, 16, 32, 1}, "34 02 81 00 00/16; " + ask + "ibuffer+32 <- 480; "},
+        {model32f, 2, {1, 0x100, 0x100, 0.5, 2.5}, "34 02 80 00 00/16; " + ask + "ibuffer+2 <- 256; "},
+        {model32f, 2, {1, 1}, "34 02 80 00 00/16; " + ask + "ibuffer+0 <- 1; "},
+        {model32f, 2, {1, 0x100, 0x100, 255}, "34 02 80 00 00/16; " + ask + "ibuffer+0 <- 1; "},
+        {model32f,
+         2,
+         {1, 0x18001, 0xC000},
+         "34 02 00 00 00/16; " + ask + "ibuffer+0 <- 49152; 34 02 00 01 00/16; " + ask +
+             "ibuffer+49152 <- 49152; 34 02 80 02 00/16; " + ask + "ibuffer+98304 <- 1; "},
+        // A verify of a device that is not large ends with it.
+        {model32f, 5, {1, 0xFF80, 0x20000}, "34 06 80 00 00/16; " + ask + "ibuf2 <- 49152; ibuf2 <- 16256; "},
+        // Reading: one request a chunk of 8000, counted in addresses also for words.
+        {modelArm,
+         2,
+         {2, 0x10000, 0x10000},
+         "34 02 80 00 00/16; 0A 00 40 01/8; ibuffer+0 <- 32768; 0A 01 40 01/8; ibuffer+32768 <- 32768; "},
+        {modelArm,
+         5,
+         {1, 0x8001, 0x10000, 0, 0, 1},
+         "34 06 81 00 00/16; " + ask + "ibuf2 <- 32768; 0A 01 40 02/8; ibuf2 <- 1; "},
+        // Programming: the last block is counted in bytes.
+        {model32f,
+         3,
+         {1, 0x30000, 0x18000},
+         announce + "ibuffer+0 -> 49152; ibuffer+49152 -> 49152; 34 04 00 00 00/16; " + announce +
+             "ibuffer+98304 -> 49152; ibuffer+147456 -> 49152; 34 04 80 01 00/16; "},
+        {model32f,
+         3,
+         {2, 0x8040, 0x8080},
+         announce + "ibuffer+0 -> 49152; ibuffer+49152 -> 16512; 34 04 80 00 00/16; "},
+        {modelArm,
+         3,
+         {1, 0xFFFF, 0xFFFF, 0, 0, 1},
+         announce + "ibuffer+0 -> 32768; ibuffer+32768 -> 32767; 34 04 81 00 00/16; "},
+        // The automatic sequence never rounds; its last chunk takes 100 bytes more where they fit.
+        {modelArm,
+         0,
+         {1, 0x10080, 0x20000},
+         announceArm + "ibuffer+0 -> 65536; ibuffer+65536 -> 228; 34 01 80 00 00/16; "},
+        {model32f, 0, {1, 49051, 0x10000}, announce + "ibuffer+0 -> 49151; 34 01 80 00 00/16; "},
+        {model32f, 0, {1, 49052, 0x10000}, announce + "ibuffer+0 -> 49052; 34 01 80 00 00/16; "},
+    };
+    for (Case c : cases) {
+        c.device.model = c.model;
+        ArmRig rig(c.device, 0x40000);
+        rig.run(c.operation);
+        EXPECT_EQ(rig.operationTraffic(), c.traffic + pass);
+        EXPECT_EQ(rig.failure(), "");
+    }
+    ArmRig rig({.addresses = 0x808000, .block = 0x8000, .model = modelArm}, 0x808000);
+    rig.run(3);
+    EXPECT_TRUE(rig.operationTraffic().ends_with("ibuffer+8388608 -> 32768; 34 04 80 00 01/16; " + pass));
+}
+
+TEST(BlockTransfer, WhatCannotBeIsAnErrorBeforeItIsSent) {
+    const std::string subscript = "Subscript out of range";
+    const std::pair<Device, std::string> devices[] = {
+        {{1, 0}, subscript},
+        {{1, 0x100, 0x100, 256}, subscript},
+        {{1, 0x100, -1}, subscript},
+        {{1, 0x100, 0}, "Division by zero"},
+        {{1, 0x100, 0x100, 1e10}, "Overflow"},
+    };
+    for (const Byte operation : {Byte{0}, Byte{2}, Byte{3}, Byte{5}})
+        for (const auto &[device, error] : devices)
+            ArmRig(device).expect(operation, aborted, "", error);
+
+    constexpr Long end = 0x1000 + 2200;
+    const std::tuple<Byte, Device, std::string> transfers[] = {
+        {2, {1, 0x100, 0x100, 0, end - 255}, "34 02 80 00 00/16; 0A 00 40 02/8"},
+        {2, {1, 0x100, 0x100, 0, -1}, "34 02 80 00 00/16; 0A 00 40 02/8"},
+        {3, {1, 0x100, 0x100, 0, end - 255}, "0A 00 80 02/4"},
+        {0, {1, 0x100, 0x100, 0, end - 355}, "0A 00 80 02/4"},
+        {3, {1, 0x200, 0x100}, "0A 00 80 02/4"}, // a block smaller than its chunk sends a whole chunk
+    };
+    for (const auto &[operation, device, traffic] : transfers)
+        ArmRig(device).expect(operation, aborted, traffic, subscript);
+}
+
+TEST(BlockTransfer, AFailedBulkReadIsTriedOnceMore) {
+    const std::string tried = "34 02 80 00 00/16; 0A 00 40 02/8; ibuffer+0 <- 256; ibuffer+0 <- 256; ";
+    ArmRig rig;
+    rig.readStates = {2, 4};
+    rig.expect(2, endLine(2, "n2"), tried + pass);
+    rig.readStates = {2, 4, 255};
+    rig.expect(2, aborted, tried + "EndOperation");
+}
+
+TEST(BlockTransfer, ProgressGrowsWithBlocksAndChunks) {
+    const std::pair<Byte, std::vector<int>> cases[] = {
+        {2, {0, 21, 42, 71, 92, 100}}, {5, {0, 21, 42, 71, 92, 100}}, {3, {0, 25, 50, 75, 100}}, {9, {0, 50, 100}}};
+    for (const auto &[operation, progress] : cases) {
+        ArmRig rig({1, 0x18000, 0xC000}, 0x18000);
+        rig.runs = {{{50}, {100}}, {{50}, {100}}};
+        rig.run(operation);
+        EXPECT_EQ(rig.progress, progress) << int{operation};
+    }
+}
+
+TEST(ErrorLine, TheBufferAddressOfAWordHasEightPlaces) {
+    const std::pair<Bytes, std::string> cases[] = {
+        {{0, 0xFA, 0, 0x10, 0, 0, 0}, "Buffer Address:20      H"},
+        {{0, 0xFA, 0, 0xFF, 0xFF, 0xFF, 0xFF}, "Buffer Address:FFFFFFFEH"},
+        {{0, 0xFA, 0, 0, 0, 0, 0x40}, startLine(3) + aborted}, // an overflow
+    };
+    for (const auto &[report, text] : cases) {
+        ArmRig rig({.width = 2});
+        rig.runs = {{report}};
+        EXPECT_NE(rig.run(3).find(text), std::string::npos) << rig.log();
+    }
+}
+
+TEST(AutoProgram, VerifyNotesBelongToTheirBlock) {
+    ArmRig rig({.addresses = 0x10000, .block = 0x8000, .margin = 2, .model = modelArm}, 0x10000);
+    rig.host.bvcc(0) = 330;
+    const Reports block = {{1, 0, 0x1E}, {2, 0, 0x3C, 0}, {3, 0, 0x3C, 2}, {100}};
+    rig.runs = {block, block};
+    const std::string second = ">>n0 Verify(VCC:2.97V) n1 \n";
+    EXPECT_EQ(rig.run(0),
+              startLine(0) + ">>n0 Erasen1 \n" + second + ">>n0 Verify(VCC:3.63V) n1 \n" + second + endLine(0, "n2"));
+    EXPECT_EQ(rig.progress, std::vector<int>({0, 1, 0, 17, 33, 1, 67, 83, 100}));
+}
+
+} // namespace
+} // namespace kx3::test
