@@ -1,7 +1,7 @@
 // Where configuration bytes stand in the device buffer.
 #pragma once
 
-#include "base/checked.h"
+#include "base/types.h"
 
 namespace kx3 {
 
@@ -10,14 +10,7 @@ namespace kx3 {
 enum class AddressBase : Byte { length, twiceLength, bufferStart };
 
 /// Index in the device buffer of the byte `offset` from `base`. Raises Overflow.
-[[nodiscard]] constexpr Long configAddress(AddressBase base, Long offset, Long tlength) {
-    switch (base) {
-    case AddressBase::length: return (Checked(tlength) + offset).value();
-    case AddressBase::twiceLength: return (Checked(2) * tlength + offset).value();
-    case AddressBase::bufferStart: break;
-    }
-    return offset;
-}
+[[nodiscard]] Long configAddress(AddressBase base, Long offset, Long tlength);
 
 /// Offset from the start of the buffer of the configuration byte that is copied to the image's end.
 inline constexpr Long configByteAddress = 0x103F;

@@ -1,5 +1,6 @@
 #include "editors/layout.h"
 
+#include "base/checked.h"
 #include "base/error.h"
 #include "base/text.h"
 #include "editors/description.h"
@@ -205,6 +206,15 @@ std::optional<EditorLayout> editorLayout(const DeviceTraits &device, const State
     const EditorDescription *editor = editorOf(device.prgmode);
     if (editor == nullptr) return std::nullopt;
     return layoutOf(*editor, device, words);
+}
+
+Long configAddress(AddressBase base, Long offset, Long tlength) {
+    switch (base) {
+    case AddressBase::length: return (Checked(tlength) + offset).value();
+    case AddressBase::twiceLength: return (Checked(2) * tlength + offset).value();
+    case AddressBase::bufferStart: break;
+    }
+    return offset;
 }
 
 } // namespace kx3
