@@ -15,8 +15,8 @@ namespace kx3 {
 using Captions = std::span<const Caption>;
 
 /// Captions of rows with the same hazard.
-template <class... Texts>
-constexpr std::array<Caption, sizeof...(Texts)> rowsOf(Hazard hazard, const Texts &...captions) {
+template <class... Strings>
+constexpr std::array<Caption, sizeof...(Strings)> rowsOf(Hazard hazard, const Strings &...captions) {
     return {Caption(captions, hazard)...};
 }
 

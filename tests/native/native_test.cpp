@@ -179,6 +179,61 @@ TEST_F(Native, BlocksAreDescribed) {
     EXPECT_EQ(kx3_block_describe(62, &info), KX3_SUBSCRIPT);
 }
 
+TEST_F(Native, BytesOfAnEditorAreDescribed) {
+    const struct {
+        kx3_device device;
+        std::int32_t byte;
+        std::vector<std::int32_t> detail; ///< base, offset, bits of fields, bits that OK keeps
+    } cases[] = {
+        {{0x400, 20, 1, 0}, 1, {KX3_BASE_LENGTH, 1, 0x13, 0}},
+        {{0x400, 20, 13, 0}, 1, {KX3_BASE_TWICE_LENGTH, 1, 0xFF, 0x20}}, // a greyed row
+        {{0x400, 20, 13, 0}, 2, {KX3_BASE_TWICE_LENGTH, 2, 0x7F, 0x3F}}, // a hidden frame, two bits forced
+        {{0x400, 20, 13, 0}, 3, {KX3_BASE_TWICE_LENGTH, 3, 0xFF, 0xFF}}, // only read
+        {{0x400, 20, 13, 0}, 5, {KX3_BASE_TWICE_LENGTH, 5, 0xFF, 0}},    // greyed until a box is checked
+        {{0x400, 20, 15, 0}, 8, {KX3_BASE_TWICE_LENGTH, 8, 0xFF, 0}},    // hidden; a value without an item is lost
+        {{40960, 20, 22, 0}, 0, {KX3_BASE_LENGTH, 0, 0x1F, 0x0E}},       // a list without items
+        {{0x400, 20, 41, 0}, 0, {KX3_BASE_BUFFER_START, 0x103F, 0xF5, 0}},
+    };
+    for (const auto &[device, byte, expected] : cases) {
+        kx3_editor *editor = nullptr;
+        ASSERT_EQ(kx3_editor_describe(&device, 0, &editor), KX3_OK);
+        kx3_config_byte_detail detail{
+            .struct_size = sizeof detail, .base = 0, .offset = 0, .field_mask = 0, .kept_mask = -1};
+        EXPECT_EQ(kx3_editor_byte_detail(editor, byte, &detail), KX3_OK);
+        EXPECT_EQ((std::vector{detail.base, detail.offset, detail.field_mask, detail.kept_mask}), expected);
+        detail = {.struct_size = offsetof(kx3_config_byte_detail, kept_mask),
+                  .base = 0,
+                  .offset = 0,
+                  .field_mask = 0,
+                  .kept_mask = -1};
+        EXPECT_EQ(kx3_editor_byte_detail(editor, byte, &detail), KX3_OK);
+        EXPECT_EQ(detail.kept_mask, -1) << "an older host's structure ends before it";
+        detail.struct_size = 0;
+        EXPECT_EQ(kx3_editor_byte_detail(editor, byte, &detail), KX3_INVALID_CALL);
+        kx3_editor_free(editor);
+    }
+}
+
+TEST_F(Native, DefaultBytesAndLanguagesAreListed) {
+    const kx3_device device{0x400, 20, 46, 0};
+    std::array<std::int32_t, 45> addresses{};
+    std::array<std::uint8_t, 45> values{};
+    std::size_t count = 0;
+    ASSERT_EQ(kx3_default_bytes(&device, addresses.data(), values.data(), 9, &count), KX3_OK);
+    EXPECT_EQ(count, addresses.size());
+    EXPECT_EQ(addresses[7], 0x400 - 41);
+    EXPECT_EQ(values[7], 0xFF);
+    EXPECT_EQ(addresses[8], 0x400 - 40);
+    EXPECT_EQ(values[8], 0xFE) << "the later of two runs";
+    EXPECT_EQ(addresses[9], 0) << "no more than was asked for";
+
+    kx3_language_info language{.struct_size = sizeof language, .name = nullptr, .block = 0};
+    ASSERT_EQ(kx3_language_describe(kx3_language_count() - 1, &language), KX3_OK);
+    EXPECT_STREQ(language.name, "ru");
+    EXPECT_EQ(language.block, 33000);
+    EXPECT_EQ(kx3_language_describe(kx3_language_count(), &language), KX3_SUBSCRIPT);
+}
+
 TEST_F(Native, StructuresOfCallbacksSayTheirSize) {
     kx3_ui ui{};
     EXPECT_EQ(kx3_set_ui(&ui), KX3_INVALID_CALL);
