@@ -27,7 +27,7 @@ check() {
 sweep() {
     local part workers=() status=0
     for part in $(seq "$(jobs)"); do
-        "$bin/torture" "$@" --parts "$(jobs)" --part "$part" &
+        "$bin/torture" "$@" "$part" "$(jobs)" &
         workers+=($!)
     done
     for part in "${workers[@]}"; do wait "$part" || status=1; done
@@ -43,10 +43,10 @@ else
     stride=401 kills=50 sessions=10000
 fi
 check "$bin/torture" --digests torture/digests.txt
-check sweep --count "$count" --seed "$seed"
+check sweep --sweep "$count" "$seed"
 check sweep --allocations
 check "$bin/torture" --flips "$stride"
-check "$bin/torture" --kill "$kills" --seed "$seed"
+check "$bin/torture" --kill "$kills" "$seed"
 # An instrumented allocator keeps memory back: growth is measured without.
 [ "$preset" = sanitize ] || check "$bin/torture" --soak "$sessions"
 printf '%d passed, %d failed, 0 skipped\n' "$passed" "$failed"
