@@ -8,7 +8,7 @@
 int main(int argc, char **argv) {
     int files = 0;
     for (int i = 1; i < argc; ++i)
-        for (const auto &entry : std::filesystem::directory_iterator(argv[i])) {
+        for (const auto &entry : std::filesystem::directory_iterator(std::filesystem::absolute(argv[i]))) {
             const std::vector<char> bytes = kx3::test::slurp(entry.path());
             kx3::fuzz::run({reinterpret_cast<const std::uint8_t *>(bytes.data()), bytes.size()});
             ++files;

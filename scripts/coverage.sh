@@ -20,8 +20,8 @@ ctest --preset coverage -j "$(jobs)" -E native_exports >"$build"/tests.log || {
     tail -n 20 "$build"/tests.log
     exit 1
 }
-"$build"/bin/torture --workers "$(jobs)"
-"$build"/bin/torture --allocations --workers "$(jobs)"
+"$build"/bin/torture --sweep
+"$build"/bin/torture --allocations
 
 report() { gcovr -r . "$build" --filter "${1:-src/}" --branches --exclude-throw-branches --exclude-unreachable-branches "${@:2}"; }
 if [ $# -gt 0 ]; then

@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
-# The tests of the engine, the C interface and the console host under valgrind: invalid accesses,
-# values never set, leaks.
+# What the sanitizers do not see: values never set, in whole programs that go everywhere once.
 #
-#   scripts/valgrind.sh [all]     all: the long ones, too (an hour)
+#   scripts/valgrind.sh [all]     all: every test program and fuzzer's corpus (an hour)
 #
 # The last line counts programs: "N passed, N failed, N skipped".
 set -euo pipefail
@@ -31,15 +30,16 @@ fi
 cmake --preset release >/dev/null
 cmake --build --preset release -j "$(jobs)" >/dev/null
 
-for suite in host notes buffer_init session console; do check "${suite}_tests" --gtest_brief=1; done
-check arm_tests --gtest_brief=1 --gtest_filter=-HostileBlocks.*
-# The allocator that fails on purpose is replaced by valgrind's.
-check native_tests --gtest_brief=1 --gtest_filter=-Native.WithoutMemoryACallFailsAndTheNextOneWorks
-for fuzzer in reports blocks forms calls files; do check "fuzz_$fuzzer" "$PWD/fuzz/corpus/$fuzzer"; done
+# The engine: all operations, editors and notes; the C interface called by hosts good and bad; files.
 check torture --digests torture/digests.txt
+check fuzz_calls fuzz/corpus/calls
+check fuzz_files fuzz/corpus/files
 check unload_while_bound "$PWD/$bin/libkx3mpu6.so"
 if [ "${1:-}" = all ]; then
-    for suite in arm editors simulator; do check "${suite}_tests" --gtest_brief=1; done
+    for fuzzer in reports blocks forms; do check "fuzz_$fuzzer" "fuzz/corpus/$fuzzer"; done
+    for suite in engine console simulator; do check "${suite}_tests" --gtest_brief=1; done
+    # The allocator that fails on purpose is replaced by valgrind's.
+    check native_tests --gtest_brief=1 --gtest_filter=-Native.WithoutMemoryACallFailsAndTheNextOneWorks
 fi
 printf '%d passed, %d failed, 0 skipped\n' "$passed" "$failed"
 [ "$failed" -eq 0 ]

@@ -16,19 +16,13 @@
 namespace kx3::torture {
 namespace {
 
-struct Options {
-    std::uint64_t count = 0; ///< faulted runs to reach; the sweep over single faults is always complete
-    std::uint64_t parts = 1; ///< that share the work
-    std::uint64_t part = 1;  ///< which of them this is
-    std::uint64_t seed = 1;
-    std::uint64_t show = 20; ///< failures that are printed
-    std::uint64_t flips = 0;
-    std::uint64_t kills = 0;
-    std::uint64_t soak = 0;
+/// What a process does of a sweep.
+struct Share {
     bool allocations = false;
-    std::string digests; ///< file to compare the clean runs with; "-" prints them
-    std::string scenario;
-    std::vector<Planned> plan;
+    std::uint64_t count = 0; ///< faulted runs to reach in all; the sweep over single faults is always complete
+    std::uint64_t seed = 1;
+    std::uint64_t part = 1; ///< from 1
+    std::uint64_t parts = 1;
 };
 
 /// The case under way, in memory that survives this process.
@@ -36,25 +30,25 @@ using CaseText = std::array<char, 400>;
 
 class Sweep {
   public:
-    Sweep(const Options &options, CaseText &current) : options_(options), current_(current) {}
+    Sweep(const Share &share, CaseText &current) : share_(share), current_(current) {}
 
     int run() {
         for (const Scenario &scenario : allScenarios()) {
             const Trace reference = player_.reference(scenario).trace;
-            if (options_.allocations)
+            if (share_.allocations)
                 failAllocations(scenario, reference.allocations);
             else
                 failCalls(scenario, reference.calls);
         }
-        while (!options_.allocations && !enough())
+        while (!share_.allocations && !enough())
             combine();
         std::printf("%llu faulted runs (%s), %llu failures\n", static_cast<unsigned long long>(runs_),
-                    options_.allocations ? "allocations" : "outside calls", static_cast<unsigned long long>(failures_));
+                    share_.allocations ? "allocations" : "outside calls", static_cast<unsigned long long>(failures_));
         return failures_ == 0 ? 0 : 1;
     }
 
   private:
-    [[nodiscard]] bool enough() const { return runs_ * options_.parts >= options_.count; }
+    [[nodiscard]] bool enough() const { return runs_ * share_.parts >= share_.count; }
 
     void failAllocations(const Scenario &scenario, std::uint64_t allocations) {
         for (std::uint64_t k = 1; k <= allocations; ++k)
@@ -76,7 +70,7 @@ class Sweep {
 
     void onceAndFromThenOn(const Scenario &scenario, std::uint64_t call, const Fault &fault) {
         for (const bool fromThenOn : {false, true})
-            if (next_++ % options_.parts == options_.part - 1) play({&scenario, {{call, &fault, fromThenOn}}});
+            if (next_++ % share_.parts == share_.part - 1) play({&scenario, {{call, &fault, fromThenOn}}});
     }
 
     /// Two or three faults in one run, for a while on each scenario in turn.
@@ -110,25 +104,26 @@ class Sweep {
         const std::optional<std::string> objection = player_.play(faulted);
         if (!objection) return;
         ++runs_;
-        if (!objection->empty() && ++failures_ <= options_.show)
+        constexpr std::uint64_t mostShown = 20;
+        if (!objection->empty() && ++failures_ <= mostShown)
             std::fprintf(stderr, "FAILED: %s\n  torture %s\n", objection->c_str(), arguments.c_str());
     }
 
-    const Options &options_;
+    const Share share_;
     CaseText &current_;
     Player player_;
     std::uint64_t next_ = 0;
     std::uint64_t runs_ = 0;
     std::uint64_t failures_ = 0;
-    std::mt19937_64 random_{options_.seed * 1000 + options_.part};
+    std::mt19937_64 random_{share_.seed * 1000 + share_.part};
 };
 
 /// Sweep in a process of its own, and say where it was when it does not come to its end.
-int sweep(const Options &options) {
+int sweep(const Share &share) {
     void *memory = ::mmap(nullptr, sizeof(CaseText), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     CaseText &current = *static_cast<CaseText *>(memory);
     const pid_t child = ::fork();
-    if (child == 0) return Sweep(options, current).run();
+    if (child == 0) return Sweep(share, current).run();
     int status = 0;
     ::waitpid(child, &status, 0);
     if (status == 0) return 0;
@@ -164,59 +159,41 @@ int compareDigests(const std::string &file) {
     return same ? 0 : 1;
 }
 
-int replay(const Options &options) {
-    const auto scenario = std::ranges::find(allScenarios(), options.scenario, &Scenario::name);
-    if (scenario == allScenarios().end()) throw std::runtime_error("no scenario " + options.scenario);
-    const std::optional<std::string> objection = Player().play({&*scenario, options.plan});
+/// Words: scenario, then for each fault its call, its name and, for one from there on, "from".
+int replay(std::span<char *const> words) {
+    const auto scenario = std::ranges::find(allScenarios(), std::string_view(words[0]), &Scenario::name);
+    if (scenario == allScenarios().end()) throw std::runtime_error(std::string("no scenario ") + words[0]);
+    Case faulted{&*scenario, {}};
+    for (std::size_t i = 1; i < words.size(); ++i) {
+        if (words[i] == std::string_view("from") && i > 1) {
+            faulted.plan.back().fromThenOn = true;
+            continue;
+        }
+        const Fault *fault = i + 1 < words.size() ? findFault(words[i + 1]) : nullptr;
+        if (fault == nullptr) throw std::runtime_error(std::string("no fault of the table behind ") + words[i]);
+        faulted.plan.push_back({std::stoull(words[i++]), fault});
+    }
+    const std::optional<std::string> objection = Player().play(faulted);
     std::printf("%s\n", !objection ? "no fault struck" : objection->empty() ? "all well" : objection->c_str());
     return objection && objection->empty() ? 0 : 1;
 }
 
-constexpr std::pair<std::string_view, std::uint64_t Options::*> numbers[] = {
-    {"--count", &Options::count}, {"--parts", &Options::parts}, {"--part", &Options::part},
-    {"--seed", &Options::seed},   {"--show", &Options::show},   {"--flips", &Options::flips},
-    {"--kill", &Options::kills},  {"--soak", &Options::soak}};
-
-Options parse(std::span<char *const> arguments) {
-    Options options;
-    for (std::size_t i = 1; i < arguments.size(); ++i) {
-        const std::string_view option = arguments[i];
-        const auto value = [&] {
-            if (++i == arguments.size()) throw std::runtime_error("no value behind " + std::string(option));
-            return std::string(arguments[i]);
-        };
-        const auto *const number = std::ranges::find(numbers, option, [](const auto &row) { return row.first; });
-        if (number != std::end(numbers))
-            options.*number->second = std::stoull(value());
-        else if (option == "--allocations")
-            options.allocations = true;
-        else if (option == "--scenario")
-            options.scenario = value();
-        else if (option == "--digests")
-            options.digests = value();
-        else if (option == "--call")
-            options.plan.push_back({std::stoull(value())});
-        else if (option == "--fault" && !options.plan.empty())
-            options.plan.back().fault = findFault(value());
-        else if (option == "--from" && !options.plan.empty())
-            options.plan.back().fromThenOn = true;
-        else
-            throw std::runtime_error("unknown option " + std::string(option));
-    }
-    if (std::ranges::count(options.plan, nullptr, &Planned::fault) != 0)
-        throw std::runtime_error("a call without a fault of the table");
-    if (options.part == 0 || options.part > options.parts) throw std::runtime_error("no such part");
-    return options;
-}
-
-int run(const Options &options) {
-    if (!options.digests.empty()) return compareDigests(options.digests);
+int run(std::span<char *const> words) {
+    const std::string_view what = words.size() < 2 ? "" : words[1];
+    const auto number = [&](std::size_t i, std::uint64_t otherwise) {
+        return i < words.size() ? std::stoull(words[i]) : otherwise;
+    };
+    if (what == "--digests" && words.size() == 3) return compareDigests(words[2]);
     const test::Workplace workplace;
-    if (!options.scenario.empty()) return replay(options);
-    if (options.flips != 0) return reportEveryFlip(options.flips);
-    if (options.kills != 0) return killAtRandom(options.kills, options.seed);
-    if (options.soak != 0) return soak(options.soak);
-    return sweep(options);
+    if (what == "--sweep") return sweep({false, number(2, 0), number(3, 1), number(4, 1), number(5, 1)});
+    if (what == "--allocations") return sweep({.allocations = true, .part = number(2, 1), .parts = number(3, 1)});
+    if (what == "--flips") return reportEveryFlip(number(2, 1));
+    if (what == "--kill") return killAtRandom(number(2, 1), number(3, 1));
+    if (what == "--soak") return soak(number(2, 0));
+    if (what == "--replay" && words.size() > 2) return replay(words.subspan(2));
+    throw std::runtime_error(
+        "one of --digests FILE, --sweep [COUNT SEED PART PARTS], --allocations [PART PARTS], "
+        "--flips STRIDE, --kill TIMES [SEED], --soak SESSIONS, --replay SCENARIO CALL FAULT [from]");
 }
 
 } // namespace
@@ -224,7 +201,7 @@ int run(const Options &options) {
 
 int main(int argc, char **argv) {
     try {
-        return kx3::torture::run(kx3::torture::parse({argv, static_cast<std::size_t>(argc)}));
+        return kx3::torture::run({argv, static_cast<std::size_t>(argc)});
     } catch (const std::exception &error) {
         std::fprintf(stderr, "torture: %s\n", error.what());
         return 2;

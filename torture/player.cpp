@@ -29,10 +29,9 @@ bool isLie(const Case &faulted) {
 } // namespace
 
 std::string Case::arguments() const {
-    std::string text = "--scenario " + scenario->name;
+    std::string text = "--replay " + scenario->name;
     for (const Planned &planned : plan)
-        text += " --call " + std::to_string(planned.call) + " --fault " + planned.fault->name +
-                (planned.fromThenOn ? " --from" : "");
+        text += ' ' + std::to_string(planned.call) + ' ' + planned.fault->name + (planned.fromThenOn ? " from" : "");
     return text;
 }
 

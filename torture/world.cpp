@@ -66,11 +66,10 @@ World::World(const Target &target)
 World::~World() { mpu.freesharebuffermpu6(); }
 
 void World::fillBlocks() {
-    const std::pair<Long, const char16_t *> notes[] = {{0, u"<"},       {1, u">"},       {2, u" ok"},  {3, u" failed"},
-                                                       {4, u"stopped"}, {7, u"go on?"},  {8, u"note"}, {9, u"maker "},
-                                                       {10, u"code "},  {12, u"aborted"}};
-    for (const auto &[index, text] : notes)
-        storeText(host.prgnote, index, text);
+    constexpr const char16_t *notes[] = {u"<",      u">",    u" ok",    u" failed", u"stopped", u"",       u"",
+                                         u"go on?", u"note", u"maker ", u"code ",   u"",        u"aborted"};
+    for (Long i = 0; const char16_t *text : notes)
+        storeText(host.prgnote, i++, text);
     for (Long i = 0; i < static_cast<Long>(host.MainmnuPrg.count()); ++i)
         storeText(host.MainmnuPrg, i, u"operation");
     host.figvol(1) = 1; // a signature packet is sent, too
