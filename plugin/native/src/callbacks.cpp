@@ -73,10 +73,10 @@ class CallbackSessionHost final : public SessionHost {
     template <class Result, class Member> auto operation(Member member, const char *name) {
         return [this, member, name](auto... values) -> Result {
             if constexpr (std::is_void_v<Result>) {
-                call(member, name, values...);
+                this->call(member, name, values...);
             } else {
                 Long result = 0;
-                call(member, name, values..., &result);
+                this->call(member, name, values..., &result);
                 return static_cast<Result>(result);
             }
         };
