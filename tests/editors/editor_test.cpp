@@ -11,11 +11,18 @@ constexpr int overflow = static_cast<int>(ErrorNumber::overflow);
 constexpr int subscript = static_cast<int>(ErrorNumber::subscript);
 constexpr int invalidCall = static_cast<int>(ErrorNumber::invalidCall);
 
-TEST_F(EditorTest, OkKeepsWhatOkHasWritten) {
+TEST_F(EditorTest, FramesAreNumberedAndOkKeepsWhatOkHasWritten) {
     for (const Byte mode : editorModes) {
         device(mode);
         plugin.setBuffer(sampleImage(plugin.host.ibuffer.count()));
-        open([](Person &person) { person.ok(); });
+        open([](Person &person) {
+            int frames = 0;
+            for (const Control &control : person.form.controls()) {
+                if (control.kind() != ControlKind::frame) continue;
+                EXPECT_EQ(control.name(), "Frame" + std::to_string(++frames));
+            }
+            person.ok();
+        });
         const auto written = image();
         open([](Person &person) { person.ok(); });
         EXPECT_TRUE(image() == written) << int(mode);
@@ -52,6 +59,13 @@ TEST_F(EditorTest, LockSizesFollowTheDeviceAndBitsWithoutAnItemAreKept) {
             person.ok();
         });
         EXPECT_EQ(peek(c.tlength, 1), std::vector<int>{c.after});
+    }
+}
+
+TEST_F(EditorTest, TheFuseOfMode18FollowsThePackage) {
+    for (const auto &[pins, caption] : {std::pair(Integer{64}, u"JTAGEN:"), {Integer{44}, u"RSTDISBL:"}}) {
+        device(18, tlength, pins);
+        open([text = caption](Person &person) { EXPECT_EQ(person.at("Combo2", 6).label()->caption(), text); });
     }
 }
 

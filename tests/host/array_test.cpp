@@ -45,6 +45,7 @@ TEST(Array, HasNoElementUntilItIsResetToOneZero) {
     array.reset();
     EXPECT_EQ(array.count(), 1U);
     EXPECT_EQ(array(0), 0.0);
+    EXPECT_EQ(array.descriptor().fFeatures, 0);
     EXPECT_EQ(errorOf([&] { (void)array(1); }), ErrorNumber::subscript);
 }
 

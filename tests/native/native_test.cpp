@@ -238,6 +238,10 @@ TEST_F(Native, WhatAFormIsAskedWronglyIsAnError) {
         EXPECT_EQ(kx3_form_paste(form, 0, nullptr, 1, nullptr), KX3_INVALID_CALL);
         EXPECT_EQ(kx3_form_click(form, 0, &found), KX3_OK);
         EXPECT_EQ(found, 0) << "a click on a frame has no effect";
+        std::int32_t button = -1;
+        EXPECT_EQ(kx3_form_find(form, "OKButton", -1, &button), KX3_OK);
+        EXPECT_EQ(kx3_form_focus(form, button, &found), KX3_OK);
+        EXPECT_EQ(found, 1);
     };
     setUi();
     EXPECT_EQ(kx3_mpu_editfigmpu6(mpu), KX3_OK) << kx3_last_error();
