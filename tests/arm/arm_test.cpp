@@ -134,6 +134,7 @@ TEST(ArmSession, DirectRunsOfSomeFamiliesSendData) {
                                                   {0x2D, ""}, {0x2E, end},  {0x31, end},  {0x32, ""}};
     for (const auto &[family, data] : cases) {
         ArmRig rig({.addresses = 0x1000, .bank = 1, .family = family});
+        rig.setBuffer(sampleImage(rig.data().size()));
         rig.expect(direct, endLine(direct, "n2"), data + "34 0A 01 00 00/16; " + pass);
         const Long first = family >= 0x1B && family <= 0x1D ? 0x1000 - 10 : 0x1000;
         EXPECT_TRUE(std::ranges::equal(rig.host.ubuf1.range(5, 11), rig.host.ibuffer.range(first, 11))) << int{family};

@@ -69,6 +69,7 @@ TEST(VerifyRanges, OfEveryFamily) {
         // Pages below 1100, and an area at the device's end.
         {{0x42}, "1000-10FF C000-FFFF ", 0x10000, 16, 0, 2},
         {{0x42}, "0-10FF ", 0x1000, 32, 0, 100},
+        {{0x42}, "400-7FF 1000-10FF ", 0x800, 1, 0, 2},
         {{0x42}, "", 0x10000, -1, 0, -1},
         // The neighbours of all these compare everything.
         {{0x00, 0x06, 0x0A, 0x12, 0x1E, 0x20, 0x2D, 0x43, 0xFF}, "0-3FFFF "},

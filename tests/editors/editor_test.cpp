@@ -11,41 +11,61 @@ constexpr int overflow = static_cast<int>(ErrorNumber::overflow);
 constexpr int subscript = static_cast<int>(ErrorNumber::subscript);
 constexpr int invalidCall = static_cast<int>(ErrorNumber::invalidCall);
 
-TEST_F(EditorTest, OkKeepsWhatOkHasWritten) {
+TEST_F(EditorTest, FramesAreNumberedAndOkKeepsWhatOkHasWritten) {
     for (const Byte mode : editorModes) {
         device(mode);
         plugin.setBuffer(sampleImage(plugin.host.ibuffer.count()));
-        open([](Person &person) { person.ok(); });
+        open([](Person &person) {
+            int frames = 0;
+            for (const Control &control : person.form.controls()) {
+                if (control.kind() != ControlKind::frame) continue;
+                EXPECT_EQ(control.name(), "Frame" + std::to_string(++frames));
+            }
+            person.ok();
+        });
         const auto written = image();
         open([](Person &person) { person.ok(); });
         EXPECT_TRUE(image() == written) << int(mode);
     }
 }
 
-TEST_F(EditorTest, SizesThatNoItemStandsForAreKept) {
+TEST_F(EditorTest, LockSizesFollowTheDeviceAndBitsWithoutAnItemAreKept) {
+    using Items = std::vector<std::u16string>;
+    const Items sizes = {u"0 k", u"1 k", u"2 k", u"4 k", u"8 k", u"16 k", u"24 k", u"32 k"},
+                halfSizes = {u"0 k", u"0.5 k", u"1 k", u"2 k", u"4 k", u"8 k", u"16 k", u"32 k"};
     const struct {
         Long tlength;
+        Integer pins;
         int stored;
-        std::vector<std::u16string> items;
+        Items items;
         Long shown;
         int after;
     } cases[] = {
-        {8192, 5 << 1, {u"0 k", u" 8k"}, -1, 7 << 1},
-        {1536, 6 << 1, {u"0 k", u" 1.5k"}, 1, 0},
-        {40000, 5 << 1, {}, -1, 5 << 1},
+        {8192, 20, 5 << 1, {u"0 k", u" 8k"}, -1, 7 << 1},
+        {1536, 20, 6 << 1, {u"0 k", u" 1.5k"}, 1, 0},
+        {32768, 48, 5 << 1, halfSizes, 2, 5 << 1},
+        {32768, 20, 5 << 1, sizes, 2, 5 << 1},
+        {40000, 20, 5 << 1, {}, -1, 5 << 1},
     };
     plugin.attach(50000);
     for (const auto &c : cases) {
-        device(22, c.tlength);
+        device(22, c.tlength, c.pins);
         poke(c.tlength, {c.stored});
         open([&](Person &person) {
-            const Control &sizes = person.at("Combo2");
-            EXPECT_EQ(sizes.items(), c.items) << c.tlength;
-            EXPECT_EQ(sizes.listIndex(), c.shown);
-            EXPECT_EQ(sizes.enabled(), !c.items.empty());
+            const Control &list = person.at("Combo2");
+            EXPECT_EQ(list.items(), c.items) << c.tlength;
+            EXPECT_EQ(list.listIndex(), c.shown);
+            EXPECT_EQ(list.enabled(), !c.items.empty());
             person.ok();
         });
         EXPECT_EQ(peek(c.tlength, 1), std::vector<int>{c.after});
+    }
+}
+
+TEST_F(EditorTest, TheFuseOfMode18FollowsThePackage) {
+    for (const auto &[pins, caption] : {std::pair(Integer{64}, u"JTAGEN:"), {Integer{44}, u"RSTDISBL:"}}) {
+        device(18, tlength, pins);
+        open([text = caption](Person &person) { EXPECT_EQ(person.at("Combo2", 6).label()->caption(), text); });
     }
 }
 

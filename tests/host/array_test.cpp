@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstring>
 
 namespace kx3::test {
 namespace {
@@ -44,6 +45,7 @@ TEST(Array, HasNoElementUntilItIsResetToOneZero) {
     array.reset();
     EXPECT_EQ(array.count(), 1U);
     EXPECT_EQ(array(0), 0.0);
+    EXPECT_EQ(array.descriptor().fFeatures, 0);
     EXPECT_EQ(errorOf([&] { (void)array(1); }), ErrorNumber::subscript);
 }
 
@@ -154,16 +156,19 @@ TEST(SafeArray, FurtherDimensionsAreSavedToo) {
         ArrayBound second;
     } array{};
     array.head.cDims = 2;
+    const auto secondBound = [&array] {
+        ArrayBound bound;
+        std::memcpy(&bound, static_cast<void *>(array.head.rgsabound + 1), sizeof bound);
+        return std::pair(bound.cElements, bound.lLbound);
+    };
     clsSafeArray binder;
     binder.AttachToArray(Variant::ofArray(&array.head, variantByte));
     binder.CountOfElements(2, 9);
     binder.LowerBound(2, -9);
-    EXPECT_EQ(binder.CountOfElements(2), 9);
+    EXPECT_EQ(secondBound(), std::pair(9U, -9));
     EXPECT_EQ(binder.CountOfElements(3), 0);
     binder.ReleaseArray();
-    binder.AttachToArray(Variant::ofArray(&array.head, variantByte));
-    EXPECT_EQ(binder.CountOfElements(2), 0);
-    EXPECT_EQ(binder.LowerBound(2), 0);
+    EXPECT_EQ(secondBound(), std::pair(0U, 0));
 }
 
 } // namespace

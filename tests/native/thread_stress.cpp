@@ -52,12 +52,8 @@ class Thread {
         constexpr Byte readOperation = 2;
         if (operation == readOperation) return; // it writes the buffer
         t_.host.modeltype(0) = model;
-        t_.host.prgresult(1) = operation;
-        storeText(t_.host.MainRtstr, 0, {});
-        storeText(t_.host.prgnote, 0, u"note");
-        Boolean enabled;
-        t_.mpu.runMpu6Prg(enabled);
-        done_ += readText(t_.host.MainRtstr, 0).ends_with(u"Sec\n") ? 1 : 0;
+        t_.run(operation);
+        done_ += t_.log().ends_with("Sec\n") ? 1 : 0;
     }
     void editorAndNote(Byte number) {
         t_.host.prgmode(0) = number;
