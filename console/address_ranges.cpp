@@ -8,34 +8,18 @@ namespace kx3console {
 
 void AddressRanges::add(AddressRange range) {
     auto next = runs_.upper_bound(range.first);
-    if (next != runs_.begin()) {
-        const auto before = std::prev(next);
-        if (before->second >= range.first || before->second + 1 == range.first) {
-            range.first = before->first;
-            range.last = std::max(range.last, before->second);
-            if (next == runs_.end() || next->first > range.last + 1) {
-                before->second = range.last;
-                return;
-            }
-            runs_.erase(before);
-        }
-    }
+    if (next != runs_.begin() && std::prev(next)->second + 1 >= range.first) --next;
     while (next != runs_.end() && next->first <= range.last + 1) {
-        range.last = std::max(range.last, next->second);
+        range = {std::min(range.first, next->first), std::max(range.last, next->second)};
         next = runs_.erase(next);
     }
     runs_.emplace_hint(next, range.first, range.last);
 }
 
 std::optional<AddressRange> AddressRanges::overlap(AddressRange range) const {
-    auto run = runs_.upper_bound(range.last);
-    if (run == runs_.begin()) return std::nullopt;
-    --run;
-    // The last run that begins inside or before the range; the first common address may lie in an
-    // earlier one.
-    if (run->second < range.first) return std::nullopt;
-    while (run->first > range.first && run != runs_.begin() && std::prev(run)->second >= range.first)
-        --run;
+    auto run = runs_.upper_bound(range.first);
+    if (run != runs_.begin() && std::prev(run)->second >= range.first) --run;
+    if (run == runs_.end() || run->first > range.last) return std::nullopt;
     return AddressRange{std::max(range.first, run->first), std::min(range.last, run->second)};
 }
 

@@ -1,9 +1,8 @@
 #include "algorithm_directory.h"
 
 #include "failure.h"
-#include "geometry.h"
+#include "text.h"
 
-#include <array>
 #include <cstdlib>
 #include <fmt/format.h>
 #include <fstream>
@@ -15,27 +14,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::uintmax_t largestImage = 0x6000;
 constexpr std::size_t sampleBytes = 512;
-
-struct Place {
-    std::string_view driver;
-    std::string_view folder;
-    std::string_view ending;
-};
-
-constexpr std::array places{Place{"arm_prg_32f", "algo4", ".alg"}, Place{"arm_prg", "algo", ".bin"}};
-
-const Place &placeFor(const Profile &profile) {
-    const std::string_view driver = driverName(profile.integer(Field::model_type), profile.integer(Field::selection));
-    return driver == places[1].driver ? places[1] : places[0];
-}
-
-std::string trimmed(std::string_view text) {
-    const std::size_t first = text.find_first_not_of(' ');
-    if (first == std::string_view::npos) return {};
-    return std::string(text.substr(first, text.find_last_not_of(' ') - first + 1));
-}
 
 /// In memory, where the shared blocks live, too, unless the user wants another place.
 fs::path temporaryPlace() {
@@ -43,12 +22,12 @@ fs::path temporaryPlace() {
     return wanted == nullptr || *wanted == '\0' ? fs::path("/dev/shm") : fs::path(wanted);
 }
 
-std::string problemOf(const fs::path &path) {
+std::string problemOf(const fs::path &path, std::uintmax_t longest) {
     std::error_code error;
     if (!fs::is_regular_file(path, error)) return "there is no such file";
     const std::uintmax_t size = fs::file_size(path, error);
     if (error || size == 0) return "the file is empty";
-    if (size > largestImage) return fmt::format("the file has {} bytes; at most {} are possible", size, largestImage);
+    if (size > longest) return fmt::format("the file has {} bytes; at most {} are possible", size, longest);
     std::ifstream file(path, std::ios::binary);
     const int first = file.get();
     if (first < 0) return "the file cannot be read";
@@ -57,12 +36,13 @@ std::string problemOf(const fs::path &path) {
 
 } // namespace
 
-AlgorithmDirectory::AlgorithmDirectory(fs::path directory, const Profile &profile) : directory_(std::move(directory)) {
-    const Place &place = placeFor(profile);
-    const auto name = [&place](const std::string &text) { return trimmed(text) + std::string(place.ending); };
-    clockImage_ = fs::path(place.folder) / "clk" / name(profile.text(Field::algorithm_clock));
-    image_ = fs::path(place.folder) / trimmed(profile.text(Field::algorithm_folder)) /
-             name(profile.text(Field::algorithm_file));
+AlgorithmDirectory::AlgorithmDirectory(fs::path directory, const Profile &profile, const kx3_driver_info &driver)
+    : directory_(std::move(directory)), longestImage_(static_cast<std::uintmax_t>(driver.longest_algorithm)) {
+    const auto part = [&profile](ProfileKey key) { return fs::path(trimmed(profile.text(key))); };
+    const fs::path folder(driver.algorithm_folder);
+    clockImage_ = (folder / "clk" / part(ProfileKey::algorithm_clock)) += driver.algorithm_extension;
+    image_ = (folder / part(ProfileKey::algorithm_folder) / part(ProfileKey::algorithm_file)) +=
+        driver.algorithm_extension;
 
     std::error_code error;
     before_ = fs::current_path(error);
@@ -99,7 +79,7 @@ std::string AlgorithmDirectory::problem() const {
     std::error_code error;
     const bool useClock = fs::is_regular_file(clockImage_, error) && fs::file_size(clockImage_, error) > 0;
     const fs::path &image = useClock ? clockImage_ : image_;
-    return fmt::format("algorithm image {}: {}", (directory_ / image).string(), problemOf(image));
+    return fmt::format("algorithm image {}: {}", (directory_ / image).string(), problemOf(image, longestImage_));
 }
 
 } // namespace kx3console

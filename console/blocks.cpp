@@ -1,6 +1,7 @@
 #include "blocks.h"
 
 #include "base/text.h"
+#include "load_file.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -11,8 +12,6 @@ namespace kx3console {
 namespace {
 
 constexpr std::string_view prefix = "tamsel";
-constexpr std::int32_t deviceBufferExtra = 2200;
-constexpr std::uint8_t erased = 0xFF;
 /// What kx3_findnum gives when every number is taken.
 constexpr std::int16_t noInstance = 101;
 
@@ -31,9 +30,19 @@ constexpr std::int16_t noInstance = 101;
                   fmt::format("Wait until it has ended{}.", elsewhere));
 }
 
+std::int16_t freeInstance() {
+    std::int16_t number = 0;
+    if (kx3_findnum(&number) != KX3_OK) throw pluginFailure("looking for a free instance number");
+    if (number == noInstance)
+        throw Failure(Exit::noAnswer, "all instance numbers from 0 to 100 are in use",
+                      "Wait until another host has ended.");
+    return number;
+}
+
 } // namespace
 
-SharedBlocks::SharedBlocks(std::int16_t instance, std::int32_t dataBytes) : instance_(instance) {
+SharedBlocks::SharedBlocks(std::optional<std::int16_t> instance, std::int32_t dataBytes)
+    : instance_(instance ? *instance : freeInstance()) {
     if (kx3_abi_version() != KX3_ABI_VERSION)
         throw Failure(Exit::failed,
                       fmt::format("the plug-in's interface has version {}, this program needs {}", kx3_abi_version(),
@@ -108,56 +117,29 @@ void SharedBlocks::releasePages(std::string_view root) const {
     ::madvise(kx3_block_data(block), kx3_block_size(block), MADV_DONTNEED);
 }
 
-std::int16_t freeInstance() {
-    std::int16_t number = 0;
-    if (kx3_findnum(&number) != KX3_OK) throw pluginFailure("looking for a free instance number");
-    if (number == noInstance)
-        throw Failure(Exit::noAnswer, "all instance numbers from 0 to 100 are in use",
-                      "Wait until another host has ended.");
-    return number;
-}
-
-namespace {
-
-void storeBytes(SharedBlocks &blocks, const ProfileField &field, std::span<const std::uint8_t> values) {
-    for (std::size_t i = 0; i < values.size(); ++i)
-        blocks.store(field.block, field.element + static_cast<std::int32_t>(i), values[i]);
-}
-
-void storeField(SharedBlocks &blocks, const Profile &profile, const ProfileField &field) {
-    switch (field.kind) {
-    case ValueKind::integer:
-    case ValueKind::boolean: blocks.store(field.block, field.element, profile.integer(field.field)); break;
-    case ValueKind::text: blocks.storeText(field.block, field.element, kx3::fromUtf8(profile.text(field.field))); break;
-    case ValueKind::bytes: storeBytes(blocks, field, profile.bytes(field.field)); break;
-    }
-}
-
-} // namespace
-
 void storeProfile(SharedBlocks &blocks, const Profile &profile) {
-    for (const ProfileField &field : profileTable)
-        if (!field.block.empty()) storeField(blocks, profile, field);
-    blocks.store("buflength", 0, profile.bufferBytes());
-    blocks.store("wautonum", 0, static_cast<std::int64_t>(profile.bytes(Field::auto_sequence).size()));
+    for (const ProfileRow &row : profileTable) {
+        if (row.block.empty()) continue;
+        if (row.kind == ValueKind::text) {
+            blocks.storeText(row.block, row.element, kx3::fromUtf8(profile.text(row.key)));
+        } else if (row.kind == ValueKind::bytes) {
+            const auto bytes = profile.bytes(row.key);
+            std::copy(bytes.begin(), bytes.end(), blocks.elements<std::uint8_t>(row.block).begin() + row.element);
+        } else {
+            blocks.store(row.block, row.element, profile.integer(row.key));
+        }
+    }
+    blocks.store("buflength", 0, static_cast<std::int64_t>(blocks.deviceBuffer().size()) - deviceBufferExtra);
+    blocks.store("wautonum", 0, static_cast<std::int64_t>(profile.bytes(ProfileKey::auto_sequence).size()));
     blocks.storeText("wtype", 0, kx3::fromUtf8(profile.name));
 
-    const auto behindData =
-        blocks.elements<std::uint8_t>("ibuffer").subspan(static_cast<std::size_t>(profile.dataBytes()));
-    std::fill(behindData.begin(), behindData.end(), erased);
+    const auto behindData = blocks.deviceBuffer().subspan(static_cast<std::size_t>(profile.dataBytes()));
+    std::fill(behindData.begin(), behindData.end(), erasedByte);
 }
 
 void storeConfiguration(SharedBlocks &blocks, const Profile &profile) {
-    const auto configuration = profile.bytes(Field::configuration);
-    const auto buffer = blocks.elements<std::uint8_t>("ibuffer");
-    std::copy(configuration.begin(), configuration.end(), buffer.begin() + profile.dataBytes());
-}
-
-void fillErased(SharedBlocks &blocks, const AddressRanges &gaps, std::uint64_t base) {
-    const auto buffer = blocks.elements<std::uint8_t>("ibuffer");
-    for (const auto &[first, last] : gaps)
-        std::fill(buffer.begin() + static_cast<std::ptrdiff_t>(first - base),
-                  buffer.begin() + static_cast<std::ptrdiff_t>(last + 1 - base), erased);
+    const auto configuration = profile.bytes(ProfileKey::configuration);
+    std::copy(configuration.begin(), configuration.end(), blocks.deviceBuffer().begin() + profile.dataBytes());
 }
 
 Failure pluginFailure(std::string_view what) {

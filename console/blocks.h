@@ -1,13 +1,13 @@
 // The shared blocks, as the host that creates them sees them.
 #pragma once
 
-#include "address_ranges.h"
 #include "failure.h"
 #include "profile.h"
 
 #include <cstdint>
 #include <kx3mpu6.h>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -15,12 +15,15 @@
 
 namespace kx3console {
 
+/// Bytes of the device buffer behind the device data.
+inline constexpr std::int32_t deviceBufferExtra = 2200;
+
 /// All blocks of one host instance. The plug-in must have let go of them before they end.
 class SharedBlocks {
   public:
-    /// Create every block; the device buffer takes `dataBytes` of device data. Fails with
-    /// Exit::noAnswer when another host holds one of them.
-    SharedBlocks(std::int16_t instance, std::int32_t dataBytes);
+    /// Create every block, with the first free instance number when none is given; the device buffer
+    /// takes `dataBytes` of device data. Fails with Exit::noAnswer when another host holds one of them.
+    SharedBlocks(std::optional<std::int16_t> instance, std::int32_t dataBytes);
     ~SharedBlocks();
     SharedBlocks(const SharedBlocks &) = delete;
     SharedBlocks &operator=(const SharedBlocks &) = delete;
@@ -32,6 +35,8 @@ class SharedBlocks {
         const Block &block = find(root);
         return {static_cast<T *>(kx3_block_data(block.memory.get())), static_cast<std::size_t>(block.count)};
     }
+
+    [[nodiscard]] std::span<std::uint8_t> deviceBuffer() const { return elements<std::uint8_t>("ibuffer"); }
 
     /// Store a number into an element of any numeric type.
     void store(std::string_view root, std::int32_t element, std::int64_t value) const;
@@ -61,18 +66,10 @@ class SharedBlocks {
     std::vector<Block> blocks_;
 };
 
-/// The instance number to use: the wanted one, or else the first free one. Fails with Exit::noAnswer
-/// when there is none.
-[[nodiscard]] std::int16_t freeInstance();
-
 /// Write the profile's values into their blocks, and erased bytes behind the device data.
 void storeProfile(SharedBlocks &blocks, const Profile &profile);
 /// Write the profile's configuration bytes behind the device data.
 void storeConfiguration(SharedBlocks &blocks, const Profile &profile);
-/// Write erased bytes into the device buffer at load file addresses `gaps`; its first byte has
-/// address `base`.
-void fillErased(SharedBlocks &blocks, const AddressRanges &gaps, std::uint64_t base);
-
 /// A failed call of the plug-in as this host's failure.
 [[nodiscard]] Failure pluginFailure(std::string_view what);
 

@@ -1,14 +1,14 @@
 // Standard error as people see it: messages, the log, and the progress of an operation.
 #pragma once
 
-#include "options.h"
-
 #include <chrono>
 #include <cstdio>
 #include <string>
 #include <string_view>
 
 namespace kx3console {
+
+enum class ProgressMode { automatic, always, never };
 
 /// On a terminal progress is one line that is drawn anew, with messages above it. In a pipe it is
 /// whole lines.

@@ -1,5 +1,7 @@
 #include "file_format.h"
 
+#include "text.h"
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -9,32 +11,24 @@ namespace kx3console {
 
 namespace {
 
-struct NameRow {
-    std::string_view name;
+struct FormatRow {
     FileFormat format;
+    std::string_view shown;
+    std::string_view names;   ///< on the command line
+    std::string_view endings; ///< of file names
 };
 
-constexpr std::array optionNames{
-    NameRow{"ihex", FileFormat::intelHex},  NameRow{"hex", FileFormat::intelHex},
-    NameRow{"intel", FileFormat::intelHex}, NameRow{"srec", FileFormat::sRecord},
-    NameRow{"s19", FileFormat::sRecord},    NameRow{"motorola", FileFormat::sRecord},
-    NameRow{"raw", FileFormat::raw},        NameRow{"bin", FileFormat::raw},
-    NameRow{"binary", FileFormat::raw},
+constexpr std::array formats{
+    FormatRow{FileFormat::intelHex, "Intel HEX", "ihex hex intel", ".hex .ihex .ihx"},
+    FormatRow{FileFormat::sRecord, "Motorola S-record", "srec s19 motorola", ".srec .s19 .s28 .s37 .mot"},
+    FormatRow{FileFormat::raw, "raw binary", "raw bin binary", ".bin .raw .img"},
 };
 
-constexpr std::array endings{
-    NameRow{".hex", FileFormat::intelHex}, NameRow{".ihex", FileFormat::intelHex},
-    NameRow{".ihx", FileFormat::intelHex}, NameRow{".srec", FileFormat::sRecord},
-    NameRow{".s19", FileFormat::sRecord},  NameRow{".s28", FileFormat::sRecord},
-    NameRow{".s37", FileFormat::sRecord},  NameRow{".mot", FileFormat::sRecord},
-    NameRow{".bin", FileFormat::raw},      NameRow{".raw", FileFormat::raw},
-    NameRow{".img", FileFormat::raw},
-};
-
-template <class Rows> std::optional<FileFormat> find(const Rows &rows, std::string_view name) {
-    const auto row = std::find_if(rows.begin(), rows.end(), [name](const NameRow &each) { return each.name == name; });
-    if (row == rows.end()) return std::nullopt;
-    return row->format;
+/// The format whose list has `word`.
+std::optional<FileFormat> find(std::string_view FormatRow::*list, std::string_view word) {
+    for (const FormatRow &row : formats)
+        if (hasWord(row.*list, word)) return row.format;
+    return std::nullopt;
 }
 
 bool isText(std::string_view text) {
@@ -47,21 +41,14 @@ bool isText(std::string_view text) {
 } // namespace
 
 std::string_view formatName(FileFormat format) {
-    switch (format) {
-    case FileFormat::intelHex: return "Intel HEX";
-    case FileFormat::sRecord: return "Motorola S-record";
-    case FileFormat::raw: break;
-    }
-    return "raw binary";
+    return std::find_if(formats.begin(), formats.end(), [format](const FormatRow &row) { return row.format == format; })
+        ->shown;
 }
 
-std::optional<FileFormat> formatFromName(std::string_view name) { return find(optionNames, name); }
+std::optional<FileFormat> formatFromName(std::string_view name) { return find(&FormatRow::names, name); }
 
 std::optional<FileFormat> formatFromEnding(const std::filesystem::path &path) {
-    std::string ending = path.extension().string();
-    std::transform(ending.begin(), ending.end(), ending.begin(),
-                   [](char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); });
-    return find(endings, ending);
+    return find(&FormatRow::endings, lowered(path.extension().string()));
 }
 
 FileFormat formatFromContent(std::string_view head) {

@@ -1,157 +1,135 @@
 #include "geometry.h"
 
 #include <algorithm>
-#include <array>
 #include <fmt/format.h>
+#include <vector>
 
 namespace kx3console {
 
 namespace {
 
-/// What a driver's transfers look like, in bytes.
-struct Driver {
-    std::string_view name;
-    std::int64_t readChunk;
-    std::int64_t programChunk;
-    std::int64_t largeProgramChunk; ///< for blocks of at least largeBlock addresses
-    bool numbersReadChunks;         ///< a read request carries the transfer's number in a byte
-};
-
-constexpr std::int64_t largeBlock = 0x10000;
-constexpr Driver arm32f{"arm_prg_32f", 0xC000, 0xC000, 0xC000, false};
-constexpr Driver arm{"arm_prg", 0x8000, 0x8000, 0x10000, true};
-
-constexpr std::int64_t largestByte = 255;
-/// Larger devices end at a multiple of this for a verify and some programming.
-constexpr std::int64_t roundedAbove = 0x10000;
-constexpr std::int64_t rounding = 256;
+constexpr std::int64_t largestByte = UINT8_MAX;
 /// The device buffer is addressed by signed 32-bit numbers and has 2200 bytes behind the data.
 constexpr std::int64_t mostDataBytes = INT32_MAX - 2200;
 
-const Driver *findDriver(std::int64_t modelType, std::int64_t selection) {
-    if (modelType >= 74) return &arm32f;
-    return modelType >= 40 && (selection & 0x41) == 0x40 ? &arm : nullptr;
-}
+/// How a device is divided: its addresses in blocks, a block in transfers of the driver.
+class Division {
+  public:
+    Division(const Profile &profile, const kx3_driver_info &driver)
+        : driver_(driver), blockSize_(profile.integer(ProfileKey::block_size)),
+          width_(profile.integer(ProfileKey::bytes_per_address)),
+          lastBlock_((profile.integer(ProfileKey::size) - 1) / blockSize_),
+          lastAddress_((profile.integer(ProfileKey::size) - 1) % blockSize_) {}
 
-/// How one operation divides a block.
-struct Transfers {
-    std::string_view operation;
-    std::int64_t chunk;
-    bool lastCountsBytes; ///< the number of transfers of the last block comes from bytes, not addresses
-};
+    [[nodiscard]] std::optional<std::string> problem() const {
+        const std::int64_t programChunk =
+            blockSize_ >= driver_.large_block ? driver_.large_program_chunk : driver_.program_chunk;
+        // A program run counts the transfers of the last block from bytes, the others from addresses.
+        auto problem = transferProblem("read or verify", driver_.read_chunk, false);
+        if (!problem) problem = transferProblem("program", programChunk, true);
+        return problem ? problem : readProblem();
+    }
 
-/// Blocks of a device: `last` + 1 of them, the last one with `lastSize` addresses.
-struct Blocks {
-    std::int64_t last;
-    std::int64_t lastSize;
-};
+    /// A block size that the driver can serve.
+    [[nodiscard]] std::string advice() const {
+        if (width_ == 2)
+            return fmt::format("Driver {0} serves word devices in blocks of 0x{1:X} addresses, or, up to 0x{1:X} "
+                               "addresses, as one block: set block_size = 0x{1:X}.",
+                               driver_.module, driver_.read_chunk / 2);
+        const std::string multiples =
+            driver_.read_chunk == driver_.large_program_chunk
+                ? fmt::format("a multiple of 0x{:X}", driver_.read_chunk)
+                : fmt::format("0x{:X} or a multiple of 0x{:X}", driver_.read_chunk, driver_.large_program_chunk);
+        return fmt::format("Driver {} serves byte devices in blocks of {}, or as one block of at least the device's "
+                           "size: set block_size = 0x{:X}.",
+                           driver_.module, multiples, driver_.read_chunk);
+    }
 
-Blocks divide(const DeviceGeometry &device) {
-    const std::int64_t end = device.size - 1;
-    return {end / device.blockSize, end % device.blockSize + 1};
-}
-
-std::int64_t fullBlockTransfers(const DeviceGeometry &device, const Transfers &transfers) {
-    return (device.blockSize - 1) / transfers.chunk + 1;
-}
-
-std::int64_t lastBlockTransfers(const DeviceGeometry &device, const Transfers &transfers, const Blocks &blocks) {
-    const std::int64_t rest = blocks.lastSize - 1;
-    return (transfers.lastCountsBytes ? rest * device.bytesPerAddress : rest) / transfers.chunk + 1;
-}
-
-std::int64_t fullBlockBytes(const DeviceGeometry &device, const Transfers &transfers) {
-    return fullBlockTransfers(device, transfers) * transfers.chunk;
-}
-
-std::int64_t lastBlockBytes(const DeviceGeometry &device, const Transfers &transfers, const Blocks &blocks) {
-    const std::int64_t rest = (blocks.lastSize - 1) * device.bytesPerAddress;
-    return (lastBlockTransfers(device, transfers, blocks) - 1) * transfers.chunk + rest % transfers.chunk +
-           device.bytesPerAddress;
-}
-
-std::string servableSizes(const Driver &driver, const DeviceGeometry &device) {
-    if (device.bytesPerAddress == 2)
-        return fmt::format(
-            "Driver {0} serves word devices in blocks of 0x{1:X} addresses, or, up to 0x{1:X} addresses, "
-            "as one block: set block_size = 0x{1:X}.",
-            driver.name, driver.readChunk / 2);
-    const std::string multiples =
-        driver.readChunk == driver.largeProgramChunk
-            ? fmt::format("a multiple of 0x{:X}", driver.readChunk)
-            : fmt::format("0x{:X} or a multiple of 0x{:X}", driver.readChunk, driver.largeProgramChunk);
-    return fmt::format("Driver {} serves byte devices in blocks of {}, or as one block of at least the device's size: "
-                       "set block_size = 0x{:X}.",
-                       driver.name, multiples, driver.readChunk);
-}
-
-/// A read stores (100 b + 85 + k) \ (last + 1) as a byte of progress after transfer k of block b.
-bool readProgressFits(const DeviceGeometry &device, const Transfers &transfers, const Blocks &blocks) {
-    const auto progress = [&blocks](std::int64_t block, std::int64_t count) {
-        return (100 * block + 85 + count - 1) / (blocks.last + 1);
+  private:
+    /// What the transfers of one block come to, and what it holds.
+    struct Block {
+        std::string_view name;
+        std::int64_t transfers;
+        std::int64_t movedBytes;
+        std::int64_t heldBytes;
     };
-    const std::int64_t most = progress(blocks.last, lastBlockTransfers(device, transfers, blocks));
-    if (blocks.last == 0) return most <= largestByte;
-    return std::max(most, progress(blocks.last - 1, fullBlockTransfers(device, transfers))) <= largestByte;
-}
 
-std::optional<std::string> transferProblem(const DeviceGeometry &device, const Transfers &transfers) {
-    const Blocks blocks = divide(device);
-    const auto differs = [&](std::string_view which, std::int64_t moved, std::int64_t held) {
-        return fmt::format("block_size = 0x{:X} does not suit the driver: to {} it would move 0x{:X} bytes for {} of "
-                           "0x{:X} bytes",
-                           device.blockSize, transfers.operation, moved, which, held);
-    };
-    const std::int64_t moved = fullBlockBytes(device, transfers);
-    const std::int64_t held = device.blockSize * device.bytesPerAddress;
-    if (blocks.last > 0 && moved != held) return differs("a block", moved, held);
-    const std::int64_t lastMoved = lastBlockBytes(device, transfers, blocks);
-    const std::int64_t lastHeld = blocks.lastSize * device.bytesPerAddress;
-    if (lastMoved != lastHeld) return differs("the last block", lastMoved, lastHeld);
-    return std::nullopt;
-}
+    /// A full block, if the device has one, and the last one.
+    [[nodiscard]] std::vector<Block> blocks(std::int64_t chunk, bool lastCountsBytes) const {
+        std::vector<Block> blocks;
+        const std::int64_t full = (blockSize_ - 1) / chunk + 1;
+        if (lastBlock_ > 0) blocks.push_back({"a block", full, full * chunk, blockSize_ * width_});
+        const std::int64_t more = (lastCountsBytes ? lastAddress_ * width_ : lastAddress_) / chunk;
+        blocks.push_back({"the last block", more + 1, more * chunk + lastAddress_ * width_ % chunk + width_,
+                          (lastAddress_ + 1) * width_});
+        return blocks;
+    }
 
-std::optional<std::string> readProblem(const Driver &driver, const DeviceGeometry &device, const Transfers &transfers) {
-    const Blocks blocks = divide(device);
-    const std::int64_t most = std::max(blocks.last == 0 ? 0 : fullBlockTransfers(device, transfers),
-                                       lastBlockTransfers(device, transfers, blocks));
-    if (driver.numbersReadChunks && most - 1 > largestByte)
-        return fmt::format("block_size = 0x{:X} needs {} transfers to read a block; the driver numbers at most {}",
-                           device.blockSize, most, largestByte + 1);
-    if (!readProgressFits(device, transfers, blocks))
-        return fmt::format("block_size = 0x{:X} needs {} transfers to read a block; the driver cannot count the "
-                           "progress of so many",
-                           device.blockSize, most);
-    return std::nullopt;
-}
+    [[nodiscard]] std::optional<std::string> transferProblem(std::string_view purpose, std::int64_t chunk,
+                                                             bool lastCountsBytes) const {
+        for (const Block &block : blocks(chunk, lastCountsBytes))
+            if (block.movedBytes != block.heldBytes)
+                return fmt::format("block_size = 0x{:X} does not suit the driver: to {} it would move 0x{:X} bytes "
+                                   "for {} of 0x{:X} bytes",
+                                   blockSize_, purpose, block.movedBytes, block.name, block.heldBytes);
+        return std::nullopt;
+    }
+
+    [[nodiscard]] std::optional<std::string> readProblem() const {
+        std::int64_t most = 0;
+        std::int64_t progress = 0;
+        const std::vector<Block> read = blocks(driver_.read_chunk, false);
+        for (std::size_t i = 0; i < read.size(); ++i) {
+            most = std::max(most, read[i].transfers);
+            // A read stores (100 b + 85 + k) \ (last + 1) as a byte of progress after transfer k of block b.
+            const std::int64_t block = lastBlock_ - static_cast<std::int64_t>(read.size() - 1 - i);
+            progress = std::max(progress, (100 * block + 85 + read[i].transfers - 1) / (lastBlock_ + 1));
+        }
+        if (driver_.numbers_read_chunks != 0 && most - 1 > largestByte)
+            return fmt::format("block_size = 0x{:X} needs {} transfers to read a block; the driver numbers at most {}",
+                               blockSize_, most, largestByte + 1);
+        if (progress > largestByte)
+            return fmt::format("block_size = 0x{:X} needs {} transfers to read a block; the driver cannot count the "
+                               "progress of so many",
+                               blockSize_, most);
+        return std::nullopt;
+    }
+
+    const kx3_driver_info &driver_;
+    std::int64_t blockSize_; ///< addresses
+    std::int64_t width_;     ///< bytes of an address
+    std::int64_t lastBlock_;
+    std::int64_t lastAddress_; ///< of the device, in its last block
+};
 
 } // namespace
 
-std::optional<GeometryProblem> geometryProblem(const DeviceGeometry &device) {
-    if (device.size * device.bytesPerAddress > mostDataBytes)
-        return GeometryProblem{fmt::format("size = 0x{:X} is larger than the device buffer can be", device.size),
-                               fmt::format("At most 0x{:X} bytes are possible.", mostDataBytes)};
-    const Driver *driver = findDriver(device.modelType, device.selection);
-    if (driver == nullptr) return std::nullopt;
-    if (device.size > roundedAbove && device.size % rounding != 0)
-        return GeometryProblem{
-            fmt::format("size = 0x{:X} is no multiple of 256: the last {} addresses would not be verified", device.size,
-                        device.size % rounding),
-            "A device of more than 0x10000 addresses must have a multiple of 256."};
-
-    const Transfers read{"read or verify", driver->readChunk, false};
-    const std::int64_t programChunk = device.blockSize >= largeBlock ? driver->largeProgramChunk : driver->programChunk;
-    const Transfers program{"program", programChunk, true};
-    std::optional<std::string> problem = transferProblem(device, read);
-    if (!problem) problem = transferProblem(device, program);
-    if (!problem) problem = readProblem(*driver, device, read);
-    if (!problem) return std::nullopt;
-    return GeometryProblem{*std::move(problem), servableSizes(*driver, device)};
+std::optional<kx3_driver_info> driverOf(const Profile &profile) {
+    kx3_driver_info driver{};
+    driver.struct_size = sizeof driver;
+    const auto modelType = static_cast<std::int16_t>(profile.integer(ProfileKey::model_type));
+    const auto selection = static_cast<std::uint8_t>(profile.integer(ProfileKey::selection));
+    if (kx3_driver_describe(modelType, selection, &driver) != KX3_OK) return std::nullopt;
+    return driver;
 }
 
-std::string_view driverName(std::int64_t modelType, std::int64_t selection) {
-    const Driver *driver = findDriver(modelType, selection);
-    return driver == nullptr ? std::string_view() : driver->name;
+std::optional<Failure> geometryProblem(const Profile &profile) {
+    const std::int64_t size = profile.integer(ProfileKey::size);
+    if (profile.dataBytes() > mostDataBytes)
+        return Failure(Exit::badFile, fmt::format("size = 0x{:X} is larger than the device buffer can be", size),
+                       fmt::format("At most 0x{:X} bytes are possible.", mostDataBytes));
+    const auto driver = driverOf(profile);
+    if (!driver) return std::nullopt;
+    if (size > driver->large_device && size % driver->end_rounding != 0)
+        return Failure(Exit::badFile,
+                       fmt::format("size = 0x{:X} is no multiple of {}: the last {} addresses would not be verified",
+                                   size, driver->end_rounding, size % driver->end_rounding),
+                       fmt::format("A device of more than 0x{:X} addresses must have a multiple of {}.",
+                                   driver->large_device, driver->end_rounding));
+    const Division division(profile, *driver);
+    const auto problem = division.problem();
+    if (!problem) return std::nullopt;
+    return Failure(Exit::badFile, *problem, division.advice());
 }
 
 } // namespace kx3console

@@ -1,7 +1,7 @@
 #include "load_file.h"
 
 #include "failure.h"
-#include "read_file.h"
+#include "files.h"
 #include "record_file.h"
 
 #include <algorithm>

@@ -12,6 +12,9 @@
 
 namespace kx3console {
 
+/// What a device holds where a load file has no data.
+inline constexpr std::uint8_t erasedByte = 0xFF;
+
 /// What is read, and where its addresses lie in the device.
 struct LoadRequest {
     std::filesystem::path path;

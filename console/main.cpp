@@ -1,10 +1,10 @@
-// mpu6: a host of the plug-in for the command line.
+// mpu6: a host of the plug-in for the command line. It drives the simulated programmer.
 
-#include "config/commands.h"
+#include "command_line.h"
+#include "config.h"
 #include "device_run.h"
 #include "display.h"
 #include "failure.h"
-#include "options.h"
 #include "profile.h"
 #include "report.h"
 
@@ -18,9 +18,6 @@ namespace kx3console {
 
 namespace {
 
-/// Failures show when everything is flushed.
-void print(const std::string &text) { static_cast<void>(std::fwrite(text.data(), 1, text.size(), stdout)); }
-
 /// There is nowhere to tell that standard error cannot be written.
 void complain(const std::string &text) { static_cast<void>(std::fputs((text + "\n").c_str(), stderr)); }
 
@@ -31,35 +28,29 @@ Exit flushed(Exit code) {
     return code == Exit::done ? Exit::failed : code;
 }
 
-ProfileStore loadProfiles(const Options &options) {
-    ProfileStore store;
-    store.add(sampleProfiles(), "built-in profiles");
-    for (const auto &path : options.profiles)
-        store.addFile(path);
-    return store;
-}
-
 Exit listDevices(const Options &options) {
-    const ProfileStore store = loadProfiles(options);
+    const ProfileStore store = loadProfiles(options.profiles);
     print(options.json ? devicesJson(store.all()) : devicesText(store.all()));
     return Exit::done;
 }
 
-Exit runOperation(const Options &options) {
-    const ProfileStore store = loadProfiles(options);
-    Display display(stderr, {options.progress, options.quiet, options.verbose, ::isatty(STDERR_FILENO) != 0});
-    const OperationReport report = runOnDevice(options, store.find(options.device), display);
-    if (report.outcome.code != Exit::done) display.error(errorText(report.outcome.message, report.outcome.advice));
+Exit runOperations(const Options &options) {
+    const ProfileStore store = loadProfiles(options.profiles);
+    Display::Settings settings = options.display;
+    settings.terminal = ::isatty(STDERR_FILENO) != 0;
+    Display display(stderr, settings);
+    const RunReport report = runOnDevice(options, store.find(options.device), display);
+    if (report.failure) display.error(errorText(*report.failure));
     if (options.json)
         print(resultJson(*options.command, report));
-    else if (report.outcome.code == Exit::done && !options.quiet)
+    else if (!report.failure && !settings.quiet)
         print(resultText(*options.command, report));
-    return report.outcome.code;
+    return report.failure ? report.failure->code() : Exit::done;
 }
 
 Exit failed(const Failure &failure, bool json) {
     if (json) print(failureJson(failure));
-    complain(errorText(failure.message(), failure.advice()));
+    complain(errorText(failure));
     return failure.code();
 }
 
@@ -67,8 +58,12 @@ Exit run(int argc, const char *const *argv) {
     const bool json = wantsJson(argc, argv);
     try {
         const Options options = parseOptions(argc, argv);
-        if (options.config) return config::run(*options.config);
-        return options.command->runs ? runOperation(options) : listDevices(options);
+        switch (options.command->verb) {
+        case Verb::devices: return listDevices(options);
+        case Verb::run: return runOperations(options);
+        case Verb::notes: return runNotes(options);
+        default: return runConfig(options);
+        }
     } catch (const HelpShown &help) {
         print(help.text);
         return Exit::done;

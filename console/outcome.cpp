@@ -8,13 +8,8 @@ namespace kx3console {
 
 namespace {
 
-// Result codes of prgresult(0).
-constexpr std::uint8_t resultPassed = 0;
-constexpr std::uint8_t resultFailed = 1;
-constexpr std::uint8_t resultStopped = 2;
-/// The host knows no such operation.
-constexpr std::uint8_t resultUnknownOperation = 3;
-
+constexpr std::string_view eraseAndTryAgain =
+    "Erase the device and try again; if that does not help, it is protected or worn out.";
 constexpr std::string_view checkConnection = "Check the programmer, its connection and the device in the socket.";
 
 /// `text` in front of what the session host or the driver has to say.
@@ -27,21 +22,21 @@ std::string plural(std::uint64_t count, std::string_view one) {
 }
 
 /// What lies at an address of the device buffer.
-std::string placeInDevice(std::int64_t address, const OutcomeContext &context) {
-    if (address < context.dataBytes)
-        return fmt::format("address 0x{:X}", context.loadBase + static_cast<std::uint64_t>(address));
-    const std::int64_t behindData = address - context.dataBytes;
-    if (behindData < context.configurationBytes)
-        return fmt::format("configuration byte {}",
-                           configurationName(context.family, static_cast<std::size_t>(behindData)));
-    return fmt::format("EEPROM address 0x{:X}", behindData - context.configurationBytes);
+std::string placeInDevice(std::int64_t address, const Profile &profile) {
+    if (address < profile.dataBytes())
+        return fmt::format("address 0x{:X}", profile.loadBase() + static_cast<std::uint64_t>(address));
+    const auto behindData = static_cast<std::size_t>(address - profile.dataBytes());
+    const std::size_t configurationBytes = configurationBytesOf(profile);
+    if (behindData < configurationBytes)
+        return fmt::format("configuration byte {}", configurationName(profile, behindData));
+    return fmt::format("EEPROM address 0x{:X}", behindData - configurationBytes);
 }
 
-Outcome contentsDiffer(const Differences &found, const OutcomeContext &context) {
+Failure contentsDiffer(const kx3sim::Mismatches &found, const Profile &profile) {
     return {Exit::differs,
             fmt::format("the device differs from the load file: first at {}, device 0x{:02X}, file 0x{:02X}; "
                         "{} in all, {} 0 instead of 1, {} 1 instead of 0",
-                        placeInDevice(found.firstAddress, context), found.firstDevice, found.firstFile,
+                        placeInDevice(found.firstAddress, profile), found.firstDevice, found.firstBuffer,
                         found.bytes == 1 ? "1 byte differs" : fmt::format("{} bytes differ", found.bytes),
                         plural(found.zeroInsteadOfOne, "bit"), plural(found.oneInsteadOfZero, "bit")),
             found.oneInsteadOfZero > 0 ? "Program the device with this file; if that does not help, it is worn out."
@@ -49,8 +44,8 @@ Outcome contentsDiffer(const Differences &found, const OutcomeContext &context) 
 }
 
 /// What a compare event of the programmer says.
-std::string placeOf(const StatusReport &report, const OutcomeContext &context, bool withBuffer) {
-    const bool words = context.bytesPerAddress == 2;
+std::string placeOf(const StatusReport &report, const Profile &profile, bool withBuffer) {
+    const bool words = profile.integer(ProfileKey::bytes_per_address) == 2;
     const int digits = words ? 4 : 2;
     const int mask = words ? 0xFFFF : 0xFF;
     std::string text =
@@ -59,50 +54,43 @@ std::string placeOf(const StatusReport &report, const OutcomeContext &context, b
     return text;
 }
 
-Outcome reportedFailure(const StatusReport &report, const OutcomeContext &context, const std::string &trouble) {
-    if (report.event == StatusReport::identityError)
-        return {Exit::noAnswer, with("the device in the socket is another one, or is protected", trouble),
-                "Check the device's name; a protected device must be erased first."};
-    if (context.operation == Operation::checkConfiguration)
-        return {Exit::differs, "the configuration bytes differ: " + placeOf(report, context, true),
-                "Program the device with these."};
-    if (context.operation == Operation::blankCheck)
-        return {Exit::differs, "the device is not blank: " + placeOf(report, context, false), "Erase the device."};
-    const std::string_view stage = report.stageName();
-    const std::string where = stage.empty() ? "" : fmt::format(" in stage {}", stage);
-    return {Exit::failed, with(fmt::format("the device failed{}: {}", where, placeOf(report, context, true)), trouble),
-            "Erase the device and try again; if that does not help, it is protected or worn out."};
+Failure noAnswer(std::string_view what, const Evidence &seen) {
+    return {Exit::noAnswer, with(what, seen.trouble), std::string(checkConnection)};
 }
 
-Outcome aborted(const Evidence &seen) {
-    if (seen.reportMissing)
-        return {Exit::noAnswer, with("no status report came from the programmer", seen.trouble),
-                std::string(checkConnection)};
-    if (seen.transferFailed)
-        return {Exit::noAnswer, with("a transfer to or from the programmer failed", seen.trouble),
-                std::string(checkConnection)};
+Failure reportedFailure(const StatusReport &report, const Evidence &seen, Operation operation, const Profile &profile) {
+    if (report.event == StatusReport::identityError)
+        return {Exit::noAnswer, with("the device in the socket is another one, or is protected", seen.trouble),
+                "Check the device's name; a protected device must be erased first."};
+    if (operation == Operation::checkConfiguration)
+        return {Exit::differs, "the configuration bytes differ: " + placeOf(report, profile, true),
+                "Program the device with these."};
+    if (operation == Operation::blankCheck)
+        return {Exit::differs, "the device is not blank: " + placeOf(report, profile, false), "Erase the device."};
+    const std::string_view stage = report.stageName();
+    const std::string where = stage.empty() ? "" : fmt::format(" in stage {}", stage);
+    return {Exit::failed,
+            with(fmt::format("the device failed{}: {}", where, placeOf(report, profile, true)), seen.trouble),
+            std::string(eraseAndTryAgain)};
+}
+
+Failure aborted(const Evidence &seen) {
+    if (seen.reportMissing) return noAnswer("no status report came from the programmer", seen);
+    if (seen.transferFailed) return noAnswer("a transfer to or from the programmer failed", seen);
     const std::string &reason = seen.sessionFailure.empty() ? seen.trouble : seen.sessionFailure;
     return {Exit::failed, with("the session with the programmer was broken off", reason), std::string(checkConnection)};
 }
 
 /// A step that the host carried out itself.
-Outcome stepFailure(const Evidence &seen) {
+Failure stepFailure(const Evidence &seen) {
     if (seen.step == Operation::blankCheck)
         return {Exit::differs, "the device is not blank",
                 "Erase the device; an automatic sequence goes on all the same with --yes."};
     return {Exit::failed, with(fmt::format("step {} failed", seen.stepName), seen.trouble),
-            "Erase the device and try again; if that does not help, it is protected or worn out."};
+            std::string(eraseAndTryAgain)};
 }
 
-Outcome failure(const Evidence &seen, const OutcomeContext &context) {
-    if (seen.differences.bytes > 0) return contentsDiffer(seen.differences, context);
-    if (seen.step) return stepFailure(seen);
-    if (seen.lastReport && seen.lastReport->event != 0) return reportedFailure(*seen.lastReport, context, seen.trouble);
-    if (seen.transferFailed) return aborted(seen);
-    return {Exit::failed, with("the operation failed", seen.trouble), "The log says where."};
-}
-
-Outcome stopped(const Evidence &seen) {
+Failure stopped(const Evidence &seen) {
     if (seen.stopRequested)
         return {Exit::stopped, "stopped", "The device may be half done; erase or program it again."};
     if (seen.identityQuestion)
@@ -115,36 +103,42 @@ Outcome stopped(const Evidence &seen) {
 }
 
 /// Ends before the operation itself has begun.
-std::optional<Outcome> refusedStart(const Evidence &seen, const OutcomeContext &context) {
+std::optional<Failure> refusedStart(const Evidence &seen, const std::string &algorithmProblem) {
     if (!seen.callFailure.empty())
-        return Outcome{Exit::failed, "the plug-in cannot run this operation: " + seen.callFailure,
-                       "Choose another device or operation."};
-    if (seen.startRefused)
-        return Outcome{Exit::noAnswer, with("the programmer is not ready", seen.trouble), std::string(checkConnection)};
-    if (seen.deviceRefused)
-        return Outcome{seen.chipFileUsed ? Exit::badFile : Exit::noAnswer,
-                       with("the device cannot be prepared", seen.trouble),
-                       seen.chipFileUsed ? "Give the chip file of this device, or a new name for a blank chip."
-                                         : std::string(checkConnection)};
+        return Failure(Exit::failed, "the plug-in cannot run this operation: " + seen.callFailure,
+                       "Choose another device or operation.");
+    if (seen.startRefused) return noAnswer("the programmer is not ready", seen);
+    if (seen.deviceRefused && seen.chipFileUsed)
+        return Failure(Exit::badFile, with("the device cannot be prepared", seen.trouble),
+                       "Give the chip file of this device, or a new name for a blank chip.");
+    if (seen.deviceRefused) return noAnswer("the device cannot be prepared", seen);
     if (!seen.hostDriven && !seen.algorithmLoaded && seen.sessionFailure.empty())
-        return Outcome{Exit::badFile, context.algorithmProblem,
-                       "Put the image there, or name the right directory with --algorithm-dir."};
+        return Failure(Exit::badFile, algorithmProblem,
+                       "Put the image there, or name the right directory with --algorithm-dir.");
     return std::nullopt;
 }
 
 } // namespace
 
-Outcome judge(const Evidence &seen, const OutcomeContext &context) {
-    if (auto refused = refusedStart(seen, context)) return *std::move(refused);
+std::optional<Failure> judge(const Evidence &seen, Operation operation, const Profile &profile,
+                             const std::string &algorithmProblem) {
+    if (auto refused = refusedStart(seen, algorithmProblem)) return refused;
     if (seen.resultCode == resultUnknownOperation && seen.step)
-        return {Exit::failed,
-                fmt::format("the device's automatic sequence has operation {}, which does not exist",
-                            static_cast<int>(*seen.step)),
-                "Correct auto_sequence in its profile."};
+        return Failure(Exit::failed,
+                       fmt::format("the device's automatic sequence has operation {}, which does not exist",
+                                   static_cast<int>(*seen.step)),
+                       "Correct auto_sequence in its profile.");
     // An abort of the identifier test leaves no result code when the host drives the device.
     if (seen.resultCode == resultStopped || seen.identityQuestion) return stopped(seen);
-    if (seen.differences.bytes > 0 || seen.resultCode == resultFailed) return failure(seen, context);
-    if (seen.signalledPass && seen.resultCode == resultPassed) return {};
+    if (seen.differences.bytes > 0) return contentsDiffer(seen.differences, profile);
+    if (seen.resultCode == resultFailed) {
+        if (seen.step) return stepFailure(seen);
+        if (seen.lastReport && seen.lastReport->event != 0)
+            return reportedFailure(*seen.lastReport, seen, operation, profile);
+        if (!seen.transferFailed)
+            return Failure(Exit::failed, with("the operation failed", seen.trouble), "The log says where.");
+    }
+    if (seen.signalledPass && seen.resultCode == resultPassed) return std::nullopt;
     return aborted(seen);
 }
 

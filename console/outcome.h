@@ -2,24 +2,22 @@
 #pragma once
 
 #include "commands.h"
-#include "exit_codes.h"
+#include "failure.h"
+#include "profile.h"
 #include "protocol_names.h"
 
 #include <cstdint>
 #include <optional>
+#include <simulator/session_host.h>
 #include <string>
 
 namespace kx3console {
 
-/// Bytes that a verify found to differ.
-struct Differences {
-    std::uint64_t bytes = 0;
-    std::int64_t firstAddress = 0; ///< in the device buffer
-    std::uint8_t firstDevice = 0;
-    std::uint8_t firstFile = 0;
-    std::uint64_t zeroInsteadOfOne = 0; ///< bits
-    std::uint64_t oneInsteadOfZero = 0;
-};
+// Result codes, prgresult(0).
+inline constexpr std::uint8_t resultPassed = 0;
+inline constexpr std::uint8_t resultFailed = 1;
+inline constexpr std::uint8_t resultStopped = 2;
+inline constexpr std::uint8_t resultUnknownOperation = 3;
 
 /// What the host saw of an operation.
 struct Evidence {
@@ -40,26 +38,12 @@ struct Evidence {
     std::optional<StatusReport> lastReport;
     std::optional<Operation> step; ///< that the host carried out last
     std::string stepName;
-    Differences differences;
+    kx3sim::Mismatches differences; ///< that a verify found
 };
 
-struct Outcome {
-    Exit code = Exit::done;
-    std::string message; ///< empty when done
-    std::string advice;
-};
-
-/// Values that messages need.
-struct OutcomeContext {
-    Operation operation;
-    std::int64_t bytesPerAddress;
-    std::uint64_t loadBase;
-    std::int64_t dataBytes;          ///< configuration bytes lie behind them in the device buffer,
-    std::int64_t configurationBytes; ///< the EEPROM behind these
-    std::int64_t family;
-    std::string algorithmProblem; ///< what is wrong with the image, should it have been rejected
-};
-
-[[nodiscard]] Outcome judge(const Evidence &seen, const OutcomeContext &context);
+/// What an operation on a device came to: nothing when it passed. `algorithmProblem` says what is wrong
+/// with the algorithm image, should it have been rejected.
+[[nodiscard]] std::optional<Failure> judge(const Evidence &seen, Operation operation, const Profile &profile,
+                                           const std::string &algorithmProblem);
 
 } // namespace kx3console

@@ -1,15 +1,15 @@
 #include "question.h"
 
 #include "stop_request.h"
+#include "text.h"
+#include "window.h"
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <fmt/format.h>
 #include <kx3mpu6.h>
 #include <poll.h>
 #include <span>
-#include <string>
 #include <unistd.h>
 
 namespace kx3console {
@@ -21,10 +21,20 @@ struct Answer {
     std::int32_t button;
 };
 
-constexpr std::array acknowledge{Answer{"OK", KX3_BUTTON_OK}};
 constexpr std::array okOrCancel{Answer{"OK", KX3_BUTTON_OK}, Answer{"Cancel", KX3_BUTTON_CANCEL}};
-constexpr std::array abortRetryIgnore{Answer{"Abort", KX3_BUTTON_ABORT}, Answer{"Retry", KX3_BUTTON_RETRY},
-                                      Answer{"Ignore", KX3_BUTTON_IGNORE}};
+constexpr std::array identityAnswers{Answer{"Abort", KX3_BUTTON_ABORT}, Answer{"Retry", KX3_BUTTON_RETRY},
+                                     Answer{"Ignore", KX3_BUTTON_IGNORE}};
+
+/// What there is to choose from; nothing for a box that only tells something.
+std::span<const Answer> answersOf(std::int32_t style) {
+    if (style == okCancelQuestion) return okOrCancel;
+    return style == abortRetryIgnore ? identityAnswers : std::span<const Answer>();
+}
+
+std::int32_t safeAnswer(std::int32_t style) {
+    if (style == okCancelQuestion) return KX3_BUTTON_CANCEL;
+    return style == abortRetryIgnore ? KX3_BUTTON_ABORT : KX3_BUTTON_OK;
+}
 
 /// Waits for input; false when a stop is asked for, also when its signal came just before the wait.
 bool inputArrives() {
@@ -35,8 +45,18 @@ bool inputArrives() {
     return false;
 }
 
-/// One line from standard input without stdio's buffer; empty at its end or when a stop is asked for.
-std::string readAnswer() {
+/// The answer whose name begins like that.
+std::optional<std::int32_t> chosen(std::span<const Answer> answers, const std::string &typed) {
+    for (const Answer &answer : answers)
+        if (!typed.empty() && lowered(answer.name).starts_with(lowered(typed))) return answer.button;
+    return std::nullopt;
+}
+
+} // namespace
+
+bool onTerminal() { return ::isatty(STDIN_FILENO) != 0 && ::isatty(STDERR_FILENO) != 0; }
+
+std::string readLine() {
     std::string line;
     char c = 0;
     while (inputArrives() && ::read(STDIN_FILENO, &c, 1) == 1 && c != '\n')
@@ -44,62 +64,37 @@ std::string readAnswer() {
     return line;
 }
 
-bool meant(std::string_view typed, std::string_view name) {
-    return !typed.empty() && typed.size() <= name.size() &&
-           std::equal(typed.begin(), typed.end(), name.begin(), [](char left, char right) {
-               return std::tolower(static_cast<unsigned char>(left)) == std::tolower(static_cast<unsigned char>(right));
-           });
+std::int32_t Questions::answer(const std::string &title, const std::string &prompt, std::int32_t style) {
+    const std::optional<std::int32_t> given = prepared(style);
+    if (window_ != nullptr && !given) return window_->ask(title, prompt, style);
+
+    std::string lines = prompt;
+    std::replace(lines.begin(), lines.end(), '\r', '\n');
+    display_.error(title.empty() ? lines : fmt::format("{}: {}", title, lines));
+    const std::span<const Answer> answers = answersOf(style);
+    const std::int32_t safe = safeAnswer(style);
+    if (mayAsk_ && !given && !answers.empty()) {
+        std::string choices;
+        for (const Answer &answer : answers)
+            choices += fmt::format("{}{}{}", choices.empty() ? "" : ", ", answer.name,
+                                   answer.button == safe ? " (default)" : "");
+        display_.error(choices + "?");
+        if (const auto button = chosen(answers, readLine())) return *button;
+    }
+    const std::int32_t button = given.value_or(safe);
+    for (const Answer &answer : answers)
+        if (answer.button == button) display_.error(fmt::format("Answered: {}", answer.name));
+    return button;
 }
 
-} // namespace
-
-struct Question::Style {
-    std::int32_t style;
-    std::span<const Answer> answers;
-    std::int32_t safe;
-
-    static const Style &of(std::int32_t style) {
-        static constexpr std::array styles{
-            Style{0, acknowledge, KX3_BUTTON_OK},
-            Style{64, acknowledge, KX3_BUTTON_OK},
-            Style{33, okOrCancel, KX3_BUTTON_CANCEL},
-            Style{50, abortRetryIgnore, KX3_BUTTON_ABORT},
-        };
-        const auto *row =
-            std::find_if(styles.begin(), styles.end(), [style](const Style &each) { return each.style == style; });
-        return row == styles.end() ? styles.front() : *row;
+std::optional<std::int32_t> Questions::prepared(std::int32_t style) {
+    if (style == okCancelQuestion && answers_.goOn) return KX3_BUTTON_OK;
+    if (style != abortRetryIgnore) return std::nullopt;
+    if (answers_.onWrongId == KX3_BUTTON_RETRY) {
+        if (left_ == 0) return KX3_BUTTON_ABORT;
+        --left_;
     }
-};
-
-Question::Question(std::string_view title, std::string_view prompt, std::int32_t style)
-    : title_(title), prompt_(prompt), style_(Style::of(style)) {}
-
-bool Question::hasChoice() const { return style_.answers.size() > 1; }
-
-std::int32_t Question::ask(Display &display, bool mayAsk, std::optional<std::int32_t> prepared) const {
-    std::string lines(prompt_);
-    std::replace(lines.begin(), lines.end(), '\r', '\n');
-    display.error(title_.empty() ? lines : fmt::format("{}: {}", title_, lines));
-    if (!hasChoice()) return style_.safe;
-
-    std::string choices;
-    for (const Answer &answer : style_.answers) {
-        const bool safe = answer.button == style_.safe;
-        choices += fmt::format("{}{}{}", choices.empty() ? "" : ", ", answer.name, safe ? " (default)" : "");
-    }
-    const auto chosen = [this](std::string_view typed) {
-        return std::find_if(style_.answers.begin(), style_.answers.end(),
-                            [typed](const Answer &answer) { return meant(typed, answer.name); });
-    };
-    if (mayAsk && !prepared) {
-        display.error(choices + "?");
-        if (const auto answer = chosen(readAnswer()); answer != style_.answers.end()) return answer->button;
-    }
-    const std::int32_t button = prepared.value_or(style_.safe);
-    const auto given = std::find_if(style_.answers.begin(), style_.answers.end(),
-                                    [button](const Answer &answer) { return answer.button == button; });
-    if (given != style_.answers.end()) display.error(fmt::format("Answered: {}", given->name));
-    return button;
+    return answers_.onWrongId;
 }
 
 } // namespace kx3console

@@ -1,8 +1,10 @@
 #include "report.h"
 
 #include "geometry.h"
+#include "text.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
@@ -13,66 +15,58 @@ using Json = nlohmann::ordered_json;
 
 namespace {
 
-constexpr int indent = 2;
-
-std::string dump(const Json &json) {
-    // Texts may come from file names, which need not be UTF-8.
-    return json.dump(indent, ' ', false, Json::error_handler_t::replace) + "\n";
+Json differencesJson(const kx3sim::Mismatches &found) {
+    if (found.bytes == 0) return {{"bytes", 0}};
+    return {{"bytes", found.bytes},
+            {"first_address", found.firstAddress},
+            {"device", found.firstDevice},
+            {"file", found.firstBuffer},
+            {"bits_0_instead_of_1", found.zeroInsteadOfOne},
+            {"bits_1_instead_of_0", found.oneInsteadOfZero}};
 }
 
-Json errorJson(std::string_view message, std::string_view advice) {
-    Json error{{"message", message}};
-    if (!advice.empty()) error["advice"] = advice;
-    return error;
-}
-
-Json statusJson(Exit code) {
-    return Json{{"ok", code == Exit::done}, {"exit_code", static_cast<int>(code)}, {"result", exitName(code)}};
-}
-
-Json differencesJson(const Differences &found) {
-    Json json{{"bytes", found.bytes}};
-    if (found.bytes == 0) return json;
-    json["first_address"] = found.firstAddress;
-    json["device"] = found.firstDevice;
-    json["file"] = found.firstFile;
-    json["bits_0_instead_of_1"] = found.zeroInsteadOfOne;
-    json["bits_1_instead_of_0"] = found.oneInsteadOfZero;
-    return json;
-}
-
-std::string_view driverOf(const Profile &profile) {
-    const std::string_view name = driverName(profile.integer(Field::model_type), profile.integer(Field::selection));
-    return name.empty() ? "session window" : name;
+std::string driverName(const Profile &profile) {
+    const auto driver = driverOf(profile);
+    return driver ? driver->module : "session window";
 }
 
 } // namespace
 
-std::string resultText(const Command &command, const OperationReport &report) {
-    const std::string verified = report.verified ? " and verified" : "";
-    std::string text;
-    switch (command.operation) {
-    case Operation::program:
-        text = fmt::format("Programmed{} {}: {} bytes of {} ({}).", verified, report.device, report.bytes, report.input,
-                           report.format);
-        break;
-    case Operation::automatic:
-        text = fmt::format("Auto sequence passed on {}: {} bytes of {} ({}).", report.device, report.bytes,
-                           report.input, report.format);
-        break;
-    case Operation::verify:
-        text = fmt::format("Verified {}: all {} bytes equal {} ({}).", report.device, report.bytes, report.input,
-                           report.format);
-        break;
-    case Operation::read:
-        text =
-            fmt::format("Read {} bytes of {} into {} ({}).", report.bytes, report.device, report.output, report.format);
-        break;
-    case Operation::erase: text = fmt::format("Erased {}.", report.device); break;
-    case Operation::blankCheck: text = fmt::format("{} is blank.", report.device); break;
-    case Operation::programConfiguration:
-    case Operation::checkConfiguration: break; // no commands of their own
-    }
+void print(const std::string &text) { static_cast<void>(std::fwrite(text.data(), 1, text.size(), stdout)); }
+
+std::string dump(const Json &json) {
+    constexpr int indent = 2;
+    // Texts may come from file names, which need not be UTF-8.
+    return json.dump(indent, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+Json errorJson(const Failure &failure) {
+    Json error{{"message", failure.message()}};
+    if (!failure.advice().empty()) error["advice"] = failure.advice();
+    return error;
+}
+
+Json statusJson(const Failure *failure) {
+    const Exit code = failure == nullptr ? Exit::done : failure->code();
+    return {{"ok", code == Exit::done}, {"exit_code", static_cast<int>(code)}, {"result", exitName(code)}};
+}
+
+std::string failureJson(const Failure &failure) {
+    Json json = statusJson(&failure);
+    json["error"] = errorJson(failure);
+    return dump(json);
+}
+
+std::string errorText(const Failure &failure) {
+    const char *const separator = failure.advice().empty() ? "" : "\n      ";
+    return fmt::format("mpu6: {}{}{}", failure.message(), separator, failure.advice());
+}
+
+std::string resultText(const Command &command, const RunReport &report) {
+    std::string text =
+        fmt::format(fmt::runtime(command.passed), fmt::arg("device", report.device), fmt::arg("bytes", report.bytes),
+                    fmt::arg("input", report.input), fmt::arg("output", report.output),
+                    fmt::arg("format", report.format), fmt::arg("verified", report.verified ? " and verified" : ""));
     if (!report.configuration.empty())
         text += fmt::format("\nConfiguration bytes: {:02X}", fmt::join(report.configuration, " "));
     if (!report.eeprom.empty()) text += fmt::format("\nEEPROM: {}", report.eeprom);
@@ -80,20 +74,23 @@ std::string resultText(const Command &command, const OperationReport &report) {
     return text + "\n";
 }
 
-std::string resultJson(const Command &command, const OperationReport &report) {
-    Json json = statusJson(report.outcome.code);
+std::string resultJson(const Command &command, const RunReport &report) {
+    Json json = statusJson(report.failure ? &*report.failure : nullptr);
+    const auto add = [&json](const char *key, const auto &value) {
+        if (!value.empty()) json[key] = value;
+    };
     json["command"] = command.name;
     json["device"] = report.device;
-    if (!report.input.empty()) json["input"] = report.input;
-    if (!report.output.empty()) json["output"] = report.output;
-    if (!report.format.empty()) json["format"] = report.format;
+    add("input", report.input);
+    add("output", report.output);
+    add("format", report.format);
     if (report.bytes != 0) json["bytes"] = report.bytes;
-    if (!report.outside.empty()) json["outside"] = report.outside;
-    if (!report.configuration.empty()) json["configuration"] = report.configuration;
-    if (!report.eeprom.empty()) json["eeprom"] = report.eeprom;
+    add("outside", report.outside);
+    add("configuration", report.configuration);
+    add("eeprom", report.eeprom);
     if (report.differences) json["differences"] = differencesJson(*report.differences);
     json["log"] = report.log;
-    if (report.outcome.code != Exit::done) json["error"] = errorJson(report.outcome.message, report.outcome.advice);
+    if (report.failure) json["error"] = errorJson(*report.failure);
     return dump(json);
 }
 
@@ -103,8 +100,8 @@ std::string devicesText(const std::vector<Profile> &profiles) {
         width = std::max(width, profile.name.size());
     std::string text;
     for (const Profile &profile : profiles)
-        text += fmt::format("{:<{}}  {:<14}  {:>9} bytes  {}\n", profile.name, width, driverOf(profile),
-                            profile.dataBytes(), profile.text(Field::description));
+        text += fmt::format("{:<{}}  {:<14}  {:>9} bytes  {}\n", profile.name, width, driverName(profile),
+                            profile.dataBytes(), profile.text(ProfileKey::description));
     return text;
 }
 
@@ -112,28 +109,18 @@ std::string devicesJson(const std::vector<Profile> &profiles) {
     Json list = Json::array();
     for (const Profile &profile : profiles)
         list.push_back({{"name", profile.name},
-                        {"driver", driverOf(profile)},
-                        {"model_type", profile.integer(Field::model_type)},
-                        {"size", profile.integer(Field::size)},
-                        {"bytes_per_address", profile.integer(Field::bytes_per_address)},
+                        {"driver", driverName(profile)},
+                        {"model_type", profile.integer(ProfileKey::model_type)},
+                        {"size", profile.integer(ProfileKey::size)},
+                        {"bytes_per_address", profile.integer(ProfileKey::bytes_per_address)},
                         {"bytes", profile.dataBytes()},
-                        {"maker", profile.text(Field::maker)},
-                        {"description", profile.text(Field::description)},
+                        {"maker", profile.text(ProfileKey::maker)},
+                        {"description", profile.text(ProfileKey::description)},
                         {"profile", profile.place}});
-    Json json = statusJson(Exit::done);
+    Json json = statusJson(nullptr);
     json["command"] = "devices";
     json["devices"] = std::move(list);
     return dump(json);
-}
-
-std::string failureJson(const Failure &failure) {
-    Json json = statusJson(failure.code());
-    json["error"] = errorJson(failure.message(), failure.advice());
-    return dump(json);
-}
-
-std::string errorText(std::string_view message, std::string_view advice) {
-    return advice.empty() ? fmt::format("mpu6: {}", message) : fmt::format("mpu6: {}\n      {}", message, advice);
 }
 
 } // namespace kx3console

@@ -1,17 +1,15 @@
 #include "save_file.h"
 
 #include "failure.h"
-#include "memory_file.h"
-#include "record_file.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
-#include <fcntl.h>
+#include <array>
 #include <fmt/format.h>
-#include <sys/stat.h>
+#include <optional>
+#include <sys/mman.h>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace kx3console {
 
@@ -19,77 +17,105 @@ namespace {
 
 constexpr std::size_t bytesPerRecord = 32;
 
-void writeRecords(FileFormat format, const std::string &path, std::uint64_t base, std::span<const std::uint8_t> image) {
-    const auto writer = createRecords(format, path);
-    for (std::size_t at = 0; at < image.size(); at += bytesPerRecord)
-        writer->write({RecordKind::data, base + at, image.subspan(at, std::min(bytesPerRecord, image.size() - at))});
-    // S-records end with a start address; without one their end could not be told from a cut.
-    if (format == FileFormat::sRecord) writer->write({RecordKind::startAddress, 0, {}});
+/// A file of records that is made in memory alone. libsrecord ends the process when it cannot write,
+/// and here it always can.
+class RecordFile {
+  public:
+    explicit RecordFile(FileFormat format) : format_(format), descriptor_(::memfd_create("mpu6", MFD_CLOEXEC)) {
+        if (descriptor_ < 0) throw Failure(Exit::failed, "no memory for the output file");
+        writer_ = createRecords(format, fmt::format("/dev/fd/{}", descriptor_));
+    }
+    ~RecordFile() { ::close(descriptor_); }
+    RecordFile(const RecordFile &) = delete;
+    RecordFile &operator=(const RecordFile &) = delete;
+
+    void write(const Record &record) {
+        if (record.kind == RecordKind::startAddress)
+            start_ = record.address; // ends the file: data that are added come before it
+        else
+            writer_->write(record);
+    }
+
+    void writeData(std::uint64_t address, std::span<const std::uint8_t> bytes) {
+        for (std::size_t at = 0; at < bytes.size(); at += bytesPerRecord)
+            write({RecordKind::data, address + at, bytes.subspan(at, std::min(bytesPerRecord, bytes.size() - at))});
+    }
+
+    void copyTo(OutputFile &file) {
+        // S-records end with a start address; without one their end could not be told from a cut.
+        if (start_ || format_ == FileFormat::sRecord)
+            writer_->write({RecordKind::startAddress, start_.value_or(0), {}});
+        writer_.reset();
+        std::array<std::uint8_t, 65536> part{};
+        ::lseek(descriptor_, 0, SEEK_SET);
+        for (ssize_t got = 0; (got = ::read(descriptor_, part.data(), part.size())) > 0;)
+            file.write({part.data(), static_cast<std::size_t>(got)});
+    }
+
+  private:
+    FileFormat format_;
+    int descriptor_;
+    std::unique_ptr<RecordWriter> writer_;
+    std::optional<std::uint64_t> start_;
+};
+
+void patchRecords(const LoadRequest &source, FileFormat format, Patch patch, OutputFile &file) {
+    RecordFile records(format);
+    std::vector<std::uint8_t> bytes;
+    const auto copy = [&](const Record &record) {
+        if (record.kind != RecordKind::data) return records.write(record);
+        bytes.assign(record.bytes.begin(), record.bytes.end());
+        auto next = patch.lower_bound(record.address);
+        while (next != patch.end() && next->first - record.address < bytes.size()) {
+            bytes[static_cast<std::size_t>(next->first - record.address)] = next->second;
+            next = patch.erase(next);
+        }
+        records.write({RecordKind::data, record.address, bytes});
+    };
+    if (!source.path.empty()) visitRecords(source.path, format, copy);
+    while (!patch.empty()) { // a run of bytes that no record had room for
+        const std::uint64_t first = patch.begin()->first;
+        for (bytes.clear(); !patch.empty() && patch.begin()->first == first + bytes.size(); patch.erase(patch.begin()))
+            bytes.push_back(patch.begin()->second);
+        records.writeData(first, bytes);
+    }
+    records.copyTo(file);
 }
 
-mode_t permissionsFor(const std::filesystem::path &path) {
-    struct stat status {};
-    if (::stat(path.c_str(), &status) == 0) return status.st_mode & 0777;
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
-    return 0666 & ~mask;
+/// The bytes of a raw file as they are after the patch.
+void patchRaw(const LoadRequest &source, const Patch &patch, OutputFile &file) {
+    const InputFile input(source.path, "load file");
+    const std::uint64_t base = source.base.value_or(source.loadBase);
+    if (!patch.empty() && patch.begin()->first < base)
+        throw Failure(Exit::refused, "the raw file begins behind the device's configuration bytes",
+                      "Check --base, the load address of its first byte.");
+    const std::uint64_t end = patch.empty() ? 0 : patch.rbegin()->first - base + 1;
+    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(input.size()));
+    input.readAt(0, bytes);
+    bytes.resize(static_cast<std::size_t>(std::max(input.size(), end)), erasedByte);
+    for (const auto &[address, value] : patch)
+        bytes[static_cast<std::size_t>(address - base)] = value;
+    file.write(bytes);
 }
 
 } // namespace
-
-OutputFile::OutputFile(std::filesystem::path path) : path_(std::move(path)) {
-    std::error_code error;
-    const auto status = std::filesystem::status(path_, error);
-    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
-        throw Failure(
-            Exit::refused,
-            fmt::format("output file {}: {}", path_.string(),
-                        std::filesystem::is_directory(status) ? "this is a directory" : "this is no regular file"),
-            "Choose another name.");
-    // Write through a link, not over it.
-    if (std::filesystem::exists(status)) path_ = std::filesystem::canonical(path_);
-    if (std::filesystem::exists(status) && ::access(path_.c_str(), W_OK) != 0) fail(errno);
-    temporary_ = path_.string() + ".XXXXXX";
-    descriptor_ = ::mkostemp(temporary_.data(), O_CLOEXEC);
-    if (descriptor_ < 0) fail(errno);
-    ::fchmod(descriptor_, permissionsFor(path_));
-}
-
-OutputFile::~OutputFile() {
-    if (descriptor_ < 0) return;
-    ::close(descriptor_);
-    ::unlink(temporary_.c_str());
-}
-
-void OutputFile::write(std::span<const std::uint8_t> bytes) {
-    while (!bytes.empty()) {
-        const ssize_t done = ::write(descriptor_, bytes.data(), bytes.size());
-        if (done < 0 && errno == EINTR) continue;
-        if (done <= 0) fail(done < 0 ? errno : ENOSPC);
-        bytes = bytes.subspan(static_cast<std::size_t>(done));
-    }
-}
-
-void OutputFile::commit() {
-    if (::fsync(descriptor_) != 0 || ::rename(temporary_.c_str(), path_.c_str()) != 0) fail(errno);
-    ::close(descriptor_);
-    descriptor_ = -1;
-}
-
-void OutputFile::fail(int error) const {
-    throw Failure(Exit::failed,
-                  fmt::format("output file {} cannot be written: {}", path_.string(), std::strerror(error)),
-                  "Nothing was changed there. Choose a place where you may write and that has room.");
-}
 
 void saveFile(OutputFile &file, FileFormat format, std::uint64_t base, std::span<const std::uint8_t> image) {
     if (format == FileFormat::raw) {
         file.write(image);
     } else {
-        const MemoryFile records;
-        writeRecords(format, records.path(), base, image);
+        RecordFile records(format);
+        records.writeData(base, image);
         records.copyTo(file);
     }
+    file.commit();
+}
+
+void patchFile(const LoadRequest &source, FileFormat format, Patch patch, OutputFile &file) {
+    if (format == FileFormat::raw)
+        patchRaw(source, patch, file);
+    else
+        patchRecords(source, format, std::move(patch), file);
     file.commit();
 }
 

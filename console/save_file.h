@@ -1,40 +1,26 @@
-// Writing what was read from a device.
+// Writing load files: what was read from a device, or a load file with some bytes changed.
 #pragma once
 
-#include "file_format.h"
+#include "files.h"
+#include "load_file.h"
 
 #include <cstdint>
-#include <filesystem>
+#include <map>
 #include <span>
-#include <string>
 
 namespace kx3console {
 
-/// A file that appears under its name only when it is complete: until then the old one stays whole.
-/// Made before the device is touched, so that an output that cannot be written is known early.
-class OutputFile {
-  public:
-    /// Fails with Exit::failed when there can be no such file, and with Exit::refused when the name
-    /// belongs to something that is no regular file.
-    explicit OutputFile(std::filesystem::path path);
-    ~OutputFile();
-    OutputFile(const OutputFile &) = delete;
-    OutputFile &operator=(const OutputFile &) = delete;
-
-    [[nodiscard]] const std::filesystem::path &path() const { return path_; }
-    void write(std::span<const std::uint8_t> bytes);
-    /// Give the complete file its name.
-    void commit();
-
-  private:
-    [[noreturn]] void fail(int error) const;
-
-    std::filesystem::path path_;
-    std::string temporary_;
-    int descriptor_ = -1;
-};
-
 /// Write `image`, whose first byte has load file address `base`, and commit the file.
 void saveFile(OutputFile &file, FileFormat format, std::uint64_t base, std::span<const std::uint8_t> image);
+
+/// New bytes by their load file addresses.
+using Patch = std::map<std::uint64_t, std::uint8_t>;
+
+/// Write a copy of the load file with the bytes of `patch` in it, and commit it. Its other data, its
+/// header and its start address stay; bytes that a file of records does not have yet are added behind
+/// its data, and without a source path they are all there is. A raw file that ends before them is
+/// filled up with erased bytes. `format` is the source's own. Fails with Exit::badFile when the source
+/// has changed since it was loaded, in a way that spoils it.
+void patchFile(const LoadRequest &source, FileFormat format, Patch patch, OutputFile &file);
 
 } // namespace kx3console

@@ -1,13 +1,12 @@
 #include "stop_request.h"
 
-#include <array>
 #include <csignal>
+#include <initializer_list>
 
 namespace kx3console {
 
 namespace {
 
-constexpr std::array signals{SIGINT, SIGTERM};
 volatile std::sig_atomic_t requested = 0;
 
 void note(int /*signal*/) { requested = 1; }
@@ -16,7 +15,7 @@ void handle(void (*handler)(int), int flags) {
     struct sigaction action {};
     action.sa_handler = handler;
     action.sa_flags = flags;
-    for (const int signal : signals)
+    for (const int signal : {SIGINT, SIGTERM})
         sigaction(signal, &action, nullptr);
 }
 

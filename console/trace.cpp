@@ -7,7 +7,9 @@
 #include <cerrno>
 #include <cstring>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 namespace kx3console {
 
@@ -15,15 +17,19 @@ using Json = nlohmann::ordered_json;
 
 namespace {
 
+constexpr std::array programmerFunctions{
+#define KX3_PROGRAMMER_FUNCTION(name, ...) #name,
+#include "outside/programmer_functions.inc"
+};
+
 /// CRC-32 of ISO-HDLC, so that data can be told apart without being listed.
 std::uint32_t checksum(std::span<const std::uint8_t> data) {
     static const auto table = [] {
         std::array<std::uint32_t, 256> rows{};
         for (std::uint32_t i = 0; i < rows.size(); ++i) {
-            std::uint32_t row = i;
+            rows[i] = i;
             for (int bit = 0; bit < 8; ++bit)
-                row = (row & 1) != 0 ? 0xEDB88320U ^ (row >> 1) : row >> 1;
-            rows[i] = row;
+                rows[i] = (rows[i] & 1) != 0 ? 0xEDB88320U ^ (rows[i] >> 1) : rows[i] >> 1;
         }
         return rows;
     }();
@@ -33,16 +39,7 @@ std::uint32_t checksum(std::span<const std::uint8_t> data) {
     return ~sum;
 }
 
-std::string hexBytes(std::span<const std::uint8_t> bytes) {
-    std::string text;
-    for (const std::uint8_t byte : bytes)
-        text += fmt::format("{}{:02X}", text.empty() ? "" : " ", byte);
-    return text;
-}
-
-std::span<const std::uint8_t> dataOf(const kx3_io_call &call) {
-    return {call.data, call.count > 0 ? static_cast<std::size_t>(call.count) : 0};
-}
+std::string hexBytes(std::span<const std::uint8_t> bytes) { return fmt::format("{:02X}", fmt::join(bytes, " ")); }
 
 Json describePoll(bool arrived, std::span<const std::uint8_t> bytes) {
     Json line{{"call", "PollStatus"}, {"arrived", arrived}};
@@ -57,75 +54,75 @@ Json describePoll(bool arrived, std::span<const std::uint8_t> bytes) {
 
 } // namespace
 
-/// A call that may repeat.
+/// Calls that are written as one line: equal status reports, or comparisons of addresses in a row.
 struct Trace::Pending {
-    std::string kind;
-    std::string line; ///< of a status report, as JSON
+    Json report;
+    const char *comparison = nullptr;
     std::int32_t first = 0;
     std::int32_t last = 0;
+    bool stops = false;
     std::uint64_t count = 0;
     std::uint64_t yields = 0;
-    bool stops = false;
 
     [[nodiscard]] Json describe() const {
-        Json result;
-        if (!line.empty()) {
-            result = Json::parse(line);
-        } else if (count > 0) {
-            result["call"] = kind;
-            result["from"] = first;
-            result["to"] = last;
-            if (stops) result["stops"] = true;
+        if (count == 0) return {{"call", "yield"}, {"count", yields}};
+        Json line = report;
+        if (comparison != nullptr) {
+            line = {{"call", comparison}, {"from", first}, {"to", last}};
+            if (stops) line["stops"] = true;
         }
-        if (count > 1) result["count"] = count;
-        if (yields > 0) result["yields"] = yields;
-        return result;
+        if (count > 1) line["count"] = count;
+        if (yields > 0) line["yields"] = yields;
+        return line;
     }
 };
 
 Trace::Trace(const std::filesystem::path &path)
-    : name_(path.string()), file_(std::fopen(path.c_str(), "we")), pending_(std::make_unique<Pending>()) {
+    : file_(std::fopen(path.c_str(), "we")), pending_(std::make_unique<Pending>()) {
     if (!file_)
-        throw Failure(Exit::failed, fmt::format("trace file {} cannot be written: {}", name_, std::strerror(errno)),
+        throw Failure(Exit::failed,
+                      fmt::format("trace file {} cannot be written: {}", path.string(), std::strerror(errno)),
                       "Choose another place for --trace.");
 }
 
 Trace::~Trace() = default;
 
-void Trace::write(const std::string &line) {
-    const std::string whole = line + "\n";
-    complete_ = std::fwrite(whole.data(), 1, whole.size(), file_.get()) == whole.size() && complete_;
+template <class Line> void Trace::write(const Line &line) {
+    const std::string text = line.dump() + "\n";
+    complete_ = std::fwrite(text.data(), 1, text.size(), file_.get()) == text.size() && complete_;
 }
 
 void Trace::flush() {
     pending_->yields += std::exchange(yields_, 0);
-    if (pending_->count > 0 || pending_->yields > 0) {
-        const Json line = pending_->describe();
-        write((pending_->count > 0 ? line : Json{{"call", "yield"}, {"count", pending_->yields}}).dump());
-    }
+    if (pending_->count > 0 || pending_->yields > 0) write(pending_->describe());
     *pending_ = Pending{};
 }
 
-void Trace::operation(int operation, std::string_view device) {
+void Trace::begun(int operation, std::string_view device) {
     flush();
-    write(Json{{"operation", operation}, {"device", device}, {"plugin", kx3_version()}}.dump());
+    write(Json{{"operation", operation}, {"device", device}, {"plugin", kx3_version()}});
 }
 
-void Trace::sessionCall(const char *name, const NamedValues &arguments, std::optional<std::int64_t> result) {
+void Trace::hostCall(const char *name, std::string_view names, std::initializer_list<std::int64_t> arguments,
+                     std::optional<std::int64_t> result) {
     flush();
     Json line{{"call", name}};
-    for (const auto &[key, value] : arguments)
-        line[key] = value;
+    for (const std::int64_t argument : arguments) {
+        names.remove_prefix(names.find_first_not_of("(, "));
+        const std::size_t length = names.find_first_of(",)");
+        line[std::string(names.substr(0, length))] = argument;
+        names.remove_prefix(length);
+    }
     if (result) line["result"] = *result;
-    write(line.dump());
+    write(line);
 }
 
 void Trace::poll(bool arrived, std::span<const std::uint8_t> report) {
-    std::string line = describePoll(arrived, report).dump();
-    if (pending_->line != line) {
+    Json line = describePoll(arrived, report);
+    if (pending_->report != line) {
         const std::uint64_t before = std::exchange(yields_, 0);
         flush();
-        pending_->line = std::move(line);
+        pending_->report = std::move(line);
         yields_ = before;
     }
     pending_->yields += std::exchange(yields_, 0);
@@ -133,10 +130,9 @@ void Trace::poll(bool arrived, std::span<const std::uint8_t> report) {
 }
 
 void Trace::compare(const char *name, std::int32_t address, bool stops) {
-    const bool goesOn = pending_->count > 0 && pending_->kind == name && pending_->last + 1 == address && yields_ == 0;
-    if (!goesOn) {
+    if (pending_->comparison != name || pending_->last + 1 != address || yields_ != 0) {
         flush();
-        pending_->kind = name;
+        pending_->comparison = name;
         pending_->first = address;
     }
     pending_->last = address;
@@ -146,36 +142,33 @@ void Trace::compare(const char *name, std::int32_t address, bool stops) {
 
 void Trace::carriedOut(int operation, std::string_view name, int result) {
     flush();
-    write(Json{{"call", "yield"}, {"announced", operation}, {"name", name}, {"result", result}}.dump());
+    write(Json{{"call", "yield"}, {"announced", operation}, {"name", name}, {"result", result}});
 }
 
 void Trace::io(const kx3_io_call &call) {
     flush();
-    Json line;
-    switch (call.function) {
-    case KX3_USBCOMWRITE:
-        line = {{"call", "usbcomwrite"}, {"packet", packetName(dataOf(call))}, {"bytes", hexBytes(dataOf(call))}};
-        break;
-    case KX3_USBBULKWRITE:
-        line = {
-            {"call", "usbbulkwrite"}, {"count", call.count}, {"crc32", fmt::format("{:08X}", checksum(dataOf(call)))}};
-        break;
-    case KX3_USBBULKREAD: line = {{"call", "usbbulkread"}, {"count", call.count}}; break;
-    default: line = {{"call", "datstr"}, {"value", call.count}}; break;
+    const std::span data(call.data, call.count > 0 ? static_cast<std::size_t>(call.count) : 0);
+    const auto row = static_cast<std::size_t>(call.function - KX3_USBCOMWRITE);
+    Json line{{"call", row < programmerFunctions.size() ? programmerFunctions[row] : "unknown"}};
+    if (call.function == KX3_USBCOMWRITE) {
+        line["packet"] = packetName(data);
+        line["bytes"] = hexBytes(data);
+    } else {
+        line[call.function == KX3_DATSTR ? "value" : "count"] = call.count;
+        if (call.function == KX3_USBBULKWRITE) line["crc32"] = fmt::format("{:08X}", checksum(data));
     }
     line["result"] = call.result;
-    write(line.dump());
+    write(line);
 }
 
 void Trace::messageBox(std::string_view title, std::string_view prompt, std::int32_t style, std::int32_t button) {
     flush();
-    write(Json{{"call", "message_box"}, {"title", title}, {"prompt", prompt}, {"style", style}, {"button", button}}
-              .dump());
+    write(Json{{"call", "message_box"}, {"title", title}, {"prompt", prompt}, {"style", style}, {"button", button}});
 }
 
 bool Trace::ended(std::string_view result) {
     flush();
-    write(Json{{"ended", result}}.dump());
+    write(Json{{"ended", result}});
     return std::fflush(file_.get()) == 0 && complete_;
 }
 

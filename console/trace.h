@@ -4,14 +4,12 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <initializer_list>
 #include <kx3mpu6.h>
 #include <memory>
 #include <optional>
 #include <span>
-#include <string>
 #include <string_view>
-#include <utility>
-#include <vector>
 
 namespace kx3console {
 
@@ -26,12 +24,11 @@ class Trace {
     Trace(const Trace &) = delete;
     Trace &operator=(const Trace &) = delete;
 
-    using NamedValues = std::vector<std::pair<const char *, std::int64_t>>;
-
-    void operation(int operation, std::string_view device);
+    void begun(int operation, std::string_view device);
     void yield() { ++yields_; }
-    /// A call of the session host other than the next two.
-    void sessionCall(const char *name, const NamedValues &arguments, std::optional<std::int64_t> result = std::nullopt);
+    /// A call of the session host other than the next two; `names` of the arguments is "(pin, state)".
+    void hostCall(const char *name, std::string_view names, std::initializer_list<std::int64_t> arguments,
+                  std::optional<std::int64_t> result);
     void poll(bool arrived, std::span<const std::uint8_t> report);
     void compare(const char *name, std::int32_t address, bool stops);
     /// A yield in which the host carried out the announced operation; `result` is its result code.
@@ -43,15 +40,13 @@ class Trace {
 
   private:
     struct Pending;
-
-    void flush();
-    void write(const std::string &line);
-
     struct Close {
         void operator()(std::FILE *file) const noexcept { static_cast<void>(std::fclose(file)); }
     };
 
-    std::string name_;
+    void flush();
+    template <class Json> void write(const Json &line);
+
     std::unique_ptr<std::FILE, Close> file_;
     std::unique_ptr<Pending> pending_;
     std::uint64_t yields_ = 0;

@@ -31,15 +31,5 @@ TEST(AddressRanges, AgreeWithASetOfAddresses) {
     }
 }
 
-TEST(AddressRanges, NeighboursAreOneRun) {
-    AddressRanges ranges;
-    for (const AddressRange range : {AddressRange{0x10, 0x1F}, {0x30, 0x3F}, {0x20, 0x2F}, {0x50, 0x50}})
-        ranges.add(range);
-    EXPECT_EQ(ranges.text(), "0x10-0x3F, 0x50");
-    EXPECT_EQ(ranges.text(1), "0x10-0x3F and 1 more");
-    EXPECT_EQ(ranges.gaps({0, 0x60}).text(), "0x0-0xF, 0x40-0x4F, 0x51-0x60");
-    EXPECT_TRUE(ranges.gaps({0x12, 0x3F}).empty());
-}
-
 } // namespace
 } // namespace kx3console

@@ -39,13 +39,6 @@ TEST(Display, AlwaysInAPipeWritesALineForEachTenPercentOfAStage) {
                     "Program 50 %\n");
 }
 
-TEST(Display, StaysSilentWhere) {
-    const auto quick = [](Display &display) { runUp(display, {0, 40, 100}); };
-    EXPECT_EQ(shown({.progress = ProgressMode::automatic}, quick), "") << "a short run in a pipe";
-    EXPECT_EQ(shown({.progress = ProgressMode::never, .terminal = true}, quick), "") << "never";
-    EXPECT_EQ(shown({.quiet = true, .terminal = true}, quick), "") << "quiet";
-}
-
 TEST(Display, RedrawsNoMoreThanNeeded) {
     const auto text = shown({.terminal = true}, [](Display &display) {
         for (int percent = 0; percent < 100; ++percent)

@@ -6,8 +6,11 @@ namespace kx3console {
 namespace {
 
 /// A device of 0x8000 bytes, loaded from 0x100 on, whose fuses have names.
-OutcomeContext contextOf(Operation operation, std::int64_t bytesPerAddress) {
-    return {operation, bytesPerAddress, 0x100, 0x8000, 16, 55, "the image is bad"};
+Profile device(std::int64_t bytesPerAddress) {
+    Profile profile = plainDevice({0x8000, 0, 55, 0});
+    profile.value(ProfileKey::load_base) = std::int64_t{0x100};
+    profile.value(ProfileKey::bytes_per_address) = bytesPerAddress;
+    return profile;
 }
 
 Evidence passed() {
@@ -27,9 +30,9 @@ Evidence compareFailed(std::uint8_t resultCode) {
     seen.lastReport = StatusReport{100, StatusReport::compareError, 0x32, 0x1234, 0xBEEF, 0xCAFE};
     return seen;
 }
-Evidence differs(std::int64_t address) {
+Evidence differs(kx3::Long address) {
     Evidence seen = passed();
-    seen.differences = {2, address, 0x00, 0x03, 2, 0};
+    seen.differences = {2, address, 0x00, 0x03, 2, 0, 2};
     return seen;
 }
 template <class Member, class Value> Evidence with(Evidence seen, Member Evidence::*member, Value value) {
@@ -70,16 +73,16 @@ TEST(Outcomes, AreTold) {
         {differs(0x8012), Operation::verify, Exit::differs, "EEPROM address 0x2,"},
     };
     for (const auto &c : cases) {
-        const Outcome outcome = judge(c.seen, contextOf(c.operation, 1));
-        EXPECT_EQ(outcome.code, c.code) << outcome.message;
-        EXPECT_NE(outcome.message.find(c.message), std::string::npos) << outcome.message << " lacks " << c.message;
-        EXPECT_EQ(outcome.message.empty(), outcome.code == Exit::done);
+        const Failure outcome = judge(c.seen, c.operation, device(1), "bad image").value_or(Failure(Exit::done, ""));
+        EXPECT_EQ(outcome.code(), c.code) << outcome.message();
+        EXPECT_NE(outcome.message().find(c.message), std::string::npos) << outcome.message() << " lacks " << c.message;
     }
 }
 
 TEST(Outcomes, WordsShowBothBytes) {
-    const Outcome outcome = judge(compareFailed(1), contextOf(Operation::program, 2));
-    EXPECT_NE(outcome.message.find("device 0xBEEF, file 0xCAFE"), std::string::npos) << outcome.message;
+    const auto outcome = judge(compareFailed(1), Operation::program, device(2), "");
+    ASSERT_TRUE(outcome);
+    EXPECT_NE(outcome->message().find("device 0xBEEF, file 0xCAFE"), std::string::npos) << outcome->message();
 }
 
 } // namespace

@@ -15,6 +15,11 @@ TIMEOUT = 60
 QUESTION = re.compile(rb"Ignore\?|Cancel \(default\)\?|\[y/N\]|to go on:")
 
 
+def require(condition, message):
+    if not condition:
+        raise AssertionError(message)
+
+
 class Result:
     def __init__(self, command, code, out, err, directory):
         self.command, self.code, self.out, self.err, self.directory = command, code, out, err, directory
@@ -52,7 +57,14 @@ class Desk:
         return self
 
     def __exit__(self, *_):
+        self.clear()
+
+    def clear(self):
         shutil.rmtree(self.path, ignore_errors=True)
+
+    def content(self):
+        """All files with their bytes."""
+        return {path: path.read_bytes() for path in self.path.rglob("*") if path.is_file()}
 
     def start(self, command, *words, **streams):
         line = [self.program, *shlex.split(command), *words]
