@@ -81,13 +81,15 @@ TEST_F(FormTest, TextEditing) {
 }
 
 TEST_F(FormTest, ErrorsCloseTheFormAndAreRaisedOnce) {
-    form.failOnClick = form.failOnLoad = true;
+    form.clicked = [](Control &) { raise(ErrorNumber::subscript); };
+    form.failOnLoad = true;
     EXPECT_FALSE(form.click(form.at("Button")) || form.loaded());
     EXPECT_THROW(form.rethrowFailure(), Error);
     EXPECT_NO_THROW(form.rethrowFailure());
     EXPECT_THROW(form.load(), Error);
     EXPECT_FALSE(form.loaded());
-    form.failOnClick = form.failOnLoad = false;
+    form.clicked = [](Control &) {};
+    form.failOnLoad = false;
     form.load();
     form.check(form.at("Check"), true);
     EXPECT_THROW(form.load(), Error) << "it is open";

@@ -6,6 +6,7 @@
 #include "forms/form.h"
 
 #include <algorithm>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -20,7 +21,7 @@ class Sketch final : public Form {
     explicit Sketch(std::string text) : Form("sketch"), text_(std::move(text)) { load(); }
 
     std::vector<std::string> events;
-    bool failOnClick = false;
+    std::function<void(Control &)> clicked = [](Control &) {};
     bool failOnLoad = false;
 
     using Form::clearRefusal;
@@ -71,7 +72,7 @@ class Sketch final : public Form {
     }
     void onClick(Control &control) override {
         events.push_back("click " + control.name());
-        if (failOnClick) raise(ErrorNumber::subscript);
+        clicked(control);
     }
     void onChange(Control &control) override { events.push_back("change " + control.name()); }
 

@@ -2,8 +2,10 @@
 // that OK has refused, as the Windows presenter draws them.
 
 #include "doorstep/programmer_libraries.h"
+#include "doorstep/system_clock.h"
 #include "forms/form.h"
 #include "host/apartment.h"
+#include "host/mpu.h"
 #include "platform/win32/wide.h"
 #include "win32/form_dialog.h"
 
@@ -52,12 +54,7 @@ class GalleryUi final : public Ui {
     void showModal(Form &form) override { show(form); }
 };
 
-class StoppedClock final : public Clock {
-  public:
-    float secondsSinceMidnight() override { return 0; }
-};
-
-constexpr Byte modeOfWords = 64; ///< its editor has boxes of eight digits
+constexpr int modeOfWords = 64; ///< its editor has boxes of eight digits
 
 /// OK with an entry that is none.
 void beRefused(Form &form) {
@@ -74,12 +71,18 @@ void makeGallery(const std::string &folder, int dpi) {
     auto made = std::make_unique<GalleryUi>();
     GalleryUi &ui = *made;
     Apartment plugin({std::make_unique<ProgrammerLibraries>(), [] { return nullptr; }, std::move(made),
-                      std::make_unique<StoppedClock>()});
+                      std::make_unique<SystemClock>()});
     sharemap &blocks = plugin.blocks();
     blocks.MapSharedBlocks(1, ui);
     blocks.buflength(0) = 9000;
     blocks.MapDeviceBuffer(9000 + deviceBufferExtra, ui);
     blocks.tlength(0) = 2048;
+    clsMPU mpu(plugin);
+    const auto open = [&](int mode, const std::function<void(Form &)> &show) {
+        blocks.prgmode(0) = static_cast<Byte>(mode);
+        ui.show = show;
+        mpu.editfigmpu6();
+    };
     for (const auto &[language, block] : languages) {
         const auto save = [&](Form &form, const std::string &name) {
             FormDialog dialog(form, dpi);
@@ -89,11 +92,9 @@ void makeGallery(const std::string &folder, int dpi) {
         blocks.Language(0) = block;
         for (int mode = 0; mode <= 0xFF; ++mode) {
             const std::string number = (mode < 10 ? "0" : "") + std::to_string(mode);
-            ui.show = [&](Form &form) { save(form, form.name() + "-mode" + number); };
-            plugin.editors().open(static_cast<Byte>(mode));
+            open(mode, [&](Form &form) { save(form, form.name() + "-mode" + number); });
         }
-        ui.show = [&](Form &form) { beRefused(form), save(form, "refused"); };
-        plugin.editors().open(modeOfWords);
+        open(modeOfWords, [&](Form &form) { beRefused(form), save(form, "refused"); });
     }
 }
 
