@@ -111,9 +111,9 @@ TEST_F(DialogLife, ManyDialogsLeaveNoObject) {
         return std::pair<int, int>{LOWORD(font), LOWORD(window)};
     };
     const auto [font, window] = handleNumbersAfter(10);
-    const auto [laterFont, laterWindow] = handleNumbersAfter(200);
-    EXPECT_NEAR(laterFont, font, 100) << "fonts and device contexts";
-    EXPECT_NEAR(laterWindow, window, 100) << "windows";
+    const auto [laterFont, laterWindow] = handleNumbersAfter(100);
+    EXPECT_NEAR(laterFont, font, 50) << "fonts and device contexts";
+    EXPECT_NEAR(laterWindow, window, 50) << "windows";
 }
 
 } // namespace
