@@ -23,25 +23,23 @@ draw_qt() {
         warn "qt: Qt 6 Widgets is not installed; scripts/setup.sh ui installs it"
         return 77
     }
-    cmake --build --preset release -j "$(jobs)" --target kx3-qt-gallery >/dev/null
+    cmake --build --preset release -j "$(jobs)" --target kx3-qt-gallery >/dev/null || return 1
     QT_QPA_PLATFORM=offscreen build/release/bin/kx3-qt-gallery "$1" 2> >(grep -v 'propagateSizeHints' >&2)
 }
 
 draw_win32() {
-    local tool bin=build/windows/bin
+    local tool
     export WINEPREFIX=$PWD/build/wine-prefix
-    for tool in i686-w64-mingw32-g++-posix wine mogrify; do
+    for tool in i686-w64-mingw32-g++-posix wine; do
         command -v "$tool" >/dev/null || {
             warn "win32: $tool is not installed; scripts/setup.sh windows ui installs it"
             return 77
         }
     done
-    cmake --preset windows >/dev/null
-    cmake --build --preset windows -j "$(jobs)" --target win32_gallery >/dev/null
+    cmake --preset windows >/dev/null &&
+        cmake --build --preset windows -j "$(jobs)" --target win32_gallery >/dev/null || return 1
     prepare_wine_prefix >/dev/null 2>&1
-    scripts/wine-run.sh $bin/win32_gallery.exe "$1" || return 1
-    mogrify -format png "$1"/*.bmp
-    rm -f "$1"/*.bmp
+    scripts/wine-run.sh build/windows/bin/win32_gallery.exe "$1"
 }
 
 # One page to look at them all, a row for each editor and mode.

@@ -15,7 +15,7 @@ build_packages=(
     libcli11-dev libsrecord-dev libboost-dev libtomlplusplus-dev nlohmann-json3-dev libfmt-dev
 )
 # Real dialogs: Qt 6, fonts for all languages, a display without a screen, and a keyboard without hands.
-ui_packages=(qt6-base-dev fonts-dejavu-core fonts-noto-cjk xvfb xauth xdotool imagemagick)
+ui_packages=(qt6-base-dev fonts-dejavu-core fonts-noto-cjk xvfb xauth xdotool)
 # Second compiler with its sanitizers, style and lint.
 checks_packages=(clang libclang-rt-14-dev clang-format clang-tidy shellcheck git gcovr valgrind)
 # Real firmware, boot loaders with their boards' fuses, and a tool of somebody else's to compare load

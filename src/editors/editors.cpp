@@ -4,6 +4,7 @@
 #include "context/context.h"
 #include "editors/editor_form.h"
 #include "editors/editor_list.h"
+#include "outside/ui.h"
 
 namespace kx3 {
 

@@ -4,7 +4,7 @@
 
 #include "base/types.h"
 #include "editors/config_address.h"
-#include "forms/form.h"
+#include "forms/control_facts.h"
 
 #include <array>
 #include <cstddef>

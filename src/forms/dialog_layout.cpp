@@ -1,6 +1,7 @@
 #include "forms/dialog_layout.h"
 
 #include "base/text.h"
+#include "forms/form.h"
 
 #include <algorithm>
 #include <limits>
@@ -134,7 +135,7 @@ class Arranger {
     }
 
     void add(const Control &control, Integer column, Integer block, Integer line, Integer cell, CellPart part) {
-        layout_.placements.push_back({&control, column, block, line, cell, part, {}, {}});
+        layout_.placements.push_back({&control, column, block, line, cell, part, {}, {}, {}});
     }
 
     const Form &form_;
@@ -215,8 +216,10 @@ const Placement *DialogLayout::find(const Control &control) const &noexcept {
 DialogLayout dialogLayout(const Form &form) {
     DialogLayout layout = Arranger(form).arrange();
     giveAccessKeys(layout.placements);
-    for (Placement &place : layout.placements)
+    for (Placement &place : layout.placements) {
+        place.markedCaption = markedCaption(place.control->caption(), place.accessKey);
         place.accessibleName = accessibleNameOf(*place.control);
+    }
     return layout;
 }
 

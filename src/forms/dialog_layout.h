@@ -8,14 +8,18 @@
 // `Form::message`, then the row of buttons. What is hidden takes no place.
 #pragma once
 
-#include "forms/form.h"
+#include "base/types.h"
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace kx3 {
+
+class Control;
+class Form;
 
 /// Part of a cell that a control takes.
 enum class CellPart : Byte { whole, label, field };
@@ -36,6 +40,8 @@ struct Placement {
     /// Position in the control's caption of the letter or digit that Alt reaches it by (through its
     /// label, where it has one). No two in a form are the same.
     std::optional<std::size_t> accessKey;
+    /// The caption to draw, by `markedCaption`.
+    std::u16string markedCaption;
     /// What a screen reader says: captions of the frames around it, then its own or its label's.
     std::u16string accessibleName;
 };
@@ -60,7 +66,7 @@ struct DialogLayout {
     [[nodiscard]] const Placement *find(const Control &control) const && = delete;
 };
 
-/// The layout of a loaded form as it stands; good until the form's next change.
+/// The layout of a loaded form as it stands; good until the form's structure changes.
 [[nodiscard]] DialogLayout dialogLayout(const Form &form);
 
 /// `text` as it is drawn: without tabs.

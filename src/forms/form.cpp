@@ -20,51 +20,58 @@ const std::vector<std::u16string> &Control::items() const noexcept {
     return items_ ? *items_ : none;
 }
 
+void Control::touch() noexcept { revision_ = form_.touch(); }
+
+void Control::touchStructure() noexcept {
+    touch();
+    form_.structureRevision_ = revision_;
+}
+
 void Control::setCaption(std::u16string_view caption) {
     caption_ = caption;
-    form_.touch();
+    touchStructure();
 }
 
 void Control::setItems(ItemList items) {
     items_ = std::move(items);
     listIndex_ = -1;
-    form_.touch();
+    touchStructure();
 }
 
 void Control::setEnabled(bool enabled) noexcept {
     enabled_ = enabled;
-    form_.touch();
+    touch();
 }
 
 void Control::setVisible(bool visible) noexcept {
     visible_ = visible;
-    form_.touch();
+    touchStructure();
 }
 
 void Control::setMaxLength(Long maxLength) noexcept {
     maxLength_ = maxLength;
-    form_.touch();
+    touch();
 }
 
 void Control::setSelection(Long start, Long length) noexcept {
     const auto size = static_cast<Long>(text_.size());
     selectionStart_ = std::clamp(start, 0, size);
     selectionLength_ = std::clamp(length, 0, size - selectionStart_);
-    form_.touch();
+    touch();
 }
 
 void Control::setListIndex(Long index) {
     if (index < -1 || index >= static_cast<Long>(items().size())) raise(ErrorNumber::invalidCall);
     if (index == listIndex_) return;
     listIndex_ = index;
-    form_.touch();
+    touch();
     form_.onClick(*this);
 }
 
 void Control::setChecked(bool checked) {
     if (checked == checked_) return;
     checked_ = checked;
-    form_.touch();
+    touch();
     form_.onClick(*this);
 }
 
@@ -113,6 +120,11 @@ bool Form::isEnabled(const Control &control) const noexcept {
     return control.enabled() && (control.parent() == nullptr || isEnabled(*control.parent()));
 }
 
+std::uint64_t Form::revisionOf(const Control &control) const noexcept {
+    const std::uint64_t around = control.parent() == nullptr ? 0 : revisionOf(*control.parent());
+    return std::max(control.revision_, around);
+}
+
 std::vector<FormRow> Form::rows(const Control *frame) const {
     const auto labelsField = [&](const Control &candidate) {
         return candidate.kind() == ControlKind::label &&
@@ -137,7 +149,7 @@ void Form::load() {
     failure_ = nullptr;
     accepted_ = false;
     ++generation_;
-    touch();
+    touchStructure();
     loaded_ = true;
     try {
         onLoad();
@@ -301,22 +313,22 @@ Control &Form::control(std::string_view name, Integer index) {
 
 void Form::setCaption(std::u16string_view caption) {
     caption_ = caption;
-    touch();
+    touchStructure();
 }
 
 void Form::refuse(Control &box, const Control &focus, std::u16string message) noexcept {
     clearRefusal();
     box.marked_ = true;
+    box.touch();
     focus_ = &focus;
     message_ = std::move(message);
-    touch();
 }
 
 void Form::clearRefusal() noexcept {
     for (Control &each : controls_)
-        each.marked_ = false;
+        if (std::exchange(each.marked_, false)) each.touch();
     message_.clear();
-    touch();
+    touchStructure();
 }
 
 } // namespace kx3

@@ -5,13 +5,12 @@
 #pragma once
 
 #include "base/types.h"
-#include "outside/ui.h"
+#include "forms/control_facts.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <exception>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,13 +18,9 @@
 
 namespace kx3 {
 
+class Form;
+
 enum class ControlKind : Byte { frame, label, comboBox, checkBox, textBox, commandButton };
-
-/// Where a form opens. Every form has a fixed single border and no minimise or maximise button.
-enum class StartPosition : Byte { centerOwner, centerScreen };
-
-/// Index of a control that is no element of a control array.
-inline constexpr Integer noIndex = -1;
 
 /// Key codes that a form or the model itself understands.
 enum KeyCode : Integer { keyEnd = 35, keyHome = 36, keyLeft = 37, keyRight = 39, keyDelete = 46 };
@@ -38,9 +33,6 @@ struct Bounds {
     Long width = 0;
     Long height = 0;
 };
-
-/// Entries of a list; lists that show the same entries share them.
-using ItemList = std::shared_ptr<const std::vector<std::u16string>>;
 
 /// One control. Presenters see it read-only; its form changes it by the setters, which mark the form
 /// as changed and fire the events that such a change fires.
@@ -108,6 +100,8 @@ class Control {
 
   private:
     friend class Form;
+    void touch() noexcept;
+    void touchStructure() noexcept;
     void replaceText(Long start, Long length, std::u16string_view inserted);
 
     Form &form_;
@@ -132,6 +126,7 @@ class Control {
     bool marked_ = false;
     bool isDefault_ = false;
     bool isCancel_ = false;
+    std::uint64_t revision_ = 0; ///< the form's, at the control's last change
 };
 
 /// A field with its label, or a control that stands alone (then `label` is null).
@@ -164,6 +159,10 @@ class Form {
     [[nodiscard]] const Control *focus() const noexcept { return focus_; }
     /// Counts every change of the form or a control; a presenter refreshes when it differs.
     [[nodiscard]] std::uint64_t revision() const noexcept { return revision_; }
+    /// The revision that last changed the structure: captions, lists, what is shown, or the message.
+    [[nodiscard]] std::uint64_t structureRevision() const noexcept { return structureRevision_; }
+    /// The revision that last changed the control or a frame around it.
+    [[nodiscard]] std::uint64_t revisionOf(const Control &control) const noexcept;
     /// Counts the loads; controls of another load are gone.
     [[nodiscard]] std::uint64_t generation() const noexcept { return generation_; }
 
@@ -245,7 +244,8 @@ class Form {
     [[nodiscard]] bool owns(const Control &control) const noexcept;
     static bool moveCaret(Control &box, Integer keyCode) noexcept;
     static bool enter(Control &box, std::u16string_view inserted);
-    void touch() noexcept { ++revision_; }
+    std::uint64_t touch() noexcept { return ++revision_; }
+    void touchStructure() noexcept { structureRevision_ = touch(); }
 
     std::string name_;
     StartPosition startPosition_;
@@ -256,6 +256,7 @@ class Form {
     std::u16string message_;
     std::exception_ptr failure_;
     std::uint64_t revision_ = 0;
+    std::uint64_t structureRevision_ = 0;
     std::uint64_t generation_ = 0;
     bool loaded_ = false;
     bool accepted_ = false;

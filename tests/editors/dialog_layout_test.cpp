@@ -1,115 +1,83 @@
-// Where the controls of the editors stand in a dialog.
-#include "editors/editor_driver.h"
+// Where the controls of a form stand in a dialog, and what they are called there.
+#include "editors/sketch_form.h"
 #include "forms/dialog_layout.h"
 
-#include <map>
-#include <set>
-#include <tuple>
+#include <gtest/gtest.h>
 
 namespace kx3::test {
 namespace {
 
-class DialogLayouts : public EditorTest {
-  protected:
-    /// Look at the editor of every mode, in the language of block `language`.
-    void forEachMode(Long language, const std::function<void(Form &, const DialogLayout &)> &look) {
-        for (const Byte mode : editorModes) {
-            SCOPED_TRACE(static_cast<int>(mode));
-            device(mode, mode == 22 ? 2048 : 4096);
-            plugin.host.Language(0) = language;
-            open([&](Person &person) {
-                look(person.form, dialogLayout(person.form));
-                person.cancel();
-            });
-        }
-    }
-};
-
-TEST_F(DialogLayouts, EachShownControlStandsInAPlaceOfItsOwn) {
-    forEachMode(0, [](Form &form, const DialogLayout &layout) {
-        std::set<std::tuple<const Control *, Integer, Integer, Integer, CellPart>> taken;
-        std::map<Integer, std::pair<const Control *, Integer>> blocks;
-        for (const Control &control : form.controls()) {
-            const Placement *place = layout.find(control);
-            ASSERT_EQ(place != nullptr, form.isShown(control)) << control.name();
-            if (place == nullptr) continue;
-            EXPECT_TRUE(taken.emplace(control.parent(), place->block, place->line, place->cell, place->part).second);
-            // A block stands in one column of one container.
-            const auto [block, isNew] = blocks.try_emplace(place->block, control.parent(), place->column);
-            EXPECT_EQ(block->second, std::pair(control.parent(), place->column)) << control.name();
-            if (control.label() == nullptr) continue;
-            const Placement &label = *layout.find(*control.label());
-            EXPECT_EQ(std::tuple(label.block, label.line, label.cell, label.part),
-                      std::tuple(place->block, place->line, place->cell, CellPart::label));
-        }
-        EXPECT_EQ(layout.placements.size(), taken.size());
-        EXPECT_LE(layout.height, screenHeight);
-    });
+/// "control column.block line.cell" of each placement, and "<" behind a label, ">" behind its field.
+std::string placesOf(const Form &form) {
+    std::string text;
+    const auto number = [](Integer value) { return std::to_string(value); };
+    for (const Placement &place : dialogLayout(form).placements)
+        text += place.control->name() + ' ' + number(place.column) + '.' + number(place.block) + ' ' +
+                number(place.line) + '.' + number(place.cell) + (" <>"[static_cast<int>(place.part)]) + ' ';
+    return text;
 }
 
-TEST_F(DialogLayouts, LinesFollowOneAnotherWithoutAGap) {
-    forEachMode(0, [](Form &, const DialogLayout &layout) {
-        std::map<Integer, std::set<std::pair<Integer, Integer>>> cells;
-        for (const Placement &place : layout.placements)
-            cells[place.block].emplace(place.line, place.cell);
-        for (const auto &[block, places] : cells) {
-            std::pair<Integer, Integer> last{0, -1};
-            for (const auto &place : places) {
-                const bool follows = place == std::pair<Integer, Integer>(last.first, last.second + 1) ||
-                                     place == std::pair<Integer, Integer>(last.first + 1, 0);
-                EXPECT_TRUE(follows) << "block " << block;
-                last = place;
-            }
-        }
-    });
+TEST(DialogLayout, FramesAndRunsOfRowsAreBlocksWithGrids) {
+    Sketch form("[3A a1: a2 a3? a4 [B (b ] a5 ] (OK -[gone inside ] (Cancel c");
+    EXPECT_EQ(placesOf(form),
+              "A 0.0 0.0  'a1: 0.1 0.0< a1: 0.1 0.0> a2 0.1 0.1  'a3? 0.1 0.2< a3? 0.1 0.2> a4 0.1 1.0  "
+              "B 0.2 0.0  b 0.3 0.0  a5 0.4 0.0  OK -1.6 0.0  Cancel -1.6 0.1  c 0.5 0.0  ");
+    EXPECT_EQ(dialogLayout(form).height, 3 + 2 * 2 + (3 + 2) + 2 + 2);
+    for (const char *name : {"'a1:", "a2", "OK"})
+        form.control(name).setVisible(false);
+    EXPECT_EQ(placesOf(form), "A 0.0 0.0  a1: 0.1 0.0> 'a3? 0.1 0.1< a3? 0.1 0.1> a4 0.1 0.2  "
+                              "B 0.2 0.0  b 0.3 0.0  a5 0.4 0.0  Cancel -1.6 0.0  c 0.5 0.0  ");
 }
 
-TEST_F(DialogLayouts, AccessKeysDoNotClashAndReachTheButtons) {
-    for (const Long language : {0, 3000, 6000, 24000, 33000}) {
-        forEachMode(language, [language](Form &form, const DialogLayout &layout) {
-            std::set<char16_t> keys;
-            for (const Placement &place : layout.placements) {
-                if (!place.accessKey) continue;
-                const char16_t key = place.control->caption().at(*place.accessKey);
-                EXPECT_TRUE(keys.insert(key >= u'a' && key <= u'z' ? static_cast<char16_t>(key - 32) : key).second);
-                EXPECT_NE(place.part, CellPart::field) << "its label has the key";
-            }
-            const bool inLetters = language == 0 || language == 33000;
-            EXPECT_EQ(layout.find(*form.cancelButton())->accessKey.has_value(), inLetters || language == 24000);
-        });
-    }
-}
-
-TEST_F(DialogLayouts, FieldsAreNamedWithTheirFrames) {
+TEST(DialogLayout, TallFormsHaveTwoColumnsOfNearlyOneHeight) {
     const struct {
-        Byte mode;
-        const char *control;
-        Integer index;
-        std::u16string_view name;
+        const char *promise, *around, *frame;
+        std::vector<int> rows; ///< of each frame
+        const char *split;     ///< column of each frame
+        Long height;           ///< of the form
+        Integer cell;          ///< of the last row
     } cases[] = {
-        {15, "Combo1", 0, u"Fuse Low Byte, CKSEL0"},
-        {50, "Text1", noIndex, u"Fuses and Lock Bits, Fuse Byte 0, JTAGUID"},
-        {1, "Check1", 2, u"Option Register 0, LOCK(Eable code and ID is locked)"},
-        {39, "Combo1", 1, u"On Chip ROM"},
-        {39, "OKButton", noIndex, u"OK"},
+        {"as tall as one column may be", "", "[", {4, 8}, "00", 30, 0},
+        {"the higher column is as low as can be", "", "[", {4, 5, 3, 2}, "0011", 24, 0},
+        {"the first of two splits that are alike", "", "[", {4, 5, 4}, "011", 24, 0},
+        {"a frame around all is split inside", "[all ", "[", {4, 5, 3, 2}, "00011", 27, 0},
+        {"one block alone stays", "", "[", {20}, "0", 43, 0},
+        {"three side by side", "", "[3", {18, 17}, "00", 30, 1},
+        {"and two where there are two columns", "", "[3", {20, 20}, "01", 23, 1},
     };
-    for (const auto &expected : cases) {
-        device(expected.mode);
-        open([&](Person &person) {
-            const DialogLayout layout = dialogLayout(person.form);
-            const Placement *place = layout.find(person.at(expected.control, expected.index));
-            ASSERT_NE(place, nullptr);
-            EXPECT_EQ(toUtf8(place->accessibleName), toUtf8(expected.name));
-            person.cancel();
-        });
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.promise);
+        std::string text = c.around;
+        for (const int rows : c.rows) {
+            text += c.frame + std::string("frame ");
+            for (int i = 0; i < rows; ++i)
+                text += "row ";
+            text += "] ";
+        }
+        const Sketch form(text);
+        const DialogLayout layout = dialogLayout(form);
+        std::string split;
+        for (const Placement &place : layout.placements)
+            if (place.control->kind() == ControlKind::frame) split += std::to_string(place.column);
+        EXPECT_EQ(split, c.split);
+        EXPECT_EQ(layout.height, c.height);
+        EXPECT_EQ(layout.placements.back().cell, c.cell);
     }
 }
 
-TEST(MarkedCaption, ShowsAmpersandsAndLeavesTabsOut) {
-    EXPECT_EQ(markedCaption(u"取消\t", std::nullopt), u"取消");
-    EXPECT_EQ(markedCaption(u"Read & write", 0), u"&Read && write");
-    EXPECT_EQ(markedCaption(u"\tA&B", 3), u"A&&&B");
-    EXPECT_EQ(markedCaption(u"", std::nullopt), u"");
+TEST(DialogLayout, CaptionsHaveAccessKeysAndNames) {
+    const Sketch form("[Zoo: [\t 'Quiet Clock\t: ] Lock_bits_1: ] clk zZ_k10 1-0 11 取消\t Ночь нет яА q_&_A&B "
+                      "(OK (Cancel");
+    std::u16string captions;
+    std::u16string names;
+    for (const Placement &place : dialogLayout(form).placements) {
+        captions += place.markedCaption + u'|';
+        names += place.accessibleName + u'|';
+    }
+    EXPECT_EQ(toUtf8(captions), "Zoo:||Quiet|C&lock:||Lock &bits 1:||cl&k|&zZ k10|&1-0|11|取消|&Ночь|н&ет|&яА|"
+                                "&q && A&&B|&OK|&Cancel|");
+    EXPECT_EQ(toUtf8(names), "Zoo|Zoo|Zoo, Quiet|Zoo, Clock|Zoo, Clock|Zoo, Lock bits 1|Zoo, Lock bits 1|clk|zZ k10|"
+                             "1-0|11|取消|Ночь|нет|яА|q & A&B|OK|Cancel|");
 }
 
 } // namespace

@@ -9,6 +9,7 @@
 #include <QDialog>
 #include <QTest>
 #include <QTimer>
+#include <algorithm>
 #include <functional>
 #include <gtest/gtest.h>
 
@@ -25,64 +26,47 @@ class QtDialogs : public ::testing::Test {
     QtDialogs() {
         ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
         EXPECT_EQ(kx3_qt_start(), nullptr);
-        erase();
+        std::ranges::fill(host.buffer(), std::uint8_t{0xFF});
     }
 
-    void erase() { std::fill(host.buffer().begin(), host.buffer().end(), std::uint8_t{0xFF}); }
-
-    /// Open the editor of `mode` and let `person` work it until it closes.
-    void open(std::uint8_t mode, const Person &person) {
+    /// Open the editor of `mode` and let `person` work it; say whether it is open then, and close it.
+    bool open(std::uint8_t mode, const Person &person) {
+        struct Visit {
+            const Person &person;
+            bool came = false;
+            bool leftOpen = false;
+        } visit{person};
+        const auto show = [](void *context, kx3_form *form) {
+            QTimer::singleShot(0, [&visit = *static_cast<Visit *>(context)] {
+                auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+                visit.came = dialog != nullptr && QTest::qWaitForWindowActive(dialog);
+                if (visit.came) visit.person(*dialog);
+                visit.leftOpen = dialog != nullptr && dialog->isVisible();
+                if (dialog != nullptr) dialog->close();
+            });
+            return kx3_qt_show_form(nullptr, form);
+        };
         host.selectDevice(mode, length);
-        Visit visit{&person};
         EXPECT_EQ(host.openEditor(show, &visit), KX3_OK) << kx3_last_error();
         EXPECT_TRUE(visit.came);
-        EXPECT_FALSE(visit.leftOpen) << "mode " << int{mode};
+        return visit.leftOpen;
     }
 
     EditorHost host;
-
-  private:
-    struct Visit {
-        const Person *person;
-        bool came = false;
-        bool leftOpen = false;
-    };
-
-    static kx3_status show(void *context, kx3_form *form) {
-        Visit &visit = *static_cast<Visit *>(context);
-        QTimer::singleShot(0, [&visit] {
-            auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
-            if (dialog == nullptr || !QTest::qWaitForWindowActive(dialog)) return;
-            visit.came = true;
-            (*visit.person)(*dialog);
-            visit.leftOpen = dialog->isVisible();
-            dialog->close();
-        });
-        return kx3_qt_show_form(nullptr, form);
-    }
 };
 
-/// Press a key where the focus is.
-inline void press(const QDialog &dialog, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
-    QWidget *focus = dialog.focusWidget();
-    ASSERT_NE(focus, nullptr);
-    QTest::keyClick(focus, key, modifiers);
+/// Press keys, such as "Ctrl+A, Del", where the focus is.
+inline void press(const QDialog &dialog, const char *keys) {
+    ASSERT_NE(dialog.focusWidget(), nullptr);
+    QTest::keySequence(dialog.focusWidget(), QKeySequence(keys));
 }
 
 /// Go to the control of that name by the Tab key.
-inline void tabTo(const QDialog &dialog, const char *name) {
-    for (int i = 0; i < 60; ++i) {
-        const QWidget *focus = dialog.focusWidget();
-        if (focus != nullptr && focus->objectName() == QLatin1String(name)) return;
-        press(dialog, Qt::Key_Tab);
-    }
-    FAIL() << "Tab never reaches " << name;
-}
-
-/// Go to a control and press a key there.
-inline void press(const QDialog &dialog, const char *control, Qt::Key key) {
-    tabTo(dialog, control);
-    press(dialog, key);
+inline QWidget *tabTo(const QDialog &dialog, const char *name) {
+    for (int i = 0; i < 60 && dialog.focusWidget()->objectName() != QLatin1String(name); ++i)
+        press(dialog, "Tab");
+    EXPECT_EQ(dialog.focusWidget()->objectName().toStdString(), name) << "Tab never reaches it";
+    return dialog.focusWidget();
 }
 
 } // namespace kx3qt::test

@@ -1,118 +1,81 @@
-// Drives real dialogs of the calling thread from inside their message loop, as a person's keys do.
+// Works real dialogs of the calling thread from inside their message loop, as a person's keys do.
 #pragma once
 
 #include "base/text.h"
-#include "editors/editor_driver.h"
 #include "platform/win32/wide.h"
 #include "win32/form_dialog.h"
 
 #include <array>
 #include <chrono>
 #include <functional>
-#include <iterator>
+#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
 namespace kx3::test {
 
-[[nodiscard]] inline std::wstring textOfWindow(HWND window) {
+[[nodiscard]] inline std::u16string textOf(HWND window) {
     std::array<wchar_t, 256> text{};
     ::GetWindowTextW(window, text.data(), static_cast<int>(text.size()));
-    return text.data();
+    return std::u16string(platform::utf16(text.data()));
 }
 
-[[nodiscard]] inline std::string utf8(const std::wstring &text) { return toUtf8(platform::utf16(text)); }
-
-inline BOOL CALLBACK findDialog(HWND window, LPARAM result) {
+[[nodiscard]] inline std::wstring classOf(HWND window) {
     std::array<wchar_t, 16> name{};
     ::GetClassNameW(window, name.data(), static_cast<int>(name.size()));
-    if (std::wstring_view(name.data()) != L"#32770" || ::IsWindowVisible(window) == FALSE) return TRUE;
-    *reinterpret_cast<HWND *>(result) = window;
-    return FALSE;
+    return name.data();
 }
 
 /// The thread's open dialog, or null.
 [[nodiscard]] inline HWND openDialog() {
-    HWND found = nullptr;
-    ::EnumThreadWindows(::GetCurrentThreadId(), findDialog, reinterpret_cast<LPARAM>(&found));
-    return found;
+    HWND window = nullptr;
+    while ((window = ::FindWindowExW(nullptr, window, L"#32770", nullptr)) != nullptr)
+        if (::GetWindowThreadProcessId(window, nullptr) == ::GetCurrentThreadId() && ::IsWindowVisible(window) != FALSE)
+            return window;
+    return nullptr;
 }
 
-inline void postKey(WPARAM key) { ::PostMessageW(::GetFocus(), WM_KEYDOWN, key, 1); }
-inline void postCharacter(wchar_t character) { ::PostMessageW(::GetFocus(), WM_CHAR, character, 1); }
+/// A step of a person before a dialog.
+using Step = std::function<void(HWND dialog)>;
 
-/// As long as it lives, runs a step whenever the thread's message loop has nothing else to do and a
-/// dialog is open, so that the messages of one step have arrived before the next. A dialog that is
-/// still open after the last step, or after a minute, is closed and counts as a failure.
-class DialogScript {
-  public:
-    using Step = std::function<void(HWND dialog)>;
-    explicit DialogScript(std::vector<Step> steps)
-        : steps_(std::move(steps)), end_(std::chrono::steady_clock::now() + std::chrono::minutes(1)) {
-        current() = this;
-        timer_ = ::SetTimer(nullptr, 0, USER_TIMER_MINIMUM, tick);
-    }
-    ~DialogScript() {
-        ::KillTimer(nullptr, timer_);
-        current() = nullptr;
-        EXPECT_EQ(next_, steps_.size()) << "the dialog has closed before the last step";
-    }
-    DialogScript(const DialogScript &) = delete;
-    DialogScript &operator=(const DialogScript &) = delete;
+/// A message to the window with the focus.
+inline Step post(UINT message, WPARAM wide = 0, LPARAM parameter = 1) {
+    return [=](HWND) { ::PostMessageW(::GetFocus(), message, wide, parameter); };
+}
+inline Step key(WPARAM virtualKey) { return post(WM_KEYDOWN, virtualKey); }
+inline Step character(wchar_t typed) { return post(WM_CHAR, typed); }
 
-  private:
-    static DialogScript *&current() {
-        static DialogScript *script = nullptr;
+/// What a person does, step by step.
+struct Script {
+    std::vector<Step> steps;
+    std::size_t next = 0;
+    int idle = 0;
+    std::chrono::steady_clock::time_point end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+
+    static Script &current() {
+        static Script script;
         return script;
     }
     static void CALLBACK tick(HWND, UINT, UINT_PTR, DWORD) {
-        if (HWND dialog = openDialog(); dialog != nullptr && current() != nullptr) current()->advance(dialog);
+        if (HWND dialog = openDialog(); dialog != nullptr) current().advance(dialog);
     }
     void advance(HWND dialog) {
-        if (next_ < steps_.size() && std::chrono::steady_clock::now() < end_) return steps_[next_++](dialog);
-        // The last step's messages have a turn to close the dialog.
-        if (++idle_ < 5) return;
+        if (next < steps.size() && std::chrono::steady_clock::now() < end) return steps[next++](dialog);
+        if (++idle < 5) return; // the last step's messages have a turn to close the dialog
         ADD_FAILURE() << "the dialog is still open";
         ::PostMessageW(dialog, WM_CLOSE, 0, 0);
     }
-
-    std::vector<Step> steps_;
-    std::size_t next_ = 0;
-    int idle_ = 0;
-    UINT_PTR timer_ = 0;
-    std::chrono::steady_clock::time_point end_;
 };
 
-inline DialogScript::Step key(WPARAM virtualKey) {
-    return [=](HWND) { postKey(virtualKey); };
+/// Show `form` modally and take a step whenever its message loop has nothing else to do, so that the
+/// messages of one step have arrived before the next. A dialog that closes before the last step, or is
+/// still open after it or after a minute, is a failure.
+inline void showAndWork(Form &form, std::vector<Step> steps) {
+    Script::current() = {std::move(steps)};
+    const UINT_PTR timer = ::SetTimer(nullptr, 0, USER_TIMER_MINIMUM, Script::tick);
+    win32::showModal(form);
+    ::KillTimer(nullptr, timer);
+    EXPECT_EQ(Script::current().next, Script::current().steps.size()) << "the dialog has closed before the last step";
 }
-inline DialogScript::Step character(wchar_t typed) {
-    return [=](HWND) { postCharacter(typed); };
-}
-
-/// Editors in real dialogs, opened by `editfigmpu6`.
-class DialogTest : public EditorTest {
-  protected:
-    using Steps = std::vector<DialogScript::Step>;
-
-    /// Open the editor of the device as set, and act on its dialog.
-    void openDialogWith(const std::function<Steps()> &steps) {
-        plugin.ui->onModal = [&](Form &form) {
-            form_ = &form;
-            const DialogScript script(steps());
-            win32::showModal(form);
-            EXPECT_FALSE(form.loaded());
-        };
-        plugin.mpu.editfigmpu6();
-    }
-    void openDialogWith(const Steps &steps) {
-        openDialogWith([&] { return steps; });
-    }
-
-    Form *form_ = nullptr; ///< while its dialog is open
-};
-
-/// One mode of each editor.
-inline constexpr Byte oneModeEach[] = {1, 4, 12, 15, 22, 23, 41, 48, 50, 51, 64};
 
 } // namespace kx3::test

@@ -1,8 +1,11 @@
 #include "win32/arrangement.h"
 
 #include "base/text.h"
+#include "forms/form.h"
 
 #include <algorithm>
+#include <array>
+#include <list>
 #include <map>
 #include <utility>
 
@@ -32,41 +35,44 @@ constexpr int checkBoxWidth = 20; ///< box, gap, and the dotted line of the focu
 constexpr int fieldPadding = 10;
 constexpr std::size_t shortestText = 8; ///< digits that every text box shows
 
-/// A frame, or a run of rows, with its grid.
+struct Block;
+using Column = std::list<Block>;
+
+/// A frame with the columns of blocks inside, or a run of rows with its grid.
 struct Block {
-    const Control *frame = nullptr; ///< null for a run
+    Integer number = 0;
+    const Placement *frame = nullptr; ///< null for a run, and for the form itself
+    std::vector<Column> columns;
     std::vector<const Placement *> rows;
     int lines = 0;
     int cells = 0;
-    std::size_t group = 0; ///< runs of one group have labels of one width
+    const void *group = nullptr; ///< runs of one group have labels of one width
+    SIZE size{};                 ///< the least that it takes
 };
-using Column = std::vector<Block>;
 
-struct CellWidths {
-    int label = 0;
-    int field = 0;
-    int whole = 0;
-};
+using CellWidths = std::array<int, 3>; ///< by `CellPart`
 
 class Arranger {
   public:
     Arranger(const Form &form, const DialogLayout &layout, const DialogMetrics &metrics, int fieldHeight,
              const Spacing &spacing)
-        : form_(form), layout_(layout), metrics_(metrics), fieldHeight_(fieldHeight), spacing_(spacing) {
+        : form_(form), metrics_(metrics), fieldHeight_(fieldHeight), rowGap_(metrics.scaled(spacing.row)),
+          blockGap_(metrics.scaled(spacing.block)), columnGap_(metrics.scaled(columnGap)),
+          markWidth_(metrics.textWidth(refusalMark)), labelGap_(metrics.scaled(labelGap) + markWidth_),
+          buttonWidth_(metrics.scaled(buttonWidth)) {
         result_.places.resize(form.controls().size());
         result_.marks.resize(form.controls().size());
-        labelGap_ = metrics.scaled(labelGap) + metrics.textWidth(refusalMark);
         for (const Placement &place : layout.placements)
             sortIn(place);
-        measureGroup(nullptr, 0);
+        formGroups(all_, nullptr);
+        measure(all_);
     }
 
     Arrangement arrange() {
         const int margin = metrics_.scaled(windowMargin);
-        const SIZE content = measure(nullptr);
-        const int width = std::max({static_cast<int>(content.cx), buttonsWidth(), titleWidth()});
-        place(nullptr, {margin, margin}, width);
-        int bottom = margin + content.cy;
+        const int width = std::max({static_cast<int>(all_.size.cx), buttonsWidth(), titleWidth()});
+        placeBlocks(all_, {margin, margin}, width);
+        int bottom = margin + static_cast<int>(all_.size.cy);
         bottom = placeMessage(margin, bottom, width);
         bottom = placeButtons(margin + width, bottom);
         result_.client = {width + 2 * margin, bottom + margin};
@@ -78,54 +84,46 @@ class Arranger {
     void sortIn(const Placement &place) {
         if (place.column == buttonRow) {
             buttons_.push_back(place.control);
+            buttonWidth_ = std::max(buttonWidth_, controlWidth(place));
             return;
         }
-        auto &columns = containers_[place.control->parent()];
+        std::vector<Column> &columns = containers_.at(place.control->parent())->columns;
         columns.resize(std::max(columns.size(), static_cast<std::size_t>(place.column) + 1));
         Column &column = columns[static_cast<std::size_t>(place.column)];
+        if (column.empty() || column.back().number != place.block) column.emplace_back().number = place.block;
+        Block &block = column.back();
         if (place.control->kind() == ControlKind::frame) {
-            column.emplace_back().frame = place.control;
+            block.frame = &place;
+            containers_[place.control] = &block;
             return;
         }
-        if (column.empty() || column.back().frame != nullptr || column.back().rows.front()->block != place.block)
-            column.emplace_back();
-        Block &run = column.back();
-        run.rows.push_back(&place);
-        run.lines = std::max(run.lines, place.line + 1);
-        run.cells = std::max(run.cells, place.cell + 1);
+        block.rows.push_back(&place);
+        block.lines = std::max(block.lines, place.line + 1);
+        block.cells = std::max(block.cells, place.cell + 1);
     }
 
-    /// Widths of the labels and fields that stand under one another, through all frames of a column.
-    void measureGroup(const Control *container, std::size_t group) {
-        auto &columns = containers_[container];
-        for (Column &column : columns) {
-            const std::size_t ofColumn = columns.size() > 1 ? newGroup() : group;
-            for (Block &block : column) {
-                if (block.frame != nullptr) {
-                    measureGroup(block.frame, ofColumn);
-                    continue;
-                }
-                block.group = block.cells > 1 ? newGroup() : ofColumn;
-                for (const Placement *row : block.rows)
-                    measureRow(*row, widths_[{block.group, row->cell}]);
-            }
+    /// Labels and fields that stand under one another, through all frames of a column, have one width.
+    void formGroups(Block &block, const void *group) {
+        block.group = block.cells > 1 ? &block : group;
+        for (const Placement *row : block.rows) {
+            int &width = widths_[{block.group, row->cell}][static_cast<std::size_t>(row->part)];
+            width = std::max(width, controlWidth(*row));
         }
-    }
-    std::size_t newGroup() { return ++lastGroup_; }
-
-    void measureRow(const Placement &row, CellWidths &widths) const {
-        int &width = row.part == CellPart::label   ? widths.label
-                     : row.part == CellPart::field ? widths.field
-                                                   : widths.whole;
-        width = std::max(width, controlWidth(*row.control));
+        for (Column &column : block.columns)
+            for (Block &inner : column)
+                formGroups(inner, block.columns.size() > 1 ? &column : group);
     }
 
-    [[nodiscard]] int controlWidth(const Control &control) const {
+    // Sizes
+
+    [[nodiscard]] int controlWidth(const Placement &place) const {
+        const Control &control = *place.control;
+        const int caption = metrics_.captionWidth(shownCaption(place));
         switch (control.kind()) {
         case ControlKind::frame:
-        case ControlKind::label: return captionWidth(control);
-        case ControlKind::checkBox: return captionWidth(control) + metrics_.scaled(checkBoxWidth);
-        case ControlKind::commandButton: return captionWidth(control) + 2 * metrics_.scaled(buttonPadding);
+        case ControlKind::label: return caption;
+        case ControlKind::checkBox: return caption + metrics_.scaled(checkBoxWidth);
+        case ControlKind::commandButton: return caption + 2 * metrics_.scaled(buttonPadding);
         case ControlKind::textBox: return textBoxWidth(control);
         case ControlKind::comboBox: break;
         }
@@ -135,125 +133,106 @@ class Arranger {
         return widest + metrics_.scaled(fieldPadding) + ::GetSystemMetrics(SM_CXVSCROLL);
     }
 
-    [[nodiscard]] int captionWidth(const Control &control) const {
-        return metrics_.captionWidth(shownCaption(control, layout_));
-    }
-
     [[nodiscard]] int textBoxWidth(const Control &box) const {
-        const std::size_t digits = std::max(static_cast<std::size_t>(box.maxLength()), shortestText);
-        return std::max(metrics_.textWidth(std::u16string(digits, u'D')),
-                        metrics_.textWidth(std::u16string(box.text()))) +
-               metrics_.scaled(fieldPadding);
+        const std::u16string widest(std::max(static_cast<std::size_t>(box.maxLength()), shortestText), u'D');
+        const std::u16string text(box.text());
+        return std::max(metrics_.textWidth(widest), metrics_.textWidth(text)) + metrics_.scaled(fieldPadding);
     }
 
     [[nodiscard]] int cellWidth(const Block &run, int cell) const {
-        const auto found = widths_.find({run.group, cell});
-        if (found == widths_.end()) return 0;
-        const CellWidths &widths = found->second;
-        const int labelled = widths.label > 0 ? widths.label + labelGap_ + widths.field : widths.field;
-        return std::max(labelled, widths.whole);
+        const auto &[whole, label, field] = widths_.at({run.group, cell});
+        return std::max(whole, label > 0 ? label + labelGap_ + field : field);
     }
 
-    // Sizes
-
-    [[nodiscard]] SIZE measure(const Control *container) const {
-        SIZE size{};
-        const auto &columns = containers_.at(container);
-        if (columns.empty()) return size;
-        for (const Column &column : columns) {
-            const SIZE ofColumn = measureColumn(column);
-            size.cx += ofColumn.cx;
-            size.cy = std::max(size.cy, ofColumn.cy);
-        }
-        size.cx += static_cast<LONG>(columns.size() - 1) * metrics_.scaled(columnGap);
-        return size;
+    static int widthOf(const Column &column) {
+        LONG width = 0;
+        for (const Block &block : column)
+            width = std::max(width, block.size.cx);
+        return static_cast<int>(width);
     }
 
-    [[nodiscard]] SIZE measureColumn(const Column &column) const {
-        SIZE size{};
-        for (const Block &block : column) {
-            const SIZE ofBlock = measureBlock(block);
-            size.cx = std::max(size.cx, ofBlock.cx);
-            size.cy += ofBlock.cy + (&block == &column.front() ? 0 : metrics_.scaled(spacing_.block));
-        }
-        return size;
-    }
-
-    [[nodiscard]] SIZE measureBlock(const Block &block) const {
-        if (block.frame != nullptr) {
-            SIZE size = measure(block.frame);
-            size.cx = std::max<LONG>(size.cx, captionWidth(*block.frame)) + 2 * metrics_.scaled(frameMargin);
-            size.cy += titleHeight(*block.frame) + metrics_.scaled(frameBottom);
-            return size;
-        }
-        int width = (block.cells - 1) * metrics_.scaled(columnGap);
+    /// Width of the columns, or of a run's cells, and of the gaps between them.
+    [[nodiscard]] int contentWidth(const Block &block) const {
+        int width = 0;
+        for (const Column &column : block.columns)
+            width += widthOf(column) + columnGap_;
         for (int cell = 0; cell < block.cells; ++cell)
-            width += cellWidth(block, cell);
-        return {width, block.lines * lineHeight() - metrics_.scaled(spacing_.row)};
+            width += cellWidth(block, cell) + columnGap_;
+        return std::max(width - columnGap_, 0);
     }
 
-    [[nodiscard]] int titleHeight(const Control &frame) const {
-        return drawnText(frame.caption()).empty() ? metrics_.scaled(frameBottom) + metrics_.textHeight() / 2
-                                                  : metrics_.textHeight() + metrics_.scaled(frameTop);
+    void measure(Block &block) {
+        int height = block.lines * lineHeight() - (block.lines > 0 ? rowGap_ : 0);
+        for (Column &column : block.columns) {
+            int ofColumn = -blockGap_;
+            for (Block &inner : column) {
+                measure(inner);
+                ofColumn += static_cast<int>(inner.size.cy) + blockGap_;
+            }
+            height = std::max(height, ofColumn);
+        }
+        block.size = {contentWidth(block), height};
+        if (block.frame == nullptr) return;
+        block.size.cx = std::max<LONG>(block.size.cx, controlWidth(*block.frame)) + 2 * metrics_.scaled(frameMargin);
+        block.size.cy += titleHeight(*block.frame) + metrics_.scaled(frameBottom);
     }
-    [[nodiscard]] int lineHeight() const { return fieldHeight_ + metrics_.scaled(spacing_.row); }
+
+    [[nodiscard]] int titleHeight(const Placement &frame) const {
+        return drawnText(frame.control->caption()).empty() ? metrics_.scaled(frameBottom) + metrics_.textHeight() / 2
+                                                           : metrics_.textHeight() + metrics_.scaled(frameTop);
+    }
+    [[nodiscard]] int lineHeight() const { return fieldHeight_ + rowGap_; }
 
     // Places
 
-    void place(const Control *container, POINT origin, int width) {
-        const auto &columns = containers_.at(container);
-        if (columns.empty()) return;
-        const int spare = (width - static_cast<int>(measure(container).cx)) / static_cast<int>(columns.size());
-        for (const Column &column : columns) {
-            const int ofColumn = static_cast<int>(measureColumn(column).cx) + spare;
-            placeColumn(column, origin, ofColumn);
-            origin.x += ofColumn + metrics_.scaled(columnGap);
-        }
+    void place(const Block &block, POINT origin, int width) {
+        if (block.frame == nullptr) return placeRun(block, origin, width);
+        const int margin = metrics_.scaled(frameMargin);
+        result_.places[block.frame->control->position()] = {origin.x, origin.y, origin.x + width,
+                                                            origin.y + block.size.cy};
+        placeBlocks(block, {origin.x + margin, origin.y + titleHeight(*block.frame)}, width - 2 * margin);
     }
 
-    void placeColumn(const Column &column, POINT origin, int width) {
-        for (const Block &block : column) {
-            const int height = static_cast<int>(measureBlock(block).cy);
-            if (block.frame != nullptr) {
-                result_.places[block.frame->position()] = {origin.x, origin.y, origin.x + width, origin.y + height};
-                const int margin = metrics_.scaled(frameMargin);
-                place(block.frame, {origin.x + margin, origin.y + titleHeight(*block.frame)}, width - 2 * margin);
-            } else {
-                placeRun(block, origin, width);
+    void placeBlocks(const Block &container, POINT origin, int width) {
+        const auto columns = static_cast<int>(container.columns.size());
+        for (const Column &column : container.columns) {
+            const int ofColumn = widthOf(column) + (width - contentWidth(container)) / columns;
+            LONG top = origin.y;
+            for (const Block &block : column) {
+                place(block, {origin.x, top}, ofColumn);
+                top += block.size.cy + blockGap_;
             }
-            origin.y += height + metrics_.scaled(spacing_.block);
+            origin.x += ofColumn + columnGap_;
         }
     }
 
     void placeRun(const Block &run, POINT origin, int width) {
-        const int spare = (width - static_cast<int>(measureBlock(run).cx)) / run.cells;
+        const int spare = (width - contentWidth(run)) / run.cells;
         std::vector<int> lefts{static_cast<int>(origin.x)};
         for (int cell = 0; cell < run.cells; ++cell)
-            lefts.push_back(lefts.back() + cellWidth(run, cell) + spare + metrics_.scaled(columnGap));
+            lefts.push_back(lefts.back() + cellWidth(run, cell) + spare + columnGap_);
         for (const Placement *row : run.rows) {
             const auto cell = static_cast<std::size_t>(row->cell);
-            const int top = origin.y + row->line * lineHeight();
-            placeInCell(*row, run,
-                        {lefts[cell], top, lefts[cell + 1] - metrics_.scaled(columnGap), top + fieldHeight_});
+            const LONG top = origin.y + row->line * lineHeight();
+            placeInCell(*row, run, {lefts[cell], top, lefts[cell + 1] - columnGap_, top + fieldHeight_});
         }
     }
 
     void placeInCell(const Placement &row, const Block &run, RECT cell) {
-        const int label = widths_.at({run.group, row.cell}).label;
+        const int label = widths_.at({run.group, row.cell})[static_cast<std::size_t>(CellPart::label)];
         if (row.part == CellPart::label) {
             cell.right = cell.left + label;
         } else if (row.part == CellPart::field && label > 0) {
             cell.left += label + labelGap_;
-            const int mark = metrics_.textWidth(refusalMark);
-            const int left = cell.left - mark - metrics_.scaled(labelGap) / 2;
-            result_.marks[row.control->position()] = {left, cell.top, left + mark, cell.bottom};
+            const LONG left = cell.left - markWidth_ - metrics_.scaled(labelGap) / 2;
+            result_.marks[row.control->position()] = {left, cell.top, left + markWidth_, cell.bottom};
         }
         result_.places[row.control->position()] = cell;
     }
 
     int placeMessage(int left, int bottom, int width) {
         if (form_.message().empty()) return bottom;
-        const int top = bottom + metrics_.scaled(spacing_.block);
+        const int top = bottom + blockGap_;
         result_.message = {left, top, left + width, top + metrics_.brokenTextHeight(form_.message(), width)};
         return result_.message.bottom;
     }
@@ -262,23 +241,16 @@ class Arranger {
     int placeButtons(int right, int bottom) {
         if (buttons_.empty()) return bottom;
         const int top = bottom + metrics_.scaled(buttonTop);
-        const int height = fieldHeight_ + metrics_.scaled(2);
-        int left = right - buttonsWidth();
-        for (const Control *button : buttons_) {
-            result_.places[button->position()] = {left, top, left + oneButtonWidth(), top + height};
-            left += oneButtonWidth() + metrics_.scaled(buttonGap);
+        bottom = top + fieldHeight_ + metrics_.scaled(2);
+        for (auto button = buttons_.rbegin(); button != buttons_.rend(); ++button) {
+            result_.places[(*button)->position()] = {right - buttonWidth_, top, right, bottom};
+            right -= buttonWidth_ + metrics_.scaled(buttonGap);
         }
-        return top + height;
-    }
-    [[nodiscard]] int oneButtonWidth() const {
-        int width = metrics_.scaled(buttonWidth);
-        for (const Control *button : buttons_)
-            width = std::max(width, controlWidth(*button));
-        return width;
+        return bottom;
     }
     [[nodiscard]] int buttonsWidth() const {
-        const auto count = static_cast<int>(buttons_.size());
-        return count * oneButtonWidth() + std::max(count - 1, 0) * metrics_.scaled(buttonGap);
+        return static_cast<int>(buttons_.size()) * (buttonWidth_ + metrics_.scaled(buttonGap)) -
+               metrics_.scaled(buttonGap);
     }
     /// The window's title has room beside the icon and the close button.
     [[nodiscard]] int titleWidth() const {
@@ -286,25 +258,24 @@ class Arranger {
     }
 
     const Form &form_;
-    const DialogLayout &layout_;
     const DialogMetrics &metrics_;
     int fieldHeight_;
-    Spacing spacing_;
-    int labelGap_ = 0;
-    std::map<const Control *, std::vector<Column>> containers_;
-    std::map<std::pair<std::size_t, int>, CellWidths> widths_;
+    int rowGap_;
+    int blockGap_;
+    int columnGap_;
+    int markWidth_;
+    int labelGap_;
+    Block all_;                                                       ///< the form itself
+    std::map<const Control *, Block *> containers_{{nullptr, &all_}}; ///< by frame
+    std::map<std::pair<const void *, int>, CellWidths> widths_;       ///< by group and cell
     std::vector<const Control *> buttons_;
-    std::size_t lastGroup_ = 0;
+    int buttonWidth_;
     Arrangement result_;
 };
 
 } // namespace
 
-std::u16string shownCaption(const Control &control, const DialogLayout &layout) {
-    const Placement *place = layout.find(control);
-    const std::u16string marked = markedCaption(control.caption(), place != nullptr ? place->accessKey : std::nullopt);
-    return std::u16string(trimBlanks(marked));
-}
+std::u16string shownCaption(const Placement &place) { return std::u16string(trimBlanks(place.markedCaption)); }
 
 Arrangement arrange(const Form &form, const DialogLayout &layout, const DialogMetrics &metrics, int fieldHeight,
                     int tallest) {

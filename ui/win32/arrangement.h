@@ -11,7 +11,7 @@
 namespace kx3::win32 {
 
 /// The text of a frame, label, check box or button as the system's controls take it.
-[[nodiscard]] std::u16string shownCaption(const Control &control, const DialogLayout &layout);
+[[nodiscard]] std::u16string shownCaption(const Placement &place);
 
 /// Rectangles inside the dialog's client area.
 struct Arrangement {

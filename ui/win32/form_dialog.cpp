@@ -1,6 +1,7 @@
 #include "win32/form_dialog.h"
 
 #include "base/error.h"
+#include "forms/form.h"
 #include "platform/win32/wide.h"
 #include "win32/message_queue.h"
 #include "win32/own_module.h"
@@ -20,17 +21,7 @@ constexpr int firstId = 100;
 /// Items that a list shows without scrolling.
 constexpr int longestDrop = 20;
 
-bool takesFocus(const Control &control) noexcept {
-    return control.kind() != ControlKind::frame && control.kind() != ControlKind::label;
-}
-
-struct ControlClass {
-    const wchar_t *name;
-    DWORD style;
-    DWORD extendedStyle;
-};
-
-ControlClass classOf(const Control &control) noexcept {
+ChildClass classOf(const Control &control) noexcept {
     // Each field is a group of its own, so that arrow keys stay inside it.
     constexpr DWORD stop = WS_TABSTOP | WS_GROUP;
     switch (control.kind()) {
@@ -45,48 +36,58 @@ ControlClass classOf(const Control &control) noexcept {
     return {L"BUTTON", look | BS_NOTIFY | WS_TABSTOP, 0};
 }
 
-void setEnabled(HWND window, bool enabled) noexcept {
-    if ((::IsWindowEnabled(window) != FALSE) != enabled) ::EnableWindow(window, enabled ? TRUE : FALSE);
-}
-
 void setShown(HWND window, bool shown) noexcept { ::ShowWindow(window, shown ? SW_SHOWNA : SW_HIDE); }
 
 void setText(HWND window, const std::u16string &text) noexcept { ::SetWindowTextW(window, platform::wide(text)); }
 
-void move(HWND window, const RECT &place, int height) noexcept {
+void move(HWND window, const RECT &place, LONG height) noexcept {
     ::SetWindowPos(window, nullptr, place.left, place.top, place.right - place.left, height,
                    SWP_NOZORDER | SWP_NOACTIVATE);
 }
 void move(HWND window, const RECT &place) noexcept { move(window, place, place.bottom - place.top); }
 
+RECT placeOf(HWND window) noexcept {
+    RECT place{};
+    ::GetWindowRect(window, &place);
+    return place;
+}
+
+/// Of the screen that the person looks at.
+RECT workArea() noexcept {
+    MONITORINFO monitor{};
+    monitor.cbSize = sizeof monitor;
+    ::GetMonitorInfoW(::MonitorFromWindow(::GetActiveWindow(), MONITOR_DEFAULTTOPRIMARY), &monitor);
+    return monitor.rcWork;
+}
+
+/// Give a window its size, and its place as far as it is then inside of the work area.
+void moveOnScreen(HWND window, LONG left, LONG top, LONG width, LONG height) noexcept {
+    const RECT area = workArea();
+    ::SetWindowPos(window, nullptr, std::max(area.left, std::min(left, area.right - width)),
+                   std::max(area.top, std::min(top, area.bottom - height)), width, height,
+                   SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
 } // namespace
 
 // Life
 
-FormDialog::FormDialog(Form &form, int dpi) : form_(form), generation_(form.generation()), metrics_(dpi) {
+FormDialog::FormDialog(Form &form, int dpi) : form_(form), view_(form), metrics_(dpi) {
     {
         const VisualStyles styles;
         createWindow();
         createControls();
     }
-    refreshAll();
+    refresh();
     centre();
 }
 
 void FormDialog::createWindow() {
     // A dialog of the system, without a font and controls of the template's own.
-    struct Template {
+    constexpr struct {
         DLGTEMPLATE head;
-        WORD menu = 0;
-        WORD windowClass = 0;
-        WORD title = 0;
-    } empty{.head = {.style = WS_POPUP | WS_CAPTION | WS_SYSMENU,
-                     .dwExtendedStyle = WS_EX_CONTROLPARENT,
-                     .cdit = 0,
-                     .x = 0,
-                     .y = 0,
-                     .cx = 100,
-                     .cy = 100}};
+        WORD menu, windowClass, title;
+    } empty{{WS_POPUP | WS_CAPTION | WS_SYSMENU, WS_EX_CONTROLPARENT, 0, 0, 0, 100, 100}, 0, 0, 0};
     window_.reset(
         ::CreateDialogIndirectParamW(ownModule(), &empty.head, nullptr, procedure, reinterpret_cast<LPARAM>(this)));
     if (!window_) raise(ErrorNumber::outOfMemory, u"Out of memory: a dialog could not be shown");
@@ -95,7 +96,7 @@ void FormDialog::createWindow() {
 void FormDialog::createControls() {
     // Tab order is the order of creation. The message opens the group of the buttons.
     const auto createMessage = [this] {
-        if (message_ == nullptr) message_ = createChild(L"STATIC", {}, SS_LEFT | SS_NOPREFIX | WS_GROUP, 0, -1);
+        if (message_ == nullptr) message_ = createChild({L"STATIC", SS_LEFT | SS_NOPREFIX | WS_GROUP, 0}, -1);
     };
     items_.reserve(form_.controls().size());
     for (const Control &control : form_.controls()) {
@@ -107,26 +108,23 @@ void FormDialog::createControls() {
 }
 
 void FormDialog::createItem(const Control &control) {
-    const ControlClass windowClass = classOf(control);
-    Item item{.control = &control,
-              .window = createChild(windowClass.name, {}, windowClass.style, windowClass.extendedStyle, idOf(control))};
+    Item item{.control = &control, .window = createChild(classOf(control), idOf(control))};
     if (control.kind() == ControlKind::comboBox && fieldHeight_ == 0) {
         // The system gives a closed list the height that its font needs; all fields follow it.
-        RECT closed{};
-        ::GetWindowRect(item.window, &closed);
+        const RECT closed = placeOf(item.window);
         fieldHeight_ = closed.bottom - closed.top;
     }
     if (control.kind() == ControlKind::textBox) {
-        item.mark = createChild(L"STATIC", refusalMark, SS_LEFT | SS_CENTERIMAGE, 0, -1);
+        item.mark = createChild({L"STATIC", SS_LEFT | SS_CENTERIMAGE, 0}, -1);
+        setText(item.mark, refusalMark);
         item.box = std::make_unique<TextBox>(form_, control, item.window, [this] { refresh(); });
     }
     items_.push_back(std::move(item));
 }
 
-HWND FormDialog::createChild(const wchar_t *className, const std::u16string &text, DWORD style, DWORD extendedStyle,
-                             int id) {
+HWND FormDialog::createChild(const ChildClass &kind, int id) {
     HWND child =
-        ::CreateWindowExW(extendedStyle, className, platform::wide(text), WS_CHILD | style, 0, 0, 10, 10, window_.get(),
+        ::CreateWindowExW(kind.extendedStyle, kind.name, L"", WS_CHILD | kind.style, 0, 0, 10, 10, window_.get(),
                           reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), ownModule(), nullptr);
     if (child == nullptr) raise(ErrorNumber::outOfMemory, u"Out of memory: a dialog could not be shown");
     ::SendMessageW(child, WM_SETFONT, reinterpret_cast<WPARAM>(metrics_.font()), FALSE);
@@ -139,18 +137,11 @@ int FormDialog::idOf(const Control &control) const noexcept {
     return firstId + static_cast<int>(control.position());
 }
 
-FormDialog::Item *FormDialog::itemOf(WORD id) noexcept {
-    const Control *control = id == IDOK ? form_.defaultButton() : id == IDCANCEL ? form_.cancelButton() : nullptr;
-    if (control != nullptr) return &items_[control->position()];
-    const auto position = static_cast<std::size_t>(id) - firstId;
-    return id >= firstId && position < items_.size() ? &items_[position] : nullptr;
-}
+HWND FormDialog::windowOf(const Control &control) const noexcept { return items_[control.position()].window; }
 
 void FormDialog::show() {
     ::ShowWindow(window_.get(), SW_SHOW);
-    if (shownFocus_ == nullptr)
-        ::SendMessageW(window_.get(), WM_NEXTDLGCTL,
-                       reinterpret_cast<WPARAM>(::GetNextDlgTabItem(window_.get(), nullptr, FALSE)), TRUE);
+    if (form_.focus() == nullptr) giveFocus(::GetNextDlgTabItem(window_.get(), nullptr, FALSE));
     ::UpdateWindow(window_.get());
 }
 
@@ -158,7 +149,7 @@ void FormDialog::run() {
     const ThreadWindowsDisabled others(window_.get());
     show();
     QueuedMessage queued;
-    while (open()) {
+    while (view_.open()) {
         if (!takeMessage(queued)) {
             ::WaitMessage();
         } else if (passOnQuit(queued)) {
@@ -169,8 +160,6 @@ void FormDialog::run() {
     }
     if (failure_) std::rethrow_exception(std::exchange(failure_, nullptr));
 }
-
-bool FormDialog::open() const noexcept { return form_.loaded() && form_.generation() == generation_; }
 
 // What the person does
 
@@ -196,36 +185,30 @@ void FormDialog::fail() noexcept {
 }
 
 bool FormDialog::handle(UINT message, WPARAM wide, LPARAM /*parameter*/) {
-    switch (message) {
-    case WM_COMMAND:
-        if (!refreshing_ && open()) command(LOWORD(wide), HIWORD(wide));
-        return true;
-    case WM_CLOSE: form_.close(); return true;
-    default: return false;
+    if (message == WM_CLOSE) form_.close();
+    if (message == WM_COMMAND && !refreshing_ && view_.open()) {
+        const auto item = std::ranges::find(items_, ::GetDlgItem(window_.get(), LOWORD(wide)), &Item::window);
+        if (item != items_.end()) command(*item, HIWORD(wide));
     }
+    return message == WM_CLOSE || message == WM_COMMAND;
 }
 
-void FormDialog::command(WORD id, WORD notification) {
-    Item *item = itemOf(id);
-    if (item == nullptr) return;
-    const Control &control = *item->control;
-    const auto focused = [&] {
-        shownFocus_ = &control;
-        form_.setFocus(control);
-    };
+void FormDialog::command(const Item &item, WORD notification) {
+    const Control &control = *item.control;
     switch (control.kind()) {
     case ControlKind::comboBox:
-        if (notification == CBN_SELCHANGE || notification == CBN_CLOSEUP) chosen(*item);
-        if (notification == CBN_SETFOCUS) focused();
+        if (notification == CBN_SELCHANGE || notification == CBN_CLOSEUP)
+            form_.choose(control, static_cast<Long>(::SendMessageW(item.window, CB_GETCURSEL, 0, 0)));
+        if (notification == CBN_SETFOCUS) form_.setFocus(control);
         break;
     case ControlKind::textBox:
-        if (notification == EN_SETFOCUS) focused();
-        if (notification == EN_CHANGE) item->box->show(); // not by the model
+        if (notification == EN_CHANGE) item.box->show(); // not by the model
+        if (notification == EN_SETFOCUS) form_.setFocus(control);
         break;
     case ControlKind::checkBox:
     case ControlKind::commandButton:
         if (notification == BN_CLICKED) form_.click(control);
-        if (notification == BN_SETFOCUS) focused();
+        if (notification == BN_SETFOCUS) form_.setFocus(control);
         break;
     case ControlKind::frame:
     case ControlKind::label: break;
@@ -233,63 +216,41 @@ void FormDialog::command(WORD id, WORD notification) {
     refresh();
 }
 
-void FormDialog::chosen(const Item &item) {
-    const auto index = static_cast<Long>(::SendMessageW(item.window, CB_GETCURSEL, 0, 0));
-    if (index != item.control->listIndex()) form_.choose(*item.control, index);
-}
-
 // What the model shows
 
 void FormDialog::refresh() {
-    if (refreshing_ || !open() || form_.revision() == shownRevision_) return;
-    refreshAll();
-}
-
-void FormDialog::refreshAll() {
+    if (refreshing_ || !view_.open()) return;
     refreshing_ = true;
-    shownRevision_ = form_.revision();
     try {
-        if (std::u16string now = structure(); now != shownStructure_) {
-            arrangeAnew();
-            shownStructure_ = std::move(now);
-        }
-        for (const Item &item : items_)
-            showState(item);
-        followFocus();
+        const FormChanges changes = view_.takeChanges();
+        if (changes.structure) arrangeAnew();
+        for (const Control *control : changes.controls)
+            showState(items_[control->position()]);
+        if (changes.focus != nullptr && ::GetFocus() != windowOf(*changes.focus)) giveFocus(windowOf(*changes.focus));
     } catch (...) {
         fail();
     }
     refreshing_ = false;
 }
 
-/// All that decides where things stand, as one text to compare.
-std::u16string FormDialog::structure() const {
-    std::u16string all = form_.caption() + u'\n' + form_.message();
-    for (const Control &control : form_.controls()) {
-        all += form_.isShown(control) ? u'\n' : u'\0';
-        all += control.caption();
-        const auto items = reinterpret_cast<std::uintptr_t>(&control.items());
-        all += {static_cast<char16_t>(items >> 16), static_cast<char16_t>(items)};
-    }
-    return all;
-}
-
 void FormDialog::arrangeAnew() {
-    const DialogLayout layout = dialogLayout(form_);
+    const DialogLayout &layout = view_.layout();
     setText(window_.get(), form_.caption());
-    for (const Item &item : items_) {
-        if (item.control->kind() == ControlKind::comboBox)
+    for (const Placement &place : layout.placements) {
+        const Item &item = items_[place.control->position()];
+        if (place.control->kind() == ControlKind::comboBox)
             fillList(item);
-        else if (item.control->kind() != ControlKind::textBox)
-            setText(item.window, shownCaption(*item.control, layout));
+        else if (place.control->kind() != ControlKind::textBox)
+            setText(item.window, shownCaption(place));
     }
-    RECT frame{};
-    ::AdjustWindowRectEx(&frame, static_cast<DWORD>(::GetWindowLongW(window_.get(), GWL_STYLE)), FALSE, 0);
+    const SIZE border = outerSize({0, 0});
     const RECT area = workArea();
-    const int tallest = (area.bottom - area.top) - (frame.bottom - frame.top);
+    const int tallest = (area.bottom - area.top) - border.cy;
     const Arrangement arrangement = arrange(form_, layout, metrics_, fieldHeight_, tallest);
     placeControls(arrangement);
-    resize(arrangement.client);
+    const SIZE outer = outerSize(arrangement.client);
+    const RECT place = placeOf(window_.get());
+    moveOnScreen(window_.get(), place.left, place.top, outer.cx, outer.cy);
 }
 
 void FormDialog::fillList(const Item &item) const {
@@ -298,7 +259,7 @@ void FormDialog::fillList(const Item &item) const {
         ::SendMessageW(item.window, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(platform::wide(drawnText(text))));
 }
 
-void FormDialog::placeControls(const Arrangement &arrangement) {
+void FormDialog::placeControls(const Arrangement &arrangement) const {
     for (const Item &item : items_) {
         const bool shown = form_.isShown(*item.control);
         if (!shown) leave(item.window);
@@ -325,13 +286,9 @@ void FormDialog::placeControls(const Arrangement &arrangement) {
 
 void FormDialog::showState(const Item &item) const {
     const Control &control = *item.control;
-    // A label's access key must not lead past a greyed field to the next one.
-    bool enabled = form_.isEnabled(control);
-    if (control.kind() == ControlKind::label)
-        for (const Control &field : form_.controls())
-            if (field.label() == &control) enabled = enabled && form_.isEnabled(field);
+    const bool enabled = form_.isEnabled(control);
     if (!enabled) leave(item.window);
-    setEnabled(item.window, enabled);
+    ::EnableWindow(item.window, enabled ? TRUE : FALSE);
     switch (control.kind()) {
     case ControlKind::comboBox:
         if (::SendMessageW(item.window, CB_GETCURSEL, 0, 0) != control.listIndex())
@@ -350,12 +307,8 @@ void FormDialog::showState(const Item &item) const {
     }
 }
 
-/// Give the focus to where the model has moved it.
-void FormDialog::followFocus() {
-    const Control *focus = form_.focus();
-    if (focus == nullptr || focus == shownFocus_ || !takesFocus(*focus)) return;
-    shownFocus_ = focus;
-    ::SendMessageW(window_.get(), WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(windowOf(*focus)), TRUE);
+void FormDialog::giveFocus(HWND window) const noexcept {
+    ::SendMessageW(window_.get(), WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(window), TRUE);
 }
 
 /// The focus must not stay on a window that goes or is greyed.
@@ -365,50 +318,27 @@ void FormDialog::leave(HWND window) const noexcept {
 
 // Size and place
 
-RECT FormDialog::workArea() const noexcept {
-    MONITORINFO monitor{};
-    monitor.cbSize = sizeof monitor;
-    HWND active = ::GetActiveWindow();
-    ::GetMonitorInfoW(::MonitorFromWindow(active, MONITOR_DEFAULTTOPRIMARY), &monitor);
-    return monitor.rcWork;
-}
-
-/// Give the client area its size; the window stays where it is, and on the screen.
-void FormDialog::resize(SIZE client) const {
+/// Size of the window around a client area.
+SIZE FormDialog::outerSize(SIZE client) const noexcept {
     RECT outer{0, 0, client.cx, client.cy};
     ::AdjustWindowRectEx(&outer, static_cast<DWORD>(::GetWindowLongW(window_.get(), GWL_STYLE)), FALSE,
                          static_cast<DWORD>(::GetWindowLongW(window_.get(), GWL_EXSTYLE)));
-    const int width = outer.right - outer.left;
-    const int height = outer.bottom - outer.top;
-    RECT old{};
-    ::GetWindowRect(window_.get(), &old);
-    const RECT area = workArea();
-    const LONG left = std::max(area.left, std::min(old.left, area.right - width));
-    const LONG top = std::max(area.top, std::min(old.top, area.bottom - height));
-    ::SetWindowPos(window_.get(), nullptr, left, top, width, height, SWP_NOZORDER | SWP_NOACTIVATE);
+    return {outer.right - outer.left, outer.bottom - outer.top};
 }
 
 /// On the screen, or on the window that was active: without an owner the person looks there.
 void FormDialog::centre() const noexcept {
-    const RECT area = workArea();
-    RECT around = area;
     HWND active = ::GetActiveWindow();
-    if (form_.startPosition() == StartPosition::centerOwner && active != nullptr && active != window_.get() &&
-        ::IsWindowVisible(active) != FALSE && ::IsIconic(active) == FALSE)
-        ::GetWindowRect(active, &around);
-    RECT own{};
-    ::GetWindowRect(window_.get(), &own);
+    const bool onActive = form_.startPosition() == StartPosition::centerOwner && active != nullptr &&
+                          active != window_.get() && ::IsWindowVisible(active) != FALSE && ::IsIconic(active) == FALSE;
+    const RECT around = onActive ? placeOf(active) : workArea();
+    const RECT own = placeOf(window_.get());
     const LONG width = own.right - own.left;
     const LONG height = own.bottom - own.top;
-    const LONG left = std::min((around.left + around.right - width) / 2, area.right - width);
-    const LONG top = std::min((around.top + around.bottom - height) / 2, area.bottom - height);
-    ::SetWindowPos(window_.get(), nullptr, std::max(left, area.left), std::max(top, area.top), 0, 0,
-                   SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
+    moveOnScreen(window_.get(), (around.left + around.right - width) / 2, (around.top + around.bottom - height) / 2,
+                 width, height);
 }
 
-void showModal(Form &form) {
-    FormDialog dialog(form);
-    dialog.run();
-}
+void showModal(Form &form) { FormDialog(form).run(); }
 
 } // namespace kx3::win32

@@ -1,16 +1,13 @@
 // A form as a modal dialog of the system's own controls.
 #pragma once
 
-#include "forms/dialog_layout.h"
-#include "forms/form.h"
+#include "forms/form_view.h"
 #include "win32/arrangement.h"
 #include "win32/dialog_metrics.h"
 #include "win32/text_box.h"
 
-#include <cstdint>
 #include <exception>
 #include <memory>
-#include <string>
 #include <vector>
 #include <windows.h>
 
@@ -25,6 +22,13 @@ struct DialogDestroyer {
 };
 using UniqueDialog = std::unique_ptr<std::remove_pointer_t<HWND>, DialogDestroyer>;
 
+/// Window class and styles of a control.
+struct ChildClass {
+    const wchar_t *name;
+    DWORD style;
+    DWORD extendedStyle;
+};
+
 /// The dialog of a loaded form. It shows the model, passes on what the person does, and follows the
 /// model's changes. The form outlives the dialog, and is not loaded again meanwhile.
 class FormDialog {
@@ -35,7 +39,7 @@ class FormDialog {
     FormDialog &operator=(const FormDialog &) = delete;
 
     [[nodiscard]] HWND window() const noexcept { return window_.get(); }
-    [[nodiscard]] HWND windowOf(const Control &control) const noexcept { return items_[control.position()].window; }
+    [[nodiscard]] HWND windowOf(const Control &control) const noexcept;
 
     /// Show the dialog where the form wants it and give its first field the focus.
     void show();
@@ -55,41 +59,32 @@ class FormDialog {
 
     static INT_PTR CALLBACK procedure(HWND window, UINT message, WPARAM wide, LPARAM parameter) noexcept;
     bool handle(UINT message, WPARAM wide, LPARAM parameter);
-    void command(WORD id, WORD notification);
-    void chosen(const Item &item);
+    void command(const Item &item, WORD notification);
 
     void createWindow();
     void createControls();
     void createItem(const Control &control);
-    HWND createChild(const wchar_t *className, const std::u16string &text, DWORD style, DWORD extendedStyle, int id);
+    HWND createChild(const ChildClass &kind, int id);
     void fillList(const Item &item) const;
     [[nodiscard]] int idOf(const Control &control) const noexcept;
-    [[nodiscard]] Item *itemOf(WORD id) noexcept;
 
-    [[nodiscard]] bool open() const noexcept;
     void refresh();
-    void refreshAll();
     void arrangeAnew();
-    void placeControls(const Arrangement &arrangement);
-    void resize(SIZE client) const;
+    void placeControls(const Arrangement &arrangement) const;
     void showState(const Item &item) const;
-    void followFocus();
-    [[nodiscard]] std::u16string structure() const;
+    void giveFocus(HWND window) const noexcept;
     void leave(HWND window) const noexcept;
-    [[nodiscard]] RECT workArea() const noexcept;
+    [[nodiscard]] SIZE outerSize(SIZE client) const noexcept;
     void centre() const noexcept;
     void fail() noexcept;
 
     Form &form_;
-    std::uint64_t generation_;
+    FormView view_;
     DialogMetrics metrics_;
     UniqueDialog window_;
     std::vector<Item> items_; ///< by control position
     HWND message_ = nullptr;
     int fieldHeight_ = 0;
-    std::uint64_t shownRevision_ = 0;
-    std::u16string shownStructure_;
-    const Control *shownFocus_ = nullptr;
     bool refreshing_ = false;
     std::exception_ptr failure_;
 };

@@ -1,6 +1,7 @@
 #include "win32/text_box.h"
 
 #include "base/error.h"
+#include "forms/form.h"
 #include "platform/win32/wide.h"
 
 #include <algorithm>
@@ -24,11 +25,10 @@ constexpr WPARAM controlBackspace = 127;
 
 bool isPressed(int key) noexcept { return ::GetKeyState(key) < 0; }
 
-struct Selection {
-    Long start = 0;
-    Long length = 0;
-    [[nodiscard]] bool operator==(const Selection &) const = default;
-};
+/// Beginning and length of what is selected.
+using Selection = std::pair<Long, Long>;
+
+Selection selectionOf(const Control &box) noexcept { return {box.selectionStart(), box.selectionLength()}; }
 
 Selection selectionOf(HWND window) noexcept {
     DWORD start = 0;
@@ -44,40 +44,22 @@ std::u16string textOf(HWND window) {
     return std::u16string(platform::utf16(text));
 }
 
-class OpenClipboardFor {
-  public:
-    explicit OpenClipboardFor(HWND window) noexcept : open_(::OpenClipboard(window) != FALSE) {}
-    ~OpenClipboardFor() {
-        if (open_) ::CloseClipboard();
-    }
-    OpenClipboardFor(const OpenClipboardFor &) = delete;
-    OpenClipboardFor &operator=(const OpenClipboardFor &) = delete;
-    explicit operator bool() const noexcept { return open_; }
-
-  private:
-    bool open_;
+template <class Action> struct AtEnd {
+    Action action;
+    ~AtEnd() { action(); }
 };
 
 /// The first line of the clipboard's text; nothing when it holds none.
 std::optional<std::u16string> clipboardLine(HWND window) {
-    const OpenClipboardFor clipboard(window);
-    if (!clipboard) return {};
+    if (::OpenClipboard(window) == FALSE) return {};
+    const AtEnd close{[] { ::CloseClipboard(); }};
     HANDLE data = ::GetClipboardData(CF_UNICODETEXT);
-    if (data == nullptr) return {};
-    const auto *text = static_cast<const wchar_t *>(::GlobalLock(data));
+    const auto *text = static_cast<const wchar_t *>(data == nullptr ? nullptr : ::GlobalLock(data));
     if (text == nullptr) return {};
+    const AtEnd unlock{[data] { ::GlobalUnlock(data); }};
     // Its maker may have left out the terminator.
-    std::wstring_view line(text, ::GlobalSize(data) / sizeof(wchar_t));
-    line = line.substr(0, line.find_first_of(std::wstring_view(L"\0\r\n", 3)));
-    std::u16string copy;
-    try {
-        copy = platform::utf16(line);
-    } catch (...) {
-        ::GlobalUnlock(data);
-        throw;
-    }
-    ::GlobalUnlock(data);
-    return copy;
+    const std::wstring_view line(text, ::GlobalSize(data) / sizeof(wchar_t));
+    return std::u16string(platform::utf16(line.substr(0, line.find_first_of(std::wstring_view(L"\0\r\n", 3)))));
 }
 
 /// The text that a message's parameter points to.
@@ -105,9 +87,8 @@ void TextBox::show() {
     showing_ = true;
     const std::u16string text(control_.text());
     if (textOf(window_) != text) ::SetWindowTextW(window_, platform::wide(text));
-    const Selection wanted{control_.selectionStart(), control_.selectionLength()};
-    if (selectionOf(window_) != wanted)
-        inherited(EM_SETSEL, static_cast<WPARAM>(wanted.start), wanted.start + wanted.length);
+    if (const auto [start, length] = selectionOf(control_); selectionOf(window_) != selectionOf(control_))
+        inherited(EM_SETSEL, static_cast<WPARAM>(start), start + length);
     showing_ = false;
 }
 
@@ -130,11 +111,11 @@ LRESULT TextBox::handle(UINT message, WPARAM wide, LPARAM parameter) {
     case WM_KEYDOWN: return keyDown(wide, parameter);
     case WM_CHAR: return character(wide, parameter);
     // The last two are how screen readers and other programs enter a text.
-    case WM_PASTE: paste(clipboardLine(window_)); return 0;
-    case EM_REPLACESEL: paste(textAt(parameter)); return 0;
+    case WM_PASTE: return paste(clipboardLine(window_));
+    case EM_REPLACESEL: return paste(textAt(parameter));
     case WM_SETTEXT: return setText(wide, parameter);
-    case WM_CUT: cut(); return 0;
-    case WM_CLEAR: clear(); return 0;
+    case WM_CUT: return cut();
+    case WM_CLEAR: return clear();
     // The control would take back what the model has taken.
     case EM_CANUNDO:
     case EM_UNDO:
@@ -149,36 +130,22 @@ LRESULT TextBox::handle(UINT message, WPARAM wide, LPARAM parameter) {
     }
 }
 
-/// What can move the control's own caret or selection.
+/// What can move the control's own caret or selection, which the model is then told.
 LRESULT TextBox::select(UINT message, WPARAM wide, LPARAM parameter) {
     const LRESULT result = inherited(message, wide, parameter);
-    pullSelection();
-    return result;
-}
-
-/// Tell the model where the caret stands, unless it knows.
-void TextBox::pullSelection() {
-    if (showing_) return;
-    const Selection selection = selectionOf(window_);
-    if (selection == Selection{control_.selectionStart(), control_.selectionLength()}) return;
-    form_.selectText(control_, selection.start, selection.length);
+    const auto [start, length] = selectionOf(window_);
+    if (showing_ || Selection{start, length} == selectionOf(control_)) return result;
+    form_.selectText(control_, start, length);
     acted_();
+    return result;
 }
 
 LRESULT TextBox::keyDown(WPARAM key, LPARAM parameter) {
     const bool shift = isPressed(VK_SHIFT);
-    const bool control = isPressed(VK_CONTROL);
-    if (key == VK_INSERT && shift) {
-        paste(clipboardLine(window_));
-        return 0;
-    }
-    if (key == VK_DELETE && shift) {
-        cut();
-        return 0;
-    }
+    if (key == VK_INSERT && shift) return paste(clipboardLine(window_));
+    if (key == VK_DELETE && shift) return cut();
     // With Shift or Ctrl the caret keys select and skip words, which is the control's business.
-    const bool own = key == VK_DELETE || (!shift && !control);
-    if (own) {
+    if (key == VK_DELETE || (!shift && !isPressed(VK_CONTROL))) {
         const bool done = form_.keyDown(control_, static_cast<Integer>(key));
         acted_();
         if (done || key == VK_DELETE) return 0;
@@ -190,8 +157,8 @@ LRESULT TextBox::character(WPARAM typed, LPARAM parameter) {
     switch (typed) {
     case controlA: ::SendMessageW(window_, EM_SETSEL, 0, -1); return 0;
     case controlC: return inherited(WM_CHAR, typed, parameter);
-    case controlV: paste(clipboardLine(window_)); return 0;
-    case controlX: cut(); return 0;
+    case controlV: return paste(clipboardLine(window_));
+    case controlX: return cut();
     case controlBackspace: return 0;
     default: break;
     }
@@ -200,22 +167,24 @@ LRESULT TextBox::character(WPARAM typed, LPARAM parameter) {
     return 0;
 }
 
-void TextBox::cut() {
+LRESULT TextBox::cut() {
     inherited(WM_COPY, 0, 0);
-    clear();
+    return clear();
 }
 
 /// Delete the selection as the key does, which the box may refuse.
-void TextBox::clear() {
-    if (control_.selectionLength() == 0) return;
+LRESULT TextBox::clear() {
+    if (control_.selectionLength() == 0) return 0;
     form_.keyDown(control_, keyDelete);
     acted_();
+    return 0;
 }
 
-void TextBox::paste(const std::optional<std::u16string> &text) {
-    if (!text) return;
+LRESULT TextBox::paste(const std::optional<std::u16string> &text) {
+    if (!text) return 0;
     form_.paste(control_, *text);
     acted_();
+    return 0;
 }
 
 /// Replace the whole text, unless it is the model's own that is to be shown.

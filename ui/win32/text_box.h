@@ -1,12 +1,15 @@
 // An edit field whose every key goes to the model, which alone changes the text.
 #pragma once
 
-#include "forms/form.h"
-
 #include <functional>
 #include <optional>
 #include <string>
 #include <windows.h>
+
+namespace kx3 {
+class Control;
+class Form;
+} // namespace kx3
 
 namespace kx3::win32 {
 
@@ -30,11 +33,10 @@ class TextBox {
     LRESULT select(UINT message, WPARAM wide, LPARAM parameter);
     LRESULT keyDown(WPARAM key, LPARAM parameter);
     LRESULT character(WPARAM typed, LPARAM parameter);
-    void cut();
-    void clear();
-    void paste(const std::optional<std::u16string> &text);
+    LRESULT cut();
+    LRESULT clear();
+    LRESULT paste(const std::optional<std::u16string> &text);
     LRESULT setText(WPARAM wide, LPARAM text);
-    void pullSelection();
 
     Form &form_;
     const Control &control_;

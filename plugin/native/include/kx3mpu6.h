@@ -303,6 +303,11 @@ KX3_API kx3_status kx3_form_describe(const kx3_form *form, kx3_form_info *info);
 KX3_API int32_t kx3_form_loaded(const kx3_form *form);
 /* Whether its default button (OK) has closed the form; 0 also for a handle that is not good any more. */
 KX3_API int32_t kx3_form_accepted(const kx3_form *form);
+/* What to show anew, for a program that draws the form: the revision that last changed its structure
+ * (captions, lists, places or the message), and the one that last changed a control or a frame around
+ * it. A program that has shown an older revision asks again. */
+KX3_API kx3_status kx3_form_structure_revision(const kx3_form *form, uint64_t *revision);
+KX3_API kx3_status kx3_form_control_revision(const kx3_form *form, int32_t control, uint64_t *revision);
 KX3_API kx3_status kx3_form_control(const kx3_form *form, int32_t control, kx3_control_info *info);
 /* Entry `item` of a combo box's list. */
 KX3_API kx3_status kx3_form_item(const kx3_form *form, int32_t control, int32_t item, kx3_text *text);
@@ -313,7 +318,7 @@ KX3_API kx3_status kx3_form_find(const kx3_form *form, const char *name, int32_t
  * one column or in two side by side, one block under another; a block is an inner frame, or a run of
  * rows. A run is a grid of lines and cells, and a cell has a place for a label and one for a field.
  * Below all blocks stand the form's message, then the row of buttons. Hidden controls take no place:
- * ask again when the form's revision has changed. */
+ * ask again when the revision of the form's structure has changed. */
 
 /* Parts of a cell: all of it, its label's, its field's. */
 enum { KX3_PART_WHOLE = 0, KX3_PART_LABEL = 1, KX3_PART_FIELD = 2 };

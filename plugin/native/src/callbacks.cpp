@@ -15,7 +15,7 @@ const std::uint16_t *units(std::u16string_view text) { return reinterpret_cast<c
 /// A form handle is good while its callback runs.
 class FormInHand {
   public:
-    FormInHand(std::vector<ShownForm> &forms, Form &form) : forms_(forms) { forms.push_back({&form}); }
+    FormInHand(std::vector<ShownForm> &forms, Form &form) : forms_(forms) { forms.push_back({&form, FormView(form)}); }
     ~FormInHand() { forms_.pop_back(); }
     FormInHand(const FormInHand &) = delete;
     FormInHand &operator=(const FormInHand &) = delete;

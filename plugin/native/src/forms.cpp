@@ -37,19 +37,8 @@ ShownForm &shownForm(const kx3_form *handle) {
 
 Form &formOf(const kx3_form *handle) { return *shownForm(handle).form; }
 
-/// The form's layout, made anew only when the form has changed, so that its texts stay good until then.
-const ShownForm::Layout &layoutOf(ShownForm &shown) {
-    const std::uint64_t revision = shown.form->revision();
-    if (shown.layout && shown.layout->revision == revision) return *shown.layout;
-    ShownForm::Layout layout{revision, dialogLayout(*shown.form), {}};
-    for (const Placement &place : layout.dialog.placements)
-        layout.markedCaptions.push_back(markedCaption(place.control->caption(), place.accessKey));
-    return shown.layout.emplace(std::move(layout));
-}
-
 kx3_placement placementOf(ShownForm &shown, const Control &control) {
-    const ShownForm::Layout &layout = layoutOf(shown);
-    const Placement *place = layout.dialog.find(control);
+    const Placement *place = shown.view.layout().find(control);
     if (place == nullptr) return {};
     return {
         .shown = 1,
@@ -59,8 +48,7 @@ kx3_placement placementOf(ShownForm &shown, const Control &control) {
         .cell = place->cell,
         .part = static_cast<std::int32_t>(place->part),
         .access_key = place->accessKey ? static_cast<std::int32_t>(*place->accessKey) : -1,
-        .marked_caption =
-            textOf(layout.markedCaptions[static_cast<std::size_t>(place - layout.dialog.placements.data())]),
+        .marked_caption = textOf(place->markedCaption),
         .accessible_name = textOf(place->accessibleName),
     };
 }
@@ -113,6 +101,17 @@ int32_t kx3_form_loaded(const kx3_form *form) {
 int32_t kx3_form_accepted(const kx3_form *form) {
     const ShownForm *shown = findForm(form);
     return shown != nullptr && shown->form->accepted() ? 1 : 0;
+}
+
+kx3_status kx3_form_structure_revision(const kx3_form *form, uint64_t *revision) {
+    return guarded([&] { required(revision, u"revision") = formOf(form).structureRevision(); });
+}
+
+kx3_status kx3_form_control_revision(const kx3_form *form, int32_t control, uint64_t *revision) {
+    return guarded([&] {
+        const Form &shown = formOf(form);
+        required(revision, u"revision") = shown.revisionOf(controlAt(shown, control));
+    });
 }
 
 kx3_status kx3_form_control(const kx3_form *form, int32_t control, kx3_control_info *info) {

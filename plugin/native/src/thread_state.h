@@ -4,7 +4,7 @@
 #include "kx3mpu6.h"
 
 #include "doorstep/programmer_libraries.h"
-#include "forms/dialog_layout.h"
+#include "forms/form_view.h"
 #include "host/apartment.h"
 #include "host/mpu.h"
 
@@ -26,13 +26,7 @@ namespace kx3::native {
 /// A form that a show_form callback has in hand.
 struct ShownForm {
     Form *form;
-    /// Places of its controls and the texts that go with them, as of `revision`.
-    struct Layout {
-        std::uint64_t revision;
-        DialogLayout dialog;
-        std::vector<std::u16string> markedCaptions; ///< beside `dialog.placements`
-    };
-    std::optional<Layout> layout{};
+    FormView view;
 };
 
 /// The host's callbacks of one thread.

@@ -83,20 +83,15 @@ class EditorHost {
 };
 
 /// Every mode that has an editor, with the editor's name.
-inline constexpr struct {
-    std::uint8_t mode;
-    const char *editor;
-} editorModes[] = {
-    {1, "edit_figmpu62"},   {2, "edit_figmpu62"},   {3, "edit_figmpu63"},   {4, "edit_figmpu63"},
-    {6, "edit_figmpu63"},   {10, "edit_figmpu63"},  {12, "edit_figmpu64"},  {13, "edit_figmpu65"},
-    {14, "edit_figmpu65"},  {15, "edit_figmpu65"},  {18, "edit_figmpu65"},  {30, "edit_figmpu65"},
-    {31, "edit_figmpu65"},  {32, "edit_figmpu65"},  {55, "edit_figmpu65"},  {56, "edit_figmpu65"},
-    {58, "edit_figmpu65"},  {59, "edit_figmpu65"},  {60, "edit_figmpu65"},  {61, "edit_figmpu65"},
-    {62, "edit_figmpu65"},  {22, "edit_figmpu66"},  {26, "edit_figmpu66"},  {23, "edit_figmpu67"},
-    {24, "edit_figmpu67"},  {25, "edit_figmpu67"},  {39, "edit_figmpu68"},  {40, "edit_figmpu68"},
-    {41, "edit_figmpu68"},  {43, "edit_figmpu68"},  {44, "edit_figmpu68"},  {45, "edit_figmpu69"},
-    {46, "edit_figmpu69"},  {47, "edit_figmpu69"},  {48, "edit_figmpu69"},  {49, "edit_figmpu69"},
-    {50, "edit_figmpu600"}, {51, "edit_figmpu601"}, {64, "edit_figmpu602"},
-};
+inline std::map<std::uint8_t, std::string> editorModes() {
+    std::map<std::uint8_t, std::string> modes;
+    kx3_device device{.tlength = 4096, .chippin = 20, .prgmode = 0, .figvol = 0};
+    do {
+        kx3_editor *editor = nullptr;
+        if (kx3_editor_describe(&device, 0, &editor) == KX3_OK) modes[device.prgmode] = kx3_editor_name(editor);
+        kx3_editor_free(editor);
+    } while (++device.prgmode != 0);
+    return modes;
+}
 
 } // namespace kx3qt

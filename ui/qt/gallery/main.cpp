@@ -26,40 +26,28 @@ struct Picture {
 
 /// Draw the form, save what stands on the screen, and close it.
 kx3_status showAndSave(void *context, kx3_form *form) {
-    auto &picture = *static_cast<Picture *>(context);
-    QTimer whenShown;
-    whenShown.setSingleShot(true);
-    QObject::connect(&whenShown, &QTimer::timeout, [&picture] {
+    QTimer::singleShot(0, [&picture = *static_cast<Picture *>(context)] {
         QWidget *dialog = QApplication::activeModalWidget();
-        if (dialog == nullptr) return;
-        picture.saved = dialog->grab().save(picture.file);
-        dialog->close();
+        picture.saved = dialog != nullptr && dialog->grab().save(picture.file);
+        if (dialog != nullptr) dialog->close();
     });
-    whenShown.start(0);
     return kx3_qt_show_form(nullptr, form);
 }
 
-int makeGallery(const QString &folder) {
-    if (const char *reason = kx3_qt_start()) {
-        std::cerr << "kx3-qt-gallery: " << reason << '\n';
-        return 1;
-    }
+void makeGallery(const QString &folder) {
+    if (const char *reason = kx3_qt_start()) throw std::runtime_error(reason);
     kx3qt::EditorHost host;
-    int count = 0;
     for (const auto &[language, block] : languages)
-        for (const auto &[mode, editor] : kx3qt::editorModes) {
+        for (const auto &[mode, editor] : kx3qt::editorModes()) {
             Picture picture{QStringLiteral("%1/%2-mode%3-%4.png")
-                                .arg(folder, QLatin1String(editor))
+                                .arg(folder, QString::fromStdString(editor))
                                 .arg(mode, 2, 10, QLatin1Char('0'))
                                 .arg(QLatin1String(language))};
             host.selectLanguage(block);
             host.selectDevice(mode, 4096);
             kx3qt::require(host.openEditor(showAndSave, &picture), editor);
             if (!picture.saved) throw std::runtime_error("cannot write " + picture.file.toStdString());
-            ++count;
         }
-    std::cout << count << " pictures in " << folder.toLocal8Bit().constData() << '\n';
-    return 0;
 }
 
 } // namespace
@@ -70,7 +58,8 @@ int main(int argc, char **argv) {
         return 2;
     }
     try {
-        return makeGallery(QString::fromLocal8Bit(argv[1]));
+        makeGallery(QString::fromLocal8Bit(argv[1]));
+        return 0;
     } catch (const std::exception &error) {
         std::cerr << "kx3-qt-gallery: " << error.what() << '\n';
         return 1;

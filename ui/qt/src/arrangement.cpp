@@ -1,5 +1,7 @@
 #include "arrangement.h"
 
+#include <QComboBox>
+#include <QGroupBox>
 #include <QHBoxLayout>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -13,23 +15,29 @@ constexpr int lineSpacing = 3;
 constexpr int blockSpacing = 6;
 constexpr int longLabel = 18; // characters
 
+/// A row layout in place of the one that the container has had.
+QHBoxLayout *freshRow(QWidget *container) {
+    delete container->layout();
+    auto *row = new QHBoxLayout(container);
+    if (qobject_cast<QGroupBox *>(container) != nullptr)
+        row->setContentsMargins(blockSpacing, lineSpacing, blockSpacing, blockSpacing);
+    else
+        row->setContentsMargins(0, 0, 0, 0);
+    return row;
+}
+
 } // namespace
+
+Arrangement::Arrangement(QWidget *buttons) : buttons_(freshRow(buttons)) { buttons_->addStretch(); }
 
 QBoxLayout *Arrangement::columnLayout(const Column &column) {
     QBoxLayout *&layout = columns_[column];
     if (layout != nullptr) return layout;
-    QWidget *container = column.first;
-    if (column.second == 0) {
-        delete container->layout();
-        auto *side = new QHBoxLayout(container);
-        if (container->inherits("QGroupBox"))
-            side->setContentsMargins(blockSpacing, lineSpacing, blockSpacing, blockSpacing);
-        else
-            side->setContentsMargins(0, 0, 0, 0);
-    }
+    const auto &[container, number] = column;
     layout = new QVBoxLayout;
     layout->setSpacing(blockSpacing);
-    static_cast<QBoxLayout *>(container->layout())->addLayout(layout, 1);
+    QBoxLayout *row = number == 0 ? freshRow(container) : static_cast<QBoxLayout *>(container->layout());
+    row->addLayout(layout, 1);
     return layout;
 }
 
@@ -44,49 +52,39 @@ Arrangement::Grid &Arrangement::grid(const Column &column, int32_t block) {
     return grid;
 }
 
-void Arrangement::place(QWidget *container, QWidget *widget, int32_t kind, const kx3_placement &place) {
-    const Column column{container, place.column};
-    if (kind == KX3_FRAME) {
+void Arrangement::place(QWidget *widget, const kx3_placement &place) {
+    const Column column{widget->parentWidget(), place.column};
+    if (place.column == KX3_BUTTON_ROW) return buttons_->addWidget(widget);
+    if (qobject_cast<QGroupBox *>(widget) != nullptr) {
         frames_[widget] = column;
-        columnLayout(column)->addWidget(widget);
-        return;
+        return columnLayout(column)->addWidget(widget);
     }
     Grid &grid = this->grid(column, place.block);
     grid.cells = std::max(grid.cells, place.cell + 1);
-    const int cell = 2 * place.cell;
-    switch (place.part) {
-    case KX3_PART_LABEL: {
-        grid.layout->addWidget(widget, place.line, cell, Qt::AlignLeft | Qt::AlignVCenter);
+    const int cell = 2 * place.cell + (place.part == KX3_PART_FIELD ? 1 : 0);
+    if (place.part == KX3_PART_LABEL) {
         int &widest = grid.labelWidths[place.cell];
         widest = std::max(widest, widget->sizeHint().width());
-        break;
     }
-    case KX3_PART_FIELD:
-        // Lists of one column are as wide as the widest of them.
-        grid.layout->addWidget(widget, place.line, cell + 1,
-                               kind == KX3_COMBO_BOX ? Qt::Alignment() : Qt::Alignment(Qt::AlignLeft));
-        break;
-    default: grid.layout->addWidget(widget, place.line, cell, 1, 2, Qt::AlignLeft);
-    }
-}
-
-/// The widest label of a cell over all grids that align, apart from those that would tear the others
-/// away from their fields.
-int Arrangement::commonLabelWidth(const Column &alignment, int32_t cell, int longest) const {
-    int common = 0;
-    for (const auto &[block, grid] : grids_) {
-        const auto width = grid.labelWidths.find(cell);
-        if (grid.alignment == alignment && width != grid.labelWidths.end() && width->second <= longest)
-            common = std::max(common, width->second);
-    }
-    return common;
+    // Lists of one column are as wide as the widest of them.
+    const bool filling = place.part == KX3_PART_FIELD && qobject_cast<QComboBox *>(widget) != nullptr;
+    grid.layout->addWidget(widget, place.line, cell, 1, place.part == KX3_PART_WHOLE ? 2 : 1,
+                           filling ? Qt::Alignment() : Qt::AlignLeft);
 }
 
 void Arrangement::finish() {
+    // The widest label of a cell over all grids that align, apart from those that would tear the others
+    // away from their fields.
+    std::map<std::pair<Column, int32_t>, int> common;
+    for (const auto &[block, grid] : grids_)
+        for (const auto &[cell, width] : grid.labelWidths) {
+            int &widest = common[{grid.alignment, cell}];
+            if (width <= longLabel * grid.alignment.first->fontMetrics().averageCharWidth())
+                widest = std::max(widest, width);
+        }
     for (const auto &[block, grid] : grids_) {
-        const int longest = longLabel * grid.alignment.first->fontMetrics().averageCharWidth();
         for (const auto &[cell, width] : grid.labelWidths)
-            grid.layout->setColumnMinimumWidth(2 * cell, commonLabelWidth(grid.alignment, cell, longest));
+            grid.layout->setColumnMinimumWidth(2 * cell, common[{grid.alignment, cell}]);
         grid.layout->setColumnStretch(2 * grid.cells, 1);
     }
     for (const auto &[column, layout] : columns_)

@@ -14,8 +14,11 @@ namespace kx3qt {
 /// caller to hide.
 class Arrangement {
   public:
-    /// Put `widget`, which is no button below the blocks, into its place in `container`.
-    void place(QWidget *container, QWidget *widget, int32_t kind, const kx3_placement &place);
+    /// `buttons` is the container of the row of buttons.
+    explicit Arrangement(QWidget *buttons);
+
+    /// Put a widget into its place in its parent.
+    void place(QWidget *widget, const kx3_placement &place);
     /// Align labels and close the columns; to be called once, after all widgets are placed.
     void finish();
 
@@ -32,8 +35,8 @@ class Arrangement {
 
     QBoxLayout *columnLayout(const Column &column);
     Grid &grid(const Column &column, int32_t block);
-    [[nodiscard]] int commonLabelWidth(const Column &alignment, int32_t cell, int longest) const;
 
+    QBoxLayout *buttons_;
     std::map<Column, QBoxLayout *> columns_;
     std::map<QWidget *, Column> frames_; ///< where each frame stands
     std::map<int32_t, Grid> grids_;      ///< by block

@@ -15,19 +15,18 @@ namespace {
 
 using kx3qt::drawnText;
 
-/// Buttons and icon of each style that the plug-in uses; the first button is the default.
+/// Buttons and icon of each style that the plug-in uses; the first button is the default. Qt finds the one
+/// that Escape stands for.
 constexpr struct Style {
     int32_t style;
     QMessageBox::Icon icon;
     QMessageBox::StandardButtons buttons;
     QMessageBox::StandardButton first;
-    QMessageBox::StandardButton escape;
 } styles[] = {
-    {0, QMessageBox::NoIcon, QMessageBox::Ok, QMessageBox::Ok, QMessageBox::Ok},
-    {33, QMessageBox::Question, QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::Ok, QMessageBox::Cancel},
-    {50, QMessageBox::Warning, QMessageBox::Abort | QMessageBox::Retry | QMessageBox::Ignore, QMessageBox::Abort,
-     QMessageBox::Abort},
-    {64, QMessageBox::Information, QMessageBox::Ok, QMessageBox::Ok, QMessageBox::Ok},
+    {0, QMessageBox::NoIcon, QMessageBox::Ok, QMessageBox::Ok},
+    {33, QMessageBox::Question, QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::Ok},
+    {50, QMessageBox::Warning, QMessageBox::Abort | QMessageBox::Retry | QMessageBox::Ignore, QMessageBox::Abort},
+    {64, QMessageBox::Information, QMessageBox::Ok, QMessageBox::Ok},
 };
 
 constexpr struct {
@@ -82,7 +81,6 @@ kx3_status kx3_qt_message_box(void * /*context*/, const uint16_t *prompt, size_t
         box.setTextFormat(Qt::PlainText);
         box.setText(drawnText(prompt, prompt_length).replace(QLatin1Char('\r'), QLatin1Char('\n')));
         box.setDefaultButton(look.first);
-        box.setEscapeButton(look.escape);
         const int pressed = box.exec();
         for (const auto &result : results)
             if (result.button == pressed && button != nullptr) *button = result.result;

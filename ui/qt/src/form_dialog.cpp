@@ -4,7 +4,7 @@
 #include "model_edit.h"
 #include "scroll_body.h"
 
-#include <QApplication>
+#include <QAbstractButton>
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QComboBox>
@@ -20,12 +20,6 @@
 
 namespace kx3qt {
 
-namespace {
-
-bool takesFocus(int32_t kind) { return kind != KX3_FRAME && kind != KX3_LABEL; }
-
-} // namespace
-
 FormDialog::FormDialog(FormModel &model, QWidget *owner)
     : QDialog(owner, Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint),
       model_(model), body_(new ScrollBody(this)), buttons_(new QWidget(this)) {
@@ -37,12 +31,13 @@ FormDialog::FormDialog(FormModel &model, QWidget *owner)
     layout->addWidget(messageLine_);
     layout->addWidget(buttons_);
     createWidgets();
+    model_.follow = [this] { follow(); };
     refresh();
-    setTabOrders();
 }
 
 // Widgets
 
+/// Tab order is the order of creation.
 void FormDialog::createWidgets() {
     const int32_t count = model_.form().controls;
     for (int32_t i = 0; i < count; ++i) {
@@ -52,47 +47,40 @@ void FormDialog::createWidgets() {
         QWidget *widget = createWidget(i, info, parent);
         widget->setObjectName(info.index < 0 ? QString::fromLatin1(info.name)
                                              : QStringLiteral("%1(%2)").arg(QLatin1String(info.name)).arg(info.index));
-        if (takesFocus(info.kind)) widget->installEventFilter(this);
+        widget->installEventFilter(this);
         if (info.label >= 0) static_cast<QLabel *>(widgetOf(info.label))->setBuddy(widget);
         if (info.is_cancel != 0) cancel_ = i;
         widgets_.push_back(widget);
-        kinds_.push_back(info.kind);
     }
 }
 
 QWidget *FormDialog::createWidget(int32_t control, const kx3_control_info &info, QWidget *parent) {
+    const auto clicking = [&](QAbstractButton *button) {
+        connect(button, &QAbstractButton::clicked, this, [this, control] { model_.act(kx3_form_click, control); });
+        return button;
+    };
     switch (info.kind) {
     case KX3_FRAME: return new QGroupBox(parent);
-    case KX3_COMBO_BOX: return createCombo(control, info, parent);
-    case KX3_CHECK_BOX: return createButton(control, new QCheckBox(parent));
-    case KX3_TEXT_BOX:
-        return new ModelEdit(
-            model_, control, [this] { follow(); }, parent);
+    case KX3_CHECK_BOX: return clicking(new QCheckBox(parent));
+    case KX3_TEXT_BOX: return new ModelEdit(model_, control, parent);
+    case KX3_COMBO_BOX: {
+        auto *combo = new QComboBox(parent);
+        combo->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+        connect(combo, &QComboBox::currentIndexChanged, this, [this, control](int item) {
+            if (!refreshing_) model_.act(kx3_form_choose, control, item);
+        });
+        return combo;
+    }
     case KX3_COMMAND_BUTTON: {
         auto *button = new QPushButton(parent);
         button->setDefault(info.is_default != 0);
-        return createButton(control, button);
+        return clicking(button);
     }
     default: break;
     }
     auto *label = new QLabel(parent);
     label->setTextFormat(Qt::PlainText);
     return label;
-}
-
-QWidget *FormDialog::createCombo(int32_t control, const kx3_control_info &info, QWidget *parent) {
-    auto *combo = new QComboBox(parent);
-    combo->setSizeAdjustPolicy(QComboBox::AdjustToContents);
-    combo->addItems(model_.items(control, info.items));
-    connect(combo, &QComboBox::currentIndexChanged, this, [this, control](int item) {
-        if (!refreshing_) act([=, this] { model_.choose(control, item); });
-    });
-    return combo;
-}
-
-QWidget *FormDialog::createButton(int32_t control, QAbstractButton *button) {
-    connect(button, &QAbstractButton::clicked, this, [this, control] { act([=, this] { model_.click(control); }); });
-    return button;
 }
 
 void FormDialog::createMessageLine() {
@@ -109,23 +97,8 @@ void FormDialog::createMessageLine() {
     layout->addWidget(message_, 1);
 }
 
-void FormDialog::setTabOrders() {
-    QWidget *before = nullptr;
-    for (int32_t i = 0; i < count(); ++i) {
-        if (!takesFocus(kinds_[static_cast<std::size_t>(i)])) continue;
-        if (before != nullptr) setTabOrder(before, widgetOf(i));
-        before = widgetOf(i);
-    }
-}
-
 // Showing the form
 
-template <class Action> void FormDialog::act(Action action) {
-    action();
-    follow();
-}
-
-/// Show what the form has become, or end with it.
 void FormDialog::follow() {
     if (!model_.open())
         done(0);
@@ -136,17 +109,33 @@ void FormDialog::follow() {
 void FormDialog::refresh() {
     refreshing_ = true;
     const kx3_form_info form = model_.form();
-    const QString message = drawnText(form.message);
-    revision_ = form.revision;
-    showTitle(drawnText(form.caption).trimmed());
-    message_->setText(message);
-    messageLine_->setVisible(!message.isEmpty());
+    const uint64_t structure = model_.structureRevision();
+    const bool anew = std::exchange(structure_, structure) != structure;
+    if (anew) arrange(form);
     for (int32_t i = 0; i < form.controls; ++i)
-        refreshControl(i, message);
-    arrange();
-    body_->fitContent();
-    refreshFocus(form.focus);
+        if (anew || model_.revisionOf(i) > revision_) showState(i, drawnText(form.message));
+    revision_ = form.revision;
+    // The form moves the focus to an entry that it refuses.
+    if (form.focus >= 0 && focusWidget() != widgetOf(form.focus)) widgetOf(form.focus)->setFocus();
     refreshing_ = false;
+}
+
+/// Lay out all that is shown, with its captions and lists.
+void FormDialog::arrange(const kx3_form_info &form) {
+    showTitle(drawnText(form.caption).trimmed());
+    message_->setText(drawnText(form.message));
+    messageLine_->setVisible(form.message.length > 0);
+    Arrangement arrangement(buttons_);
+    for (int32_t i = 0; i < form.controls; ++i) {
+        const kx3_placement place = model_.place(i);
+        widgetOf(i)->setVisible(place.shown != 0);
+        if (place.shown == 0) continue;
+        widgetOf(i)->setAccessibleName(drawnText(place.accessible_name));
+        showCaption(i, place);
+        arrangement.place(widgetOf(i), place);
+    }
+    arrangement.finish();
+    body_->fitContent();
 }
 
 /// A dialog of short rows must not cut its title off.
@@ -156,67 +145,32 @@ void FormDialog::showTitle(const QString &title) {
     body_->setLeastWidth(fontMetrics().horizontalAdvance(title) + besideTitle);
 }
 
-void FormDialog::refreshControl(int32_t control, const QString &message) {
-    const kx3_control_info info = model_.control(control);
-    const kx3_placement place = model_.place(control);
+void FormDialog::showCaption(int32_t control, const kx3_placement &place) {
     QWidget *widget = widgetOf(control);
-    widget->setVisible(place.shown != 0);
-    widget->setEnabled(info.enabled != 0);
-    widget->setAccessibleName(drawnText(place.accessible_name));
     const QString caption = drawnText(place.marked_caption);
+    if (auto *frame = qobject_cast<QGroupBox *>(widget)) {
+        frame->setTitle(caption);
+    } else if (auto *button = qobject_cast<QAbstractButton *>(widget)) {
+        button->setText(caption);
+    } else if (auto *label = qobject_cast<QLabel *>(widget)) {
+        // "&" marks keys of buddies only.
+        label->setText(label->buddy() != nullptr ? caption : drawnText(model_.control(control).caption));
+    } else if (auto *combo = qobject_cast<QComboBox *>(widget)) {
+        combo->clear();
+        combo->addItems(model_.items(control));
+    }
+}
+
+void FormDialog::showState(int32_t control, const QString &message) {
+    const kx3_control_info info = model_.control(control);
+    QWidget *widget = widgetOf(control);
+    widget->setEnabled(info.enabled != 0);
     switch (info.kind) {
-    case KX3_FRAME: static_cast<QGroupBox *>(widget)->setTitle(caption); break;
-    case KX3_LABEL: {
-        auto *label = static_cast<QLabel *>(widget);
-        label->setText(label->buddy() != nullptr ? caption : drawnText(info.caption)); // "&" marks keys of buddies only
-        break;
-    }
     case KX3_COMBO_BOX: static_cast<QComboBox *>(widget)->setCurrentIndex(info.list_index); break;
-    case KX3_CHECK_BOX:
-        static_cast<QCheckBox *>(widget)->setText(caption);
-        static_cast<QCheckBox *>(widget)->setChecked(info.checked != 0);
-        break;
-    case KX3_COMMAND_BUTTON: static_cast<QPushButton *>(widget)->setText(caption); break;
-    default: static_cast<ModelEdit *>(widget)->show(info, message); break;
+    case KX3_CHECK_BOX: static_cast<QCheckBox *>(widget)->setChecked(info.checked != 0); break;
+    case KX3_TEXT_BOX: static_cast<ModelEdit *>(widget)->show(info, message); break;
+    default: break;
     }
-}
-
-/// Lay the controls out anew when one has come, gone or moved.
-void FormDialog::arrange() {
-    std::vector<Place> places;
-    for (int32_t i = 0; i < count(); ++i) {
-        const kx3_placement place = model_.place(i);
-        places.push_back({place.shown, place.column, place.block, place.line, place.cell, place.part});
-    }
-    if (places == arranged_) return;
-    arranged_ = std::move(places);
-
-    Arrangement arrangement;
-    for (int32_t i = 0; i < count(); ++i) {
-        const kx3_placement place = model_.place(i);
-        QWidget *widget = widgetOf(i);
-        if (place.shown != 0 && place.column != KX3_BUTTON_ROW)
-            arrangement.place(widget->parentWidget(), widget, kinds_[static_cast<std::size_t>(i)], place);
-    }
-    arrangement.finish();
-    arrangeButtons();
-}
-
-void FormDialog::arrangeButtons() {
-    delete buttons_->layout();
-    auto *row = new QHBoxLayout(buttons_);
-    row->setContentsMargins(0, 0, 0, 0);
-    row->addStretch();
-    for (int32_t i = 0; i < count(); ++i) {
-        const kx3_placement place = model_.place(i);
-        if (place.shown != 0 && place.column == KX3_BUTTON_ROW) row->addWidget(widgetOf(i));
-    }
-}
-
-/// The form moves the focus to an entry that it refuses.
-void FormDialog::refreshFocus(int32_t focus) {
-    if (focus < 0 || focusWidget() == widgetOf(focus)) return;
-    widgetOf(focus)->setFocus();
 }
 
 // Events
@@ -224,9 +178,8 @@ void FormDialog::refreshFocus(int32_t focus) {
 bool FormDialog::eventFilter(QObject *watched, QEvent *event) {
     if (event->type() == QEvent::FocusIn && !refreshing_) {
         const auto found = std::find(widgets_.begin(), widgets_.end(), watched);
-        const auto control = static_cast<int32_t>(found - widgets_.begin());
-        if (body_->isAncestorOf(widgetOf(control))) body_->ensureWidgetVisible(widgetOf(control));
-        act([=, this] { model_.focus(control); });
+        if (body_->isAncestorOf(*found)) body_->ensureWidgetVisible(*found);
+        model_.act(kx3_form_focus, static_cast<int32_t>(found - widgets_.begin()));
     }
     return QDialog::eventFilter(watched, event);
 }
@@ -243,14 +196,14 @@ void FormDialog::showEvent(QShowEvent *event) {
 
 void FormDialog::reject() {
     if (cancel_ >= 0)
-        act([this] { model_.click(cancel_); });
+        model_.act(kx3_form_click, cancel_);
     else
         close();
 }
 
 void FormDialog::closeEvent(QCloseEvent *event) {
     event->accept();
-    act([this] { model_.close(); });
+    model_.act(kx3_form_close);
 }
 
 } // namespace kx3qt

@@ -4,11 +4,9 @@
 #include "form_model.h"
 
 #include <QDialog>
-#include <array>
 #include <cstdint>
 #include <vector>
 
-class QAbstractButton;
 class QLabel;
 
 namespace kx3qt {
@@ -29,38 +27,28 @@ class FormDialog final : public QDialog {
     bool eventFilter(QObject *watched, QEvent *event) override;
 
   private:
-    /// What a layout depends on: shown, column, block, line, cell and part.
-    using Place = std::array<int32_t, 6>;
-
     void createWidgets();
     QWidget *createWidget(int32_t control, const kx3_control_info &info, QWidget *parent);
-    QWidget *createCombo(int32_t control, const kx3_control_info &info, QWidget *parent);
-    QWidget *createButton(int32_t control, QAbstractButton *button);
     void createMessageLine();
-    void setTabOrders();
 
-    /// Act on the form, then show what has become of it.
-    template <class Action> void act(Action action);
+    /// Show what the form has become, or end with it.
     void follow();
     void refresh();
+    void arrange(const kx3_form_info &form);
     void showTitle(const QString &title);
-    void refreshControl(int32_t control, const QString &message);
-    void refreshFocus(int32_t focus);
-    void arrange();
-    void arrangeButtons();
+    void showCaption(int32_t control, const kx3_placement &place);
+    void showState(int32_t control, const QString &message);
 
-    [[nodiscard]] int32_t count() const { return static_cast<int32_t>(widgets_.size()); }
     [[nodiscard]] QWidget *widgetOf(int32_t control) const { return widgets_.at(static_cast<std::size_t>(control)); }
 
     FormModel &model_;
     std::vector<QWidget *> widgets_; ///< one a control
-    std::vector<int32_t> kinds_;     ///< beside them
     ScrollBody *body_;
     QWidget *buttons_;
     QWidget *messageLine_ = nullptr;
     QLabel *message_ = nullptr;
-    std::vector<Place> arranged_; ///< the places that the layouts stand for
-    uint64_t revision_ = 0;
+    uint64_t revision_ = 0;  ///< that is shown
+    uint64_t structure_ = 0; ///< revision of the structure that is shown
     int32_t cancel_ = -1;
     bool refreshing_ = false;
 };

@@ -1,4 +1,4 @@
-// A form of the plug-in as Qt sees it: texts as QString, and actions.
+// A form of the plug-in as Qt sees it: texts as QString, and actions that the dialog follows.
 #pragma once
 
 #include <kx3mpu6.h>
@@ -7,6 +7,7 @@
 #include <QStringList>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 namespace kx3qt {
@@ -21,27 +22,34 @@ class FormModel {
   public:
     explicit FormModel(kx3_form *form) : form_(form) {}
 
-    [[nodiscard]] kx3_form_info form();
-    [[nodiscard]] kx3_control_info control(int32_t control);
-    [[nodiscard]] kx3_placement place(int32_t control);
-    [[nodiscard]] QStringList items(int32_t control, int32_t count);
+    [[nodiscard]] kx3_form_info form() { return ask<kx3_form_info>(kx3_form_describe); }
+    [[nodiscard]] uint64_t structureRevision() { return ask<uint64_t>(kx3_form_structure_revision); }
+    [[nodiscard]] kx3_control_info control(int32_t control) { return ask<kx3_control_info>(kx3_form_control, control); }
+    [[nodiscard]] uint64_t revisionOf(int32_t control) { return ask<uint64_t>(kx3_form_control_revision, control); }
+    [[nodiscard]] kx3_placement place(int32_t control) { return ask<kx3_placement>(kx3_form_place, control); }
+    [[nodiscard]] QStringList items(int32_t control);
     [[nodiscard]] bool open() const { return failure_.empty() && kx3_form_loaded(form_) != 0; }
     /// Description of the first call that failed, UTF-8; empty when none did.
     [[nodiscard]] const std::string &failure() const { return failure_; }
 
-    // Actions of a person; true when they had an effect.
-    bool choose(int32_t control, int32_t item);
-    bool click(int32_t control);
-    bool keyDown(int32_t control, int16_t keyCode);
-    bool keyPress(int32_t control, uint16_t character);
-    bool paste(int32_t control, const QString &text);
-    bool selectText(int32_t control, int32_t start, int32_t length);
-    bool focus(int32_t control);
-    bool close();
+    /// Called after each action.
+    std::function<void()> follow = [] {};
+    /// Act as a person does, by an action of the C interface.
+    template <class Action, class... Arguments> void act(Action action, Arguments... arguments) {
+        actUnfollowed(action, arguments...);
+        follow();
+    }
+    template <class Action, class... Arguments> void actUnfollowed(Action action, Arguments... arguments) {
+        check(action(form_, arguments..., nullptr));
+    }
 
   private:
+    template <class Answer, class Function, class... Arguments> Answer ask(Function function, Arguments... arguments) {
+        Answer answer{};
+        check(function(form_, arguments..., &answer));
+        return answer;
+    }
     void check(kx3_status status);
-    template <class Function, class... Arguments> bool act(Function function, Arguments... arguments);
 
     kx3_form *form_;
     std::string failure_;

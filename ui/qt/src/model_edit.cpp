@@ -34,8 +34,8 @@ bool selects(const QKeyEvent &event) {
 
 } // namespace
 
-ModelEdit::ModelEdit(FormModel &model, int32_t control, std::function<void()> changed, QWidget *parent)
-    : QLineEdit(parent), model_(model), control_(control), changed_(std::move(changed)) {
+ModelEdit::ModelEdit(FormModel &model, int32_t control, QWidget *parent)
+    : QLineEdit(parent), model_(model), control_(control) {
     setDragEnabled(false);
     setAcceptDrops(false);
     const int digits = comfortableDigits * fontMetrics().horizontalAdvance(QLatin1Char('D'));
@@ -77,26 +77,18 @@ void ModelEdit::keyPressEvent(QKeyEvent *event) {
 }
 
 bool ModelEdit::keyToModel(const QKeyEvent &event) {
-    for (const auto &known : knownKeys) {
-        if (event.key() != known.key) continue;
-        model_.keyDown(control_, known.code);
-        changed_();
-        return true;
-    }
-    if (event.key() == Qt::Key_Backspace) {
-        model_.keyPress(control_, backspaceCharacter);
-        changed_();
-        return true;
-    }
-    if (event.text().isEmpty() || !event.text().front().isPrint()) return false;
-    type(event.text());
+    for (const auto &[key, code] : knownKeys)
+        if (event.key() == key) return model_.act(kx3_form_key_down, control_, code), true;
+    const bool backspace = event.key() == Qt::Key_Backspace;
+    const QString characters = backspace ? QString(QChar(backspaceCharacter)) : event.text();
+    if (characters.isEmpty() || !(backspace || characters.front().isPrint())) return false;
+    type(characters);
     return true;
 }
 
 void ModelEdit::type(const QString &characters) {
     for (const QChar character : characters)
-        model_.keyPress(control_, character.unicode());
-    changed_();
+        model_.act(kx3_form_key_press, control_, character.unicode());
 }
 
 /// Input methods and screen keyboards send their texts without keys.
@@ -119,13 +111,12 @@ void ModelEdit::mouseReleaseEvent(QMouseEvent *event) {
 
 void ModelEdit::contextMenuEvent(QContextMenuEvent *event) {
     QMenu menu(this);
-    const auto copy = [this] { QLineEdit::copy(); };
     const auto add = [&menu](QKeySequence::StandardKey key, const char *icon, const QString &text, const auto &action) {
         QAction *added = menu.addAction(QIcon::fromTheme(QLatin1String(icon)), text, action);
         added->setShortcut(key);
         return added;
     };
-    add(QKeySequence::Copy, "edit-copy", QLineEdit::tr("&Copy"), copy)->setEnabled(hasSelectedText());
+    add(QKeySequence::Copy, "edit-copy", QLineEdit::tr("&Copy"), [this] { copy(); })->setEnabled(hasSelectedText());
     add(QKeySequence::Paste, "edit-paste", QLineEdit::tr("&Paste"), [this] { pasteClipboard(); });
     add(QKeySequence::SelectAll, "edit-select-all", QLineEdit::tr("Select All"), [this] { selectAll(); });
     menu.exec(event->globalPos());
@@ -134,16 +125,15 @@ void ModelEdit::contextMenuEvent(QContextMenuEvent *event) {
 void ModelEdit::pasteClipboard() { paste(QApplication::clipboard()->text()); }
 
 void ModelEdit::paste(const QString &text) {
-    model_.paste(control_, text);
-    changed_();
+    model_.act(kx3_form_paste, control_, text.utf16(), static_cast<std::size_t>(text.size()));
 }
 
 void ModelEdit::selectionToModel() {
     if (showing_) return;
     const bool selected = hasSelectedText();
     const int start = selected ? selectionStart() : cursorPosition();
-    model_.selectText(control_, start, selected ? selectionLength() : 0);
     // The box shows the selection already; to show it again would move the end that the mouse holds.
+    model_.actUnfollowed(kx3_form_select_text, control_, start, selected ? static_cast<int32_t>(selectionLength()) : 0);
 }
 
 } // namespace kx3qt

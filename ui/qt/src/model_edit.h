@@ -5,7 +5,6 @@
 #include "form_model.h"
 
 #include <QLineEdit>
-#include <functional>
 
 class QAction;
 
@@ -13,8 +12,7 @@ namespace kx3qt {
 
 class ModelEdit final : public QLineEdit {
   public:
-    /// `changed` is called after each action on the model.
-    ModelEdit(FormModel &model, int32_t control, std::function<void()> changed, QWidget *parent);
+    ModelEdit(FormModel &model, int32_t control, QWidget *parent);
 
     /// Take over text, selection and mark of the model. `message` is why the entry was refused.
     void show(const kx3_control_info &info, const QString &message);
@@ -36,7 +34,6 @@ class ModelEdit final : public QLineEdit {
 
     FormModel &model_;
     int32_t control_;
-    std::function<void()> changed_;
     QAction *warning_ = nullptr; ///< icon inside the box while its entry is refused
     bool showing_ = false;
 };
