@@ -1,6 +1,6 @@
 #include "simulator/faults.h"
 
-#include "simulator/failure.h"
+#include "simulator/chip.h"
 
 #include <charconv>
 #include <limits>
