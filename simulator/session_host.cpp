@@ -294,48 +294,39 @@ void SessionHost::append(Long index, std::u16string_view text) {
 
 // --- Announced operations on a pin-driven chip ------------------------------------------------
 
-SessionHost::Part SessionHost::partOf(std::int32_t area) {
-    // Main memory stands first, then the configuration bytes, then the EEPROM.
+std::span<Byte> SessionHost::partOf(std::int32_t area) {
     const std::int64_t main = std::int64_t{blocks().tlength.front()} * blocks().wordmode.front();
-    std::int64_t offset = 0;
-    std::int64_t count = main;
-    if (area == KX6SIM_AREA_CONFIGURATION) {
-        offset = main;
-        count = pinDrivenConfigurationBytes;
-    } else if (area == KX6SIM_AREA_EEPROM) {
-        offset = main + pinDrivenConfigurationBytes;
-        count = options_.eepromBytes;
-    }
-    const std::span<Byte> buffer = blocks().ibuffer;
-    if (offset < 0 || count < 0 || offset + count > static_cast<std::int64_t>(buffer.size()))
+    const struct {
+        std::int64_t offset, count;
+    } parts[] = {
+        {0, main}, {main + pinDrivenConfigurationBytes, options_.eepromBytes}, {main, pinDrivenConfigurationBytes}};
+    const auto [offset, count] = parts[area];
+    if (offset < 0 || count < 0 || offset + count > static_cast<std::int64_t>(bufferBytes_))
         kx3::raise(ErrorNumber::subscript);
-    return {area, buffer.subspan(static_cast<std::size_t>(offset), static_cast<std::size_t>(count)),
-            static_cast<Long>(offset)};
+    return blocks().ibuffer.subspan(static_cast<std::size_t>(offset), static_cast<std::size_t>(count));
 }
 
 bool SessionHost::program(std::int32_t area) {
-    const Part part = partOf(area);
+    const std::span<Byte> part = partOf(area);
     std::int32_t differs = 0;
     kx6sim_difference difference{};
-    const kx6sim_status status =
-        kx6sim_chip_program(area, 0, part.bytes.data(), part.bytes.size(), &differs, &difference);
-    return status == KX6SIM_OK && differs == 0;
+    return kx6sim_chip_program(area, 0, part.data(), part.size(), &differs, &difference) == KX6SIM_OK && differs == 0;
 }
 
 bool SessionHost::read(std::int32_t area) {
-    const Part part = partOf(area);
-    return kx6sim_chip_read(area, 0, part.bytes.data(), part.bytes.size()) == KX6SIM_OK;
+    const std::span<Byte> part = partOf(area);
+    return kx6sim_chip_read(area, 0, part.data(), part.size()) == KX6SIM_OK;
 }
 
 bool SessionHost::verify(std::int32_t area) {
-    const Part part = partOf(area);
+    const std::span<Byte> part = partOf(area);
     std::array<Byte, compareChunk> chunk;
     const std::uint64_t before = mismatches_.bytes;
-    for (std::size_t offset = 0; offset < part.bytes.size(); offset += chunk.size()) {
-        const std::size_t count = std::min(chunk.size(), part.bytes.size() - offset);
+    for (std::size_t offset = 0; offset < part.size(); offset += chunk.size()) {
+        const std::size_t count = std::min(chunk.size(), part.size() - offset);
         if (kx6sim_chip_read(area, offset, chunk.data(), count) != KX6SIM_OK) return false;
         for (std::size_t i = 0; i < count; ++i)
-            (void)CompareByte(chunk[i], part.address + static_cast<Long>(offset + i), 0);
+            (void)CompareByte(chunk[i], static_cast<Long>(&part[offset + i] - buffer_), 0);
     }
     return mismatches_.bytes == before;
 }

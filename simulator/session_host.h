@@ -88,7 +88,7 @@ struct Mismatches {
 enum class Signal { none, pass, fail, startFailure };
 
 /// Configuration bytes (fuses, lock bits, ...) of a non-ARM device: in the buffer they stand right
-/// behind the bytes of main memory, and in front of its EEPROM.
+/// behind the bytes of main memory.
 inline constexpr Long pinDrivenConfigurationBytes = 16;
 
 /// Session host object on the programmer of library kx6io, the same one that the plug-in drives.
@@ -123,13 +123,6 @@ class SessionHost final : public kx3::SessionHost {
     [[nodiscard]] std::string trouble() const;
 
   private:
-    /// An area of the chip and its place in the buffer.
-    struct Part {
-        std::int32_t area;
-        std::span<Byte> bytes; ///< of the buffer
-        Long address;          ///< of its first byte in the buffer
-    };
-
     [[nodiscard]] HostBlocks &blocks();
     void append(Long index, std::u16string_view text);
 
@@ -143,7 +136,9 @@ class SessionHost final : public kx3::SessionHost {
     void countDifference(Byte device, Byte buffer, std::int64_t place);
 
     // Work on a pin-driven chip; false when it failed.
-    [[nodiscard]] Part partOf(std::int32_t area);
+    /// The part of the buffer that belongs to an area of the chip: main memory stands first, then the
+    /// configuration bytes, then the EEPROM.
+    [[nodiscard]] std::span<Byte> partOf(std::int32_t area);
     [[nodiscard]] bool program(std::int32_t area);
     [[nodiscard]] bool read(std::int32_t area);
     [[nodiscard]] bool verify(std::int32_t area);
