@@ -57,7 +57,6 @@ kx3sim::HostBlocks hostBlocks(SharedBlocks &blocks) {
     host.rambknum = blocks.elements<std::uint8_t>("rambknum");
     host.tlength = blocks.elements<std::int32_t>("tlength");
     host.ramlg = blocks.elements<std::int32_t>("ramlg");
-    host.buflength = blocks.elements<std::int32_t>("buflength");
     host.wlverifyvcc = blocks.elements<std::int32_t>("wlverifyvcc");
     host.wltbigendbuf = blocks.elements<double>("wltbigendbuf");
     host.appendText = [&blocks](kx3::Long index, std::u16string_view text) {

@@ -5,7 +5,6 @@
 #include "load_file.h"
 #include "profile.h"
 #include "simulator/chip_file.h"
-#include "simulator/failure.h"
 #include "simulator/faults.h"
 
 #include <array>

@@ -1,6 +1,6 @@
 #include "simulator/faults.h"
 
-#include "simulator/failure.h"
+#include "simulator/chip.h"
 
 #include <charconv>
 #include <limits>
@@ -57,11 +57,12 @@ std::optional<std::uint64_t> number(std::string_view text) {
     return value;
 }
 
-/// A number in 1 to `limit`.
-std::uint64_t positive(std::string_view item, std::string_view text, std::string_view name,
-                       std::uint64_t limit = std::numeric_limits<std::uint32_t>::max()) {
+constexpr std::uint64_t largestNumber = std::numeric_limits<std::uint32_t>::max();
+
+std::uint64_t positive(std::string_view item, std::string_view text, std::string_view name) {
     const std::optional<std::uint64_t> value = number(text);
-    if (!value || *value == 0 || *value > limit) reject(item, std::string(name).append(" must be a number above 0"));
+    if (!value || *value == 0 || *value > largestNumber)
+        reject(item, std::string(name).append(" must be a number above 0"));
     return *value;
 }
 
@@ -91,7 +92,7 @@ std::uint64_t valueOf(std::string_view item, const Form &form, std::optional<std
     if (!text) return defaultPendingSteps;
     if (form.faultKind != FaultKind::compare) return positive(item, *text, "the value");
     const std::optional<std::uint64_t> address = number(*text);
-    if (!address || *address > std::numeric_limits<std::uint32_t>::max()) reject(item, "bad address");
+    if (!address || *address > largestNumber) reject(item, "bad address");
     return *address;
 }
 

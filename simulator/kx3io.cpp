@@ -1,21 +1,23 @@
 // Library kx3io: numbers as text.
+#include "base/types.h"
 #include "platform/dynamic_library.h"
 #include "simulator/kx6sim.h"
 
-namespace {
+using kx3::Byte;
+using kx3::Integer;
+using kx3::Long;
 
-constexpr unsigned bitsPerDigit = 4;
-constexpr unsigned bitsPerValue = 32;
-constexpr std::uint32_t digitMask = 0xF;
+extern "C" {
 
-} // namespace
+#define KX3_PROGRAMMER_FUNCTION(name, library, result, parameters) KX6SIM_API result KX3_STDCALL name parameters;
+#include "outside/programmer_functions.inc"
 
 /// Write `value` into `text` as `digits` upper-case hexadecimal digits; no terminator.
-extern "C" KX6SIM_API void KX3_STDCALL datstr(char *text, std::int32_t value, std::int32_t digits) {
+void KX3_STDCALL datstr(char *text, Long value, Long digits) {
     if (text == nullptr) return;
-    const auto bits = static_cast<std::uint32_t>(value);
-    for (std::int32_t i = 0; i < digits; ++i) {
-        const std::uint32_t shift = static_cast<std::uint32_t>(digits - 1 - i) * bitsPerDigit;
-        text[i] = "0123456789ABCDEF"[shift < bitsPerValue ? (bits >> shift) & digitMask : 0];
-    }
+    auto rest = static_cast<std::uint32_t>(value);
+    for (Long i = digits; i-- > 0; rest >>= 4U)
+        text[i] = "0123456789ABCDEF"[rest & 0xFU];
 }
+
+} // extern "C"

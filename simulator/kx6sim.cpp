@@ -3,7 +3,6 @@
 
 #include "platform/dynamic_library.h"
 #include "simulator/chip_file.h"
-#include "simulator/failure.h"
 #include "simulator/simulated_programmer.h"
 
 #include <algorithm>
@@ -71,76 +70,27 @@ std::filesystem::path pathOf(const char *utf8) {
     return std::u8string(text.begin(), text.end());
 }
 
-constexpr std::uint64_t largestArea = std::uint64_t{1} << 30U;
-
-/// An area of the chip, whatever it is kept in.
-enum class Area : std::int32_t {
-    main = KX6SIM_AREA_MAIN,
-    eeprom = KX6SIM_AREA_EEPROM,
-    configuration = KX6SIM_AREA_CONFIGURATION
-};
-
-std::span<Byte> plainArea(Chip &chip, Area area) {
-    return area == Area::eeprom ? std::span<Byte>(chip.eeprom) : std::span<Byte>(chip.configuration);
-}
-
-std::size_t areaBytes(Chip &chip, Area area) {
-    return area == Area::main ? chip.main.size() : plainArea(chip, area).size();
-}
-
-/// Checks an area and a range of it.
+/// A range of one of the chip's memories, checked.
 struct Range {
-    Area area;
+    Memory &memory;
     std::size_t offset;
     std::size_t count;
 
-    Range(Chip &chip, std::int32_t itsArea, std::uint64_t itsOffset, std::uint64_t itsCount, const void *bytes)
-        : area(static_cast<Area>(itsArea)), offset(static_cast<std::size_t>(itsOffset)),
+    Range(Chip &chip, std::int32_t area, std::uint64_t itsOffset, std::uint64_t itsCount, const void *bytes)
+        : memory(chip.area(area)), offset(static_cast<std::size_t>(itsOffset)),
           count(static_cast<std::size_t>(itsCount)) {
-        require(itsArea >= KX6SIM_AREA_MAIN && itsArea <= KX6SIM_AREA_CONFIGURATION, "no such area");
-        const std::uint64_t size = areaBytes(chip, area);
-        require(itsOffset <= size && itsCount <= size - itsOffset, "a range beyond the end of its area");
+        require(memory.contains(itsOffset, itsCount), "a range beyond the end of its area");
         require(bytes != nullptr || itsCount == 0, "no bytes");
     }
 };
 
-void readRange(Chip &chip, const Range &range, Byte *destination) {
-    const std::span<Byte> target(destination, range.count);
-    if (range.area == Area::main)
-        chip.main.read(range.offset, target);
-    else
-        std::copy_n(plainArea(chip, range.area).begin() + static_cast<std::ptrdiff_t>(range.offset), range.count,
-                    target.begin());
-}
-
-void storeRange(Chip &chip, const Range &range, const Byte *source) {
-    const std::span<const Byte> bytes(source, range.count);
-    if (range.area == Area::main)
-        chip.main.store(range.offset, bytes);
-    else
-        std::copy(bytes.begin(), bytes.end(),
-                  plainArea(chip, range.area).begin() + static_cast<std::ptrdiff_t>(range.offset));
+void store(Chip &chip, const Range &range, const Byte *source) {
+    range.memory.store(range.offset, {source, range.count});
     chip.changed = true;
 }
 
 void refuseWhenProtected(const Chip &chip) {
     if (chip.isProtected) throw Failure(KX6SIM_REFUSED, "the chip is protected");
-}
-
-/// First EEPROM byte that is not erased.
-std::optional<std::size_t> firstProgrammedEeprom(const Chip &chip) {
-    const auto found =
-        std::find_if(chip.eeprom.begin(), chip.eeprom.end(), [](Byte b) { return b != FlashArray::erased; });
-    if (found == chip.eeprom.end()) return std::nullopt;
-    return static_cast<std::size_t>(found - chip.eeprom.begin());
-}
-
-void requireValid(const kx6sim_geometry &geometry) {
-    require(geometry.addresses > 0, "a device needs at least one address");
-    require(geometry.bytes_per_address == 1 || geometry.bytes_per_address == 2, "an address has 1 or 2 bytes");
-    require(geometry.eeprom_bytes >= 0, "a negative EEPROM size");
-    require(mainBytes(geometry) <= largestArea, "a device that is too large");
-    require(geometry.module <= KX6SIM_MODULE_NONE, "no such module");
 }
 
 } // namespace
@@ -149,25 +99,27 @@ void requireValid(const kx6sim_geometry &geometry) {
 
 extern "C" {
 
-KX6SIM_API std::int16_t KX3_STDCALL usbcomwrite(std::uint8_t *packet, std::int32_t count) {
+#define KX3_PROGRAMMER_FUNCTION(name, library, result, parameters) KX6SIM_API result KX3_STDCALL name parameters;
+#include "outside/programmer_functions.inc"
+
+Integer KX3_STDCALL usbcomwrite(Byte *packet, Long count) {
     if (packet == nullptr || count < 0) return protocol::transferRejected;
     return ask(protocol::transferRejected, [&](SimulatedProgrammer &programmer) {
         return programmer.comWrite({packet, static_cast<std::size_t>(count)});
     });
 }
 
-KX6SIM_API std::int16_t KX3_STDCALL usbbulkwrite(std::uint8_t *data, std::int32_t count) {
+Integer KX3_STDCALL usbbulkwrite(Byte *data, Long count) {
     if (data == nullptr || count < 0) return protocol::transferRejected;
     return ask(protocol::transferRejected, [&](SimulatedProgrammer &programmer) {
         return programmer.bulkWrite({data, static_cast<std::size_t>(count)});
     });
 }
 
-KX6SIM_API void KX3_STDCALL usbbulkread(std::uint8_t *destination, std::int32_t count, std::uint8_t *state) {
+void KX3_STDCALL usbbulkread(Byte *destination, Long count, Byte *state) {
     if (state == nullptr) return;
-    const bool valid = destination != nullptr && count >= 0;
     const kx6sim_status status = guarded([&](SimulatedProgrammer &programmer) {
-        require(valid, "a bulk read without a destination");
+        require(destination != nullptr && count >= 0, "a bulk read without a destination");
         programmer.bulkRead({destination, static_cast<std::size_t>(count)}, state);
     });
     if (status != KX6SIM_OK) *state = protocol::transferFailed;
@@ -185,15 +137,14 @@ const char *kx6sim_trouble(void) {
 }
 
 void kx6sim_reset(void) {
-    (void)guarded([](SimulatedProgrammer &programmer) { programmer = SimulatedProgrammer(); });
+    (void)guarded([](SimulatedProgrammer &programmer) { programmer = {}; });
 }
 
 kx6sim_status kx6sim_insert_blank_chip(uint64_t main_bytes, uint64_t eeprom_bytes, const kx6sim_identity *identity) {
     return guarded([&](SimulatedProgrammer &programmer) {
         require(identity != nullptr, "no identity");
-        require(main_bytes > 0 && main_bytes <= largestArea && eeprom_bytes <= largestArea, "no such chip size");
-        programmer.insert(
-            Chip(static_cast<std::size_t>(main_bytes), static_cast<std::size_t>(eeprom_bytes), *identity));
+        require(main_bytes > 0, "no such chip size");
+        programmer.insert(Chip(main_bytes, eeprom_bytes, *identity));
     });
 }
 
@@ -218,10 +169,8 @@ int32_t kx6sim_chip_protected(void) {
 }
 
 uint64_t kx6sim_area_bytes(int32_t area) {
-    return ask(uint64_t{0}, [&](SimulatedProgrammer &programmer) -> uint64_t {
-        Chip &chip = programmer.chip();
-        return areaBytes(chip, Range(chip, area, 0, 0, nullptr).area);
-    });
+    return ask(uint64_t{0},
+               [&](SimulatedProgrammer &programmer) -> uint64_t { return programmer.chip().area(area).size(); });
 }
 
 kx6sim_status kx6sim_get_identity(kx6sim_identity *identity) {
@@ -234,7 +183,7 @@ kx6sim_status kx6sim_get_identity(kx6sim_identity *identity) {
 kx6sim_status kx6sim_set_identity(const kx6sim_identity *identity) {
     return guarded([&](SimulatedProgrammer &programmer) {
         require(identity != nullptr, "no identity");
-        kx3sim::requireValid(*identity);
+        requireValid(*identity);
         programmer.chip().identity = *identity;
         programmer.chip().changed = true;
     });
@@ -242,15 +191,14 @@ kx6sim_status kx6sim_set_identity(const kx6sim_identity *identity) {
 
 kx6sim_status kx6sim_peek(int32_t area, uint64_t offset, uint8_t *destination, uint64_t count) {
     return guarded([&](SimulatedProgrammer &programmer) {
-        Chip &chip = programmer.chip();
-        readRange(chip, Range(chip, area, offset, count, destination), destination);
+        const Range range(programmer.chip(), area, offset, count, destination);
+        range.memory.read(range.offset, {destination, range.count});
     });
 }
 
 kx6sim_status kx6sim_poke(int32_t area, uint64_t offset, const uint8_t *source, uint64_t count) {
     return guarded([&](SimulatedProgrammer &programmer) {
-        Chip &chip = programmer.chip();
-        storeRange(chip, Range(chip, area, offset, count, source), source);
+        store(programmer.chip(), Range(programmer.chip(), area, offset, count, source), source);
     });
 }
 
@@ -258,12 +206,9 @@ kx6sim_status kx6sim_flip_bit(int32_t area, uint64_t offset, uint8_t bit) {
     return guarded([&](SimulatedProgrammer &programmer) {
         constexpr uint8_t highestBit = 7;
         require(bit <= highestBit, "a byte has bits 0 to 7");
-        Chip &chip = programmer.chip();
-        Byte value = 0;
-        const Range range(chip, area, offset, sizeof value, &value);
-        readRange(chip, range, &value);
-        value = static_cast<Byte>(value ^ (1U << bit));
-        storeRange(chip, range, &value);
+        const Range range(programmer.chip(), area, offset, 1, &bit);
+        const auto flipped = static_cast<Byte>(range.memory[range.offset] ^ (1U << bit));
+        store(programmer.chip(), range, &flipped);
     });
 }
 
@@ -278,15 +223,13 @@ kx6sim_status kx6sim_chip_program(int32_t area, uint64_t offset, const uint8_t *
         Chip &chip = programmer.chip();
         const Range range(chip, area, offset, count, source);
         refuseWhenProtected(chip);
-        *differs = 0;
-        if (range.area != Area::main) {
-            storeRange(chip, range, source);
-            return;
-        }
-        const std::optional<std::size_t> stuck = programmer.programMain(range.offset, {source, range.count});
-        if (!stuck) return;
-        *differs = 1;
-        *difference = {*stuck, chip.main[*stuck], source[*stuck - range.offset]};
+        std::optional<std::size_t> stuck;
+        if (&range.memory == &chip.main)
+            stuck = programmer.programMain(range.offset, {source, range.count});
+        else
+            store(chip, range, source);
+        *differs = stuck ? 1 : 0;
+        if (stuck) *difference = {*stuck, chip.main[*stuck], source[*stuck - range.offset]};
     });
 }
 
@@ -295,22 +238,22 @@ kx6sim_status kx6sim_chip_blank_check(int32_t *differs, kx6sim_difference *diffe
         require(differs != nullptr && difference != nullptr, "no place for a difference");
         const Chip &chip = programmer.chip();
         refuseWhenProtected(chip);
-        *differs = 1;
-        if (const std::optional<std::size_t> found = chip.main.firstProgrammed(0, chip.main.size()))
-            *difference = {*found, chip.main[*found], FlashArray::erased};
-        else if (const std::optional<std::size_t> inEeprom = firstProgrammedEeprom(chip))
-            *difference = {*inEeprom, chip.eeprom[*inEeprom], FlashArray::erased};
-        else
-            *differs = 0;
+        *differs = 0;
+        for (const Memory *memory : {&chip.main, &chip.eeprom}) {
+            const std::optional<std::size_t> found = memory->firstProgrammed(0, memory->size());
+            if (!found) continue;
+            *differs = 1;
+            *difference = {*found, (*memory)[*found], Memory::erased};
+            return;
+        }
     });
 }
 
 kx6sim_status kx6sim_chip_read(int32_t area, uint64_t offset, uint8_t *destination, uint64_t count) {
     return guarded([&](SimulatedProgrammer &programmer) {
-        Chip &chip = programmer.chip();
-        const Range range(chip, area, offset, count, destination);
-        refuseWhenProtected(chip);
-        readRange(chip, range, destination);
+        const Range range(programmer.chip(), area, offset, count, destination);
+        refuseWhenProtected(programmer.chip());
+        range.memory.read(range.offset, {destination, range.count});
     });
 }
 
@@ -339,8 +282,7 @@ int32_t kx6sim_start_check(void) {
 kx6sim_status kx6sim_prepare(const kx6sim_geometry *geometry) {
     return guarded([&](SimulatedProgrammer &programmer) {
         require(geometry != nullptr, "no geometry");
-        requireValid(*geometry);
-        programmer.prepare(*geometry);
+        programmer.prepare(Device(*geometry));
     });
 }
 

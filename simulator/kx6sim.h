@@ -13,10 +13,12 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#if defined(_WIN32)
+#if !defined(_WIN32)
+#define KX6SIM_API __attribute__((visibility("default")))
+#elif defined(kx6io_EXPORTS) || defined(kx3io_EXPORTS) /* in the libraries themselves */
 #define KX6SIM_API __declspec(dllexport)
 #else
-#define KX6SIM_API __attribute__((visibility("default")))
+#define KX6SIM_API __declspec(dllimport)
 #endif
 
 #if defined(__cplusplus)

@@ -17,7 +17,7 @@ namespace protocol {
 /// Byte 0 of a packet.
 enum class Command : Byte { data = 0x0A, algorithm = 0x33, control = 0x34, signature = 0x5A };
 
-/// Byte 1 of a control packet: a service, or a run code (operation + 1) below all of these.
+/// Byte 1 of a control packet: a service, or the run code of an operation.
 enum class Service : Byte { version = 0x1A, chipId = 0x1D, stop = 0x1E };
 
 /// Byte 2 of a data or algorithm packet.
@@ -50,8 +50,8 @@ inline constexpr Byte lastBlockFlag = 0x80;
 /// Data bank of a device in bank 1, and of any other.
 inline constexpr Byte dataBankOfBank1 = 2;
 inline constexpr Byte dataBankOfOthers = 1;
-/// The 32f module moves block data through this bank, whatever the device's.
-inline constexpr Byte dataBank32f = 2;
+/// Drivers that announce no bank move block data through this one, whatever the device's.
+inline constexpr Byte fixedDataBank = 2;
 
 /// Configuration bytes that ride in every control packet and in the report that ends a read.
 inline constexpr std::size_t configurationBytes = 11;
@@ -60,8 +60,6 @@ using Configuration = std::array<Byte, configurationBytes>;
 /// Bytes that may follow the data of an operation's last block.
 inline constexpr std::size_t trailingBytes = 100;
 
-/// Largest algorithm image.
-inline constexpr std::size_t algorithmBytes = 0x6000;
 /// A read-back of the image may ask for so many bytes more than it has.
 inline constexpr std::size_t readBackExtraBytes = 1;
 
@@ -113,9 +111,6 @@ enum class Operation : Byte {
     programConfiguration = 9,
     checkConfiguration = 10, ///< configuration bytes, and the data window of the families that send one
 };
-
-/// Run code of a read; any other operation's is its number + 1.
-inline constexpr Byte readRunCode = 2;
 
 /// States of a bulk read.
 inline constexpr Byte transferComplete = 2;

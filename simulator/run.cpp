@@ -1,6 +1,7 @@
 #include "simulator/run.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace kx3sim {
 
@@ -9,54 +10,47 @@ using protocol::StageCode;
 
 namespace {
 
-constexpr Byte firstPass = 1;
-constexpr Byte secondPass = 2;
-
-StageList autoStages(const BlockRange &block, bool isFirstBlock, const kx6sim_geometry &geometry) {
-    StageList stages;
-    if (isFirstBlock) {
-        stages.add({Work::erase, StageCode::erase});
-        stages.add({Work::blankCheck, StageCode::blankCheck});
-    }
-    stages.add({Work::program, StageCode::program});
-    stages.add({Work::verify, StageCode::verify, firstPass});
-    if (geometry.verify_margin > 0) stages.add({Work::verify, StageCode::verify, secondPass});
-    if (block.isLast) {
-        stages.add({Work::programConfiguration, StageCode::configuration});
-        if (geometry.protect_in_auto != 0) stages.add({Work::protect, StageCode::protection});
-    }
-    return stages;
-}
-
-Stage onlyStage(Operation operation) {
-    switch (operation) {
-    case Operation::read:
-    case Operation::verify: return {Work::read, StageCode::none};
-    case Operation::program: return {Work::program, StageCode::program};
-    case Operation::blankCheck: return {Work::blankCheck, StageCode::blankCheck};
-    case Operation::protect: return {Work::protect, StageCode::protection};
-    case Operation::erase: return {Work::erase, StageCode::erase};
-    case Operation::programConfiguration: return {Work::programConfiguration, StageCode::configuration};
-    case Operation::checkConfiguration: return {Work::checkConfiguration, StageCode::verify};
-    case Operation::autoSequence:
-    case Operation::autoProgram: break;
-    }
-    return {};
-}
+constexpr OperationFacts operations[] = {
+    {Operation::autoSequence, 1, true, true, std::nullopt},
+    {Operation::read, 2, true, false, Stage{Work::read}},
+    {Operation::program, 4, true, true, Stage{Work::program, StageCode::program}},
+    {Operation::blankCheck, 5, false, false, Stage{Work::blankCheck, StageCode::blankCheck}},
+    {Operation::verify, 6, true, false, Stage{Work::read}},
+    {Operation::autoProgram, 7, true, true, std::nullopt},
+    {Operation::protect, 8, false, false, Stage{Work::protect, StageCode::protection}},
+    {Operation::erase, 9, false, false, Stage{Work::erase, StageCode::erase}},
+    {Operation::programConfiguration, 10, false, false, Stage{Work::programConfiguration, StageCode::configuration}},
+    {Operation::checkConfiguration, 11, false, false, Stage{Work::checkConfiguration, StageCode::verify}},
+};
 
 } // namespace
 
-StageList stagesOf(Operation operation, const BlockRange &block, bool isFirstBlock, const kx6sim_geometry &geometry) {
-    if (operation == Operation::autoSequence || operation == Operation::autoProgram)
-        return autoStages(block, isFirstBlock, geometry);
-    StageList stages;
-    stages.add(onlyStage(operation));
+const OperationFacts *operationOf(Byte runCode) noexcept {
+    const auto *const found = std::ranges::find(operations, runCode, &OperationFacts::runCode);
+    return found == std::end(operations) ? nullptr : found;
+}
+
+std::vector<Stage> stagesOf(const OperationFacts &facts, const BlockRange &block, bool isFirstBlock,
+                            const Device &device) {
+    if (facts.onlyStage) return {*facts.onlyStage};
+    std::vector<Stage> stages;
+    if (isFirstBlock) stages = {{Work::erase, StageCode::erase}, {Work::blankCheck, StageCode::blankCheck}};
+    stages.push_back({Work::program, StageCode::program});
+    stages.push_back({Work::verify, StageCode::verify, 1});
+    if (device->verify_margin > 0) stages.push_back({Work::verify, StageCode::verify, 2});
+    if (block.isLast) stages.push_back({Work::programConfiguration, StageCode::configuration});
+    if (block.isLast && device->protect_in_auto != 0) stages.push_back({Work::protect, StageCode::protection});
     return stages;
+}
+
+std::size_t dataNeeded(const Run &run, const Device &device) noexcept {
+    if (!run.facts->inBlocks) return device.directData().count;
+    return run.facts->takesBlock ? device.bytesOf(run.block).count : 0;
 }
 
 Byte Run::step(std::uint64_t stepsPerPercent) noexcept {
     if (stepsPerPercent == 0) return protocol::finished;
-    const std::uint64_t percent = steps_++ / stepsPerPercent;
+    const std::uint64_t percent = steps++ / stepsPerPercent;
     return static_cast<Byte>(std::min<std::uint64_t>(percent, protocol::finished));
 }
 

@@ -1,12 +1,11 @@
-// A command that the programmer is carrying out, as a sequence of stages.
+// A command that the programmer is carrying out: its operation, its block and its stages.
 #pragma once
 
-#include "simulator/geometry.h"
+#include "simulator/device.h"
 #include "simulator/protocol.h"
 
-#include <array>
-#include <cstddef>
-#include <string>
+#include <optional>
+#include <vector>
 
 namespace kx3sim {
 
@@ -26,53 +25,42 @@ enum class Work : std::uint8_t {
 };
 
 struct Stage {
-    Work work = Work::refuse;
+    Work work;
     protocol::StageCode code = protocol::StageCode::none;
     Byte pass = 0; ///< verify pass 1 or 2
 };
 
-/// The stages of one command, in order.
-class StageList {
-  public:
-    void add(Stage stage) { stages_[count_++] = stage; }
-    [[nodiscard]] std::size_t size() const noexcept { return count_; }
-    [[nodiscard]] const Stage &operator[](std::size_t index) const { return stages_[index]; }
+/// What the programmer knows of an operation.
+struct OperationFacts {
+    protocol::Operation operation;
+    Byte runCode;
+    bool inBlocks;                  ///< runs once for each block of the device
+    bool takesBlock;                ///< of data, before each run
+    std::optional<Stage> onlyStage; ///< nothing: an automatic sequence has several
+};
 
-  private:
-    static constexpr std::size_t most = 7; ///< an auto sequence of one block with two verify passes
-    std::array<Stage, most> stages_{};
-    std::size_t count_ = 0;
+/// The operation of a run packet; nullptr when there is none.
+[[nodiscard]] const OperationFacts *operationOf(Byte runCode) noexcept;
+
+/// Progress comes in steps; without a fault that slows the programmer down a stage takes one.
+struct Run {
+    const OperationFacts *facts = nullptr; ///< null for a service: its only stage concerns no block
+    BlockRange block{};
+    protocol::Configuration configuration{};
+    std::vector<Stage> stages{};
+    std::size_t current = 0; ///< stage under way
+    std::uint64_t steps = 0; ///< of that stage
+
+    [[nodiscard]] const Stage &stage() const { return stages[current]; }
+    /// Percent of the stage that are done at the next step. `stepsPerPercent` 0 gives 100 at once.
+    [[nodiscard]] Byte step(std::uint64_t stepsPerPercent) noexcept;
 };
 
 /// Stages of an operation on a block. An operation that does not run in blocks has one block.
-[[nodiscard]] StageList stagesOf(protocol::Operation operation, const BlockRange &block, bool isFirstBlock,
-                                 const kx6sim_geometry &geometry);
+[[nodiscard]] std::vector<Stage> stagesOf(const OperationFacts &facts, const BlockRange &block, bool isFirstBlock,
+                                          const Device &device);
 
-/// A command under way. Progress comes in steps; immediate commands take one step a stage.
-class Run {
-  public:
-    Run(protocol::Operation itsOperation, const BlockRange &itsBlock, const StageList &stages)
-        : operation(itsOperation), block(itsBlock), stages_(stages) {}
-    /// A command of a single stage that concerns no block.
-    explicit Run(Stage only) : operation(protocol::Operation::autoSequence) { stages_.add(only); }
-
-    [[nodiscard]] const Stage &stage() const { return stages_[current_]; }
-    [[nodiscard]] bool isLastStage() const noexcept { return current_ + 1 == stages_.size(); }
-    void enterNextStage() noexcept {
-        ++current_;
-        steps_ = 0;
-    }
-    /// Percent of the stage that are done at the next step. `stepsPerPercent` 0 gives 100 at once.
-    [[nodiscard]] Byte step(std::uint64_t stepsPerPercent) noexcept;
-
-    protocol::Operation operation;
-    BlockRange block;
-    protocol::Configuration configuration{};
-
-  private:
-    StageList stages_;
-    std::size_t current_ = 0;
-    std::uint64_t steps_ = 0;
-};
+/// Bytes that must have been sent before a run.
+[[nodiscard]] std::size_t dataNeeded(const Run &run, const Device &device) noexcept;
 
 } // namespace kx3sim

@@ -2,26 +2,21 @@
 #pragma once
 
 #include "outside/session_host.h"
-#include "platform/dynamic_library.h"
 #include "simulator/kx6sim.h"
 
 #include <cstdint>
 #include <filesystem>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
-namespace kx3 {
-class sharemap;
-}
-
 namespace kx3sim {
 
 using kx3::Byte;
+using kx3::ByteResult;
 using kx3::Double;
 using kx3::Long;
 
@@ -40,16 +35,30 @@ struct HostBlocks {
     std::span<const Byte> rambknum;       ///< 0: bank
     std::span<const Long> tlength;        ///< 0: device size in addresses
     std::span<const Long> ramlg;          ///< 0: block size in addresses
-    std::span<const Long> buflength;      ///< 0: bytes of the device data area
     std::span<const Long> wlverifyvcc;    ///< 0: verify margin
     std::span<const Double> wltbigendbuf; ///< 0: first address, 2: offset in ibuffer
     /// Append `text` to `MainRtstr`(index).
     std::function<void(Long index, std::u16string_view text)> appendText;
 };
 
-/// All of the above from the host's own view of the blocks. Raises the subscript error when a block
-/// is not attached.
-[[nodiscard]] HostBlocks hostBlocks(kx3::sharemap &blocks);
+/// All of the above from an object that has the shared blocks as members of their names. Raises the
+/// subscript error when a block is not attached.
+template <class Blocks> [[nodiscard]] HostBlocks hostBlocks(Blocks &blocks) {
+    const auto whole = [](auto &array) { return array.range(0, static_cast<Long>(array.count())); };
+    return {.ibuf1 = blocks.ibuf1.range(0, KX6SIM_REPORT_BYTES),
+            .ibuffer = whole(blocks.ibuffer),
+            .prgresult = blocks.prgresult.range(0, 2),
+            .prgmode = whole(blocks.prgmode),
+            .wordmode = whole(blocks.wordmode),
+            .rambknum = whole(blocks.rambknum),
+            .tlength = whole(blocks.tlength),
+            .ramlg = whole(blocks.ramlg),
+            .wlverifyvcc = whole(blocks.wlverifyvcc),
+            .wltbigendbuf = whole(blocks.wltbigendbuf),
+            .appendText = [&blocks](Long index, std::u16string_view text) {
+                storeText(blocks.MainRtstr, index, readText(blocks.MainRtstr, index).append(text));
+            }};
+}
 
 /// How the simulated programmer and its chip behave.
 struct Options {
@@ -61,11 +70,7 @@ struct Options {
     Byte firmwareVersion = 1;
     std::string faults = {}; ///< see simulator/README.md
     std::uint64_t seed = 0;
-    Long eepromBytes = 0;         ///< EEPROM of a non-ARM device
-    Long eepromOffset = -1;       ///< its place in ibuffer; -1: right behind the configuration bytes
-    bool protectInAuto = false;   ///< auto sequences end with the protection stage
-    bool realDelays = false;      ///< Delay waits; else it returns at once
-    Long stopAfterMismatches = 0; ///< a verify stops after so many; 0 compares to the end
+    Long eepromBytes = 0; ///< EEPROM of a non-ARM device
 };
 
 /// What verify comparisons since the last start have found.
@@ -76,7 +81,7 @@ struct Mismatches {
     Byte firstBuffer = 0;
     std::uint64_t zeroInsteadOfOne = 0; ///< device bits that are 0 where the buffer has 1
     std::uint64_t oneInsteadOfZero = 0;
-    std::uint64_t lines = 0; ///< comparisons that found a difference: bytes, or words of two bytes
+    std::uint64_t comparisons = 0; ///< that found a difference: of a byte, or of a word of two bytes
 };
 
 /// How the newest operation ended, by the signal that the plug-in gave.
@@ -93,31 +98,14 @@ inline constexpr Long pinDrivenConfigurationBytes = 16;
 /// `saveChip` after an operation that ended without `EndOperation`.
 class SessionHost final : public kx3::SessionHost {
   public:
-    /// Opens library kx6io; raises an error that names it when it cannot be found, and one that
-    /// names the bad item when `options.faults` is malformed.
+    /// Raises an error that names the bad item when `options.faults` is malformed.
     explicit SessionHost(Options options);
-    ~SessionHost() override;
 
     /// Use these blocks from now on. Before the first call every operation raises "object not set".
     void setBlocks(HostBlocks blocks);
 
-    // The session host interface.
-    void EndOperation() override;
-    void SetVcc(Long millivolts) override;
-    void SetGndPin(Byte pin, Byte state) override;
-    void PowerStep(Long step) override;
-    void SignalPass(Long value) override;
-    void SignalFail(Long value) override;
-    [[nodiscard]] Long StartCheck() override;
-    void Delay(Long milliseconds) override;
-    [[nodiscard]] bool PollStatus(Long request) override;
-    void ReportStartFailure() override;
-    [[nodiscard]] Long PrepareChip(Byte figmode) override;
-    [[nodiscard]] Long PrepareDevice32f(Byte figmode, Byte zero) override;
-    [[nodiscard]] Long PrepareDevice(Byte figmode, Byte zero) override;
-    [[nodiscard]] Long CompareWord(Byte low, Byte high, Long address, Long mode, Long mask) override;
-    [[nodiscard]] Long CompareByte(Byte data, Long address, Long mode) override;
-    void AlgorithmLoaded(Long length) override;
+#define KX3_OPERATION(name, result, parameters, arguments) result name parameters override;
+#include "outside/session_host_operations.inc"
 
     // What the owner uses besides.
 
@@ -133,52 +121,33 @@ class SessionHost final : public kx3::SessionHost {
     [[nodiscard]] Signal signal() const noexcept { return signal_; }
     /// Why the newest preparation was refused, or what the programmer objected to; empty if nothing.
     [[nodiscard]] std::string trouble() const;
-    [[nodiscard]] kx6sim_counters counters() const;
-    /// Supply voltage in millivolts that was set last; 0 while the device has none.
-    [[nodiscard]] Long supplyVoltage() const noexcept { return millivolts_; }
 
   private:
-    struct Functions;
-    struct Part;
-
-    HostBlocks &blocks();
-    void check(kx6sim_status status) const;
+    [[nodiscard]] HostBlocks &blocks();
     void append(Long index, std::u16string_view text);
 
-    [[nodiscard]] kx6sim_geometry geometry(std::uint8_t module);
-    [[nodiscard]] kx6sim_status insertChip(const kx6sim_geometry &geometry);
     [[nodiscard]] Long prepare(std::uint8_t module);
+    [[nodiscard]] kx6sim_status insertChip(const kx6sim_geometry &geometry);
     void powerDown() noexcept;
     void failWhenDataWereLeft();
 
-    // What a comparison does when it finds a difference.
-    [[nodiscard]] Byte bufferByte(std::int64_t address) const;
-    [[nodiscard]] Long byteDiffers(Byte device, Long address);
-    [[nodiscard]] Long wordDiffers(Byte low, Byte high, Long address, Long mask);
-    void noteDifference(Byte device, Byte buffer, Long address);
-    void noteLine(Long address, std::u16string_view device, std::u16string_view buffer);
-    [[nodiscard]] Long verdict() const;
+    [[nodiscard]] Byte bufferByte(std::int64_t place) const;
+    void noteDifference(Long address, std::int64_t place, std::span<const Byte> device, Byte mask);
+    void countDifference(Byte device, Byte buffer, std::int64_t place);
 
     // Work on a pin-driven chip; false when it failed.
-    [[nodiscard]] std::int64_t mainBytes();
-    [[nodiscard]] Part part(std::int32_t area, std::int64_t offset, std::int64_t count);
-    [[nodiscard]] Part mainPart();
-    [[nodiscard]] Part eepromPart();
-    [[nodiscard]] Part configurationPart();
-    [[nodiscard]] bool programPart(const Part &part);
-    [[nodiscard]] bool readPart(const Part &part);
-    [[nodiscard]] bool verifyPart(const Part &part);
-    [[nodiscard]] bool chipIsBlank();
+    /// The part of the buffer that belongs to an area of the chip: main memory stands first, then the
+    /// configuration bytes, then the EEPROM.
+    [[nodiscard]] std::span<Byte> partOf(std::int32_t area);
+    [[nodiscard]] bool program(std::int32_t area);
+    [[nodiscard]] bool read(std::int32_t area);
+    [[nodiscard]] bool verify(std::int32_t area);
     [[nodiscard]] bool programData();
     [[nodiscard]] bool verifyData();
     [[nodiscard]] bool programConfiguration();
-    [[nodiscard]] bool autoProgram();
-    /// Nothing when there is no such operation.
-    [[nodiscard]] std::optional<bool> perform(protocol::Operation operation);
+    [[nodiscard]] bool perform(protocol::Operation operation);
 
     Options options_;
-    kx3::platform::DynamicLibrary library_;
-    std::unique_ptr<Functions> programmer_;
     HostBlocks blocks_;
     const Byte *buffer_ = nullptr; ///< ibuffer, for the compare calls
     std::size_t bufferBytes_ = 0;

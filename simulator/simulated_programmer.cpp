@@ -1,9 +1,7 @@
+// Sessions, packets, transfers and reports.
 #include "simulator/simulated_programmer.h"
 
-#include "simulator/failure.h"
-
 #include <algorithm>
-#include <cstring>
 #include <utility>
 
 namespace kx3sim {
@@ -17,42 +15,12 @@ constexpr Byte wrongMakerBits = 0xFF;
 constexpr Byte bankMask = static_cast<Byte>(~lastBlockFlag);
 constexpr unsigned byteValues = 256;
 
-bool isKnown(unsigned operation) noexcept {
-    switch (static_cast<Operation>(operation)) {
-    case Operation::autoSequence:
-    case Operation::read:
-    case Operation::program:
-    case Operation::blankCheck:
-    case Operation::verify:
-    case Operation::autoProgram:
-    case Operation::protect:
-    case Operation::erase:
-    case Operation::programConfiguration:
-    case Operation::checkConfiguration: return true;
-    }
-    return false;
-}
-
-/// Operation of a run code; nothing when the programmer knows no such run.
-std::optional<Operation> operationOf(Byte runCode) noexcept {
-    if (runCode == readRunCode) return Operation::read;
-    if (runCode == 0 || !isKnown(runCode - 1U)) return std::nullopt;
-    return static_cast<Operation>(runCode - 1);
-}
-
 std::uint32_t blockIndex(std::span<const Byte> packet) {
     return packet[packet::blockLow] + byteValues * packet[packet::blockHigh];
 }
 
-Stage serviceStage(Work work) { return {work, StageCode::none}; }
-
-bool takesStagedData(const Run &run, const std::optional<DataWindow> &window) {
-    switch (run.operation) {
-    case Operation::program:
-    case Operation::autoSequence:
-    case Operation::autoProgram: return true;
-    default: return !runsInBlocks(run.operation) && window.has_value();
-    }
+std::string sizesText(std::uint64_t mainBytes, std::uint64_t eepromBytes) {
+    return std::to_string(mainBytes) + " + " + std::to_string(eepromBytes);
 }
 
 } // namespace
@@ -61,12 +29,26 @@ bool takesStagedData(const Run &run, const std::optional<DataWindow> &window) {
 
 void SimulatedProgrammer::insert(Chip chip) {
     forgetCommand();
+    device_.reset();
     chip_ = std::move(chip);
 }
 
 Chip &SimulatedProgrammer::chip() {
     if (!chip_) throw Failure(KX6SIM_NO_CHIP, "the socket is empty");
     return *chip_;
+}
+
+std::optional<std::size_t> SimulatedProgrammer::programMain(std::size_t offset, std::span<const Byte> wanted) {
+    chip().changed = true;
+    if (const std::optional<std::size_t> stuck = chip().main.program(offset, wanted)) return stuck;
+    for (BitFlip &flip : faults_.bitFlips()) {
+        if (flip.done || flip.offset < offset || flip.offset - offset >= wanted.size()) continue;
+        const auto place = static_cast<std::size_t>(flip.offset);
+        const auto flipped = static_cast<Byte>(chip().main[place] ^ (1U << flip.bit));
+        chip().main.store(place, {&flipped, 1});
+        flip.done = true;
+    }
+    return std::nullopt;
 }
 
 void SimulatedProgrammer::setFaults(FaultPlan plan) {
@@ -76,56 +58,39 @@ void SimulatedProgrammer::setFaults(FaultPlan plan) {
 
 bool SimulatedProgrammer::startCheck() noexcept { return faults_.strike(FaultPoint::start) == nullptr; }
 
-void SimulatedProgrammer::prepare(const kx6sim_geometry &geometry) {
+void SimulatedProgrammer::prepare(const Device &device) {
     if (faults_.strike(FaultPoint::prepare) != nullptr)
         throw Failure(KX6SIM_REFUSED, "a fault refuses the device's preparation");
-    const Chip &inSocket = chip();
-    if (inSocket.main.size() != mainBytes(geometry) ||
-        inSocket.eeprom.size() != static_cast<std::size_t>(geometry.eeprom_bytes))
-        throw Failure(KX6SIM_WRONG_CHIP, "the chip in the socket has " + std::to_string(inSocket.main.size()) + " + " +
-                                             std::to_string(inSocket.eeprom.size()) + " bytes, the device " +
-                                             std::to_string(mainBytes(geometry)) + " + " +
-                                             std::to_string(geometry.eeprom_bytes));
+    const std::string chipSizes = sizesText(chip().main.size(), chip().eeprom.size());
+    const std::string deviceSizes =
+        sizesText(device.bytesOf(device.whole()).count, static_cast<std::uint64_t>(device->eeprom_bytes));
+    if (chipSizes != deviceSizes)
+        throw Failure(KX6SIM_WRONG_CHIP,
+                      "the chip in the socket has " + chipSizes + " bytes, the device " + deviceSizes);
     forgetCommand();
-    geometry_ = geometry;
-    algorithmLength_ = 0;
+    device_ = device;
+    algorithm_.clear();
     counters_.unfetched_bytes = 0;
     trouble_.clear();
 }
 
 void SimulatedProgrammer::forgetCommand() noexcept {
-    run_.reset();
+    endRun();
     pending_.reset();
     closeWindow();
     writeChannel_ = Channel::none;
-    stopRequested_ = false;
     nextBlock_ = 0;
-    stagedBytes_ = 0;
 }
 
 void SimulatedProgrammer::closeWindow() noexcept {
-    counters_.unfetched_bytes += window_.count - window_.fetched;
+    counters_.unfetched_bytes += window_.offered.count - window_.fetched;
     window_ = {};
 }
 
-void SimulatedProgrammer::endOperation() noexcept { forgetCommand(); }
-
 kx6sim_counters SimulatedProgrammer::counters() const noexcept {
     kx6sim_counters now = counters_;
-    now.unfetched_bytes += window_.count - window_.fetched;
+    now.unfetched_bytes += window_.offered.count - window_.fetched;
     return now;
-}
-
-std::optional<std::size_t> SimulatedProgrammer::programMain(std::size_t offset, std::span<const Byte> wanted) {
-    chip().changed = true;
-    const std::optional<std::size_t> stuck = chip().main.program(offset, wanted);
-    if (stuck) return stuck;
-    for (BitFlip &flip : faults_.bitFlips()) {
-        if (flip.done || flip.offset < offset || flip.offset - offset >= wanted.size()) continue;
-        chip().main.flipBit(static_cast<std::size_t>(flip.offset), flip.bit);
-        flip.done = true;
-    }
-    return std::nullopt;
 }
 
 // --- Command packets --------------------------------------------------------------------------
@@ -134,16 +99,6 @@ Integer SimulatedProgrammer::comWrite(std::span<const Byte> packet) {
     ++counters_.command_packets;
     if (faults_.strike(FaultPoint::comWrite) != nullptr) return transferRejected;
     if (packet.size() < writeAnnouncementBytes) return reject("a command packet is too short");
-    return execute(packet);
-}
-
-Integer SimulatedProgrammer::reject(std::string why) {
-    ++counters_.rejected_packets;
-    trouble_ = std::move(why);
-    return transferRejected;
-}
-
-Integer SimulatedProgrammer::execute(std::span<const Byte> packet) {
     writeChannel_ = Channel::none; // an announcement holds until the next packet
     switch (static_cast<Command>(packet[packet::command])) {
     case Command::signature:
@@ -155,6 +110,12 @@ Integer SimulatedProgrammer::execute(std::span<const Byte> packet) {
     return reject("an unknown command packet");
 }
 
+Integer SimulatedProgrammer::reject(std::string why) {
+    ++counters_.rejected_packets;
+    trouble_ = std::move(why);
+    return transferRejected;
+}
+
 Integer SimulatedProgrammer::executeAlgorithm(std::span<const Byte> packet) {
     if (packet.size() != shortPacketBytes || packet[packet::service] != algorithmMemory)
         return reject("a malformed algorithm packet");
@@ -162,7 +123,7 @@ Integer SimulatedProgrammer::executeAlgorithm(std::span<const Byte> packet) {
     switch (static_cast<Direction>(packet[packet::direction])) {
     case Direction::toProgrammer:
         writeChannel_ = Channel::algorithm;
-        algorithmLength_ = 0;
+        algorithm_.clear();
         return transferAccepted;
     case Direction::fromProgrammer: window_.source = Channel::algorithm; return transferAccepted;
     }
@@ -178,12 +139,11 @@ Integer SimulatedProgrammer::executeData(std::span<const Byte> packet) {
 }
 
 Integer SimulatedProgrammer::announceData(std::span<const Byte> packet) {
-    stagedBytes_ = 0;
+    endRun(); // one that is under way loses its data
     if (packet.size() != writeAnnouncementBytes || packet[packet::chunk] != 0)
         return reject("a malformed write announcement");
-    if (!geometry_) return reject("a write announcement before a device is prepared");
-    staged_.reserve(stagingCapacity());
-    stagedInChip_ = false;
+    if (!device_) return reject("a write announcement before a device is prepared");
+    staged_.reserve(device_->mostData());
     stagedBank_ = packet[packet::dataBank];
     writeChannel_ = Channel::data;
     return transferAccepted;
@@ -192,39 +152,35 @@ Integer SimulatedProgrammer::announceData(std::span<const Byte> packet) {
 Integer SimulatedProgrammer::requestData(std::span<const Byte> packet) {
     window_.source = Channel::none;
     if (packet.size() != shortPacketBytes) return reject("a malformed read request");
-    if (window_.count == 0) return reject("a read request without a read run");
-    if (packet[packet::dataBank] != blockDataBank(*geometry_)) return reject("a read request for a wrong bank");
+    if (window_.offered.count == 0) return reject("a read request without a read run");
+    if (packet[packet::dataBank] != device_->blockDataBank()) return reject("a read request for a wrong bank");
     if (packet[packet::chunk] != window_.chunks % byteValues) return reject("a read request for a chunk out of order");
     window_.source = Channel::data;
     return transferAccepted;
 }
 
 Integer SimulatedProgrammer::executeControl(std::span<const Byte> packet) {
-    const Byte code = packet[packet::service];
-    if (static_cast<Service>(code) == Service::stop) return executeStop(packet);
-    if (packet.size() != controlPacketBytes) return reject("a control packet of a wrong length");
-    switch (static_cast<Service>(code)) {
-    case Service::version:
-        forgetCommand();
-        run_.emplace(serviceStage(Work::queryVersion));
+    const auto service = static_cast<Service>(packet[packet::service]);
+    if (service == Service::stop) {
+        ++counters_.stops;
+        if (packet.size() != shortPacketBytes) return reject("a stop packet of a wrong length");
+        stopRequested_ = run_.has_value();
         return transferAccepted;
-    case Service::chipId: return startIdentityRead(packet);
+    }
+    if (packet.size() != controlPacketBytes) return reject("a control packet of a wrong length");
+    switch (service) {
+    case Service::version: forgetCommand(); return startService(Work::queryVersion);
+    case Service::chipId:
+        forgetCommand();
+        if (!device_) return reject("a chip-ID read before a device is prepared");
+        if (packet[packet::runBank] != (*device_)->bank) return reject("a chip-ID read in a wrong bank");
+        return startService(Work::readIdentity);
     default: return startRun(packet);
     }
 }
 
-Integer SimulatedProgrammer::executeStop(std::span<const Byte> packet) {
-    ++counters_.stops;
-    if (packet.size() != shortPacketBytes) return reject("a stop packet of a wrong length");
-    stopRequested_ = run_.has_value();
-    return transferAccepted;
-}
-
-Integer SimulatedProgrammer::startIdentityRead(std::span<const Byte> packet) {
-    forgetCommand();
-    if (!geometry_) return reject("a chip-ID read before a device is prepared");
-    if (packet[packet::runBank] != geometry_->bank) return reject("a chip-ID read in a wrong bank");
-    run_.emplace(serviceStage(Work::readIdentity));
+Integer SimulatedProgrammer::startService(Work work) {
+    run_ = Run{.stages = {{work}}};
     return transferAccepted;
 }
 
@@ -233,64 +189,47 @@ Integer SimulatedProgrammer::startRun(std::span<const Byte> packet) {
     run_.reset();
     closeWindow();
     stopRequested_ = false;
-    if (!geometry_) return reject("a run before a device is prepared");
-    if (algorithmLength_ == 0) return reject("a run without an algorithm image");
-    const std::optional<Operation> operation = operationOf(packet[packet::service]);
-    if (!operation) return reject("run code " + std::to_string(packet[packet::service]) + " is unknown");
+    if (!device_) return reject("a run before a device is prepared");
+    if (algorithm_.empty()) return reject("a run without an algorithm image");
+    const OperationFacts *facts = operationOf(packet[packet::service]);
+    if (facts == nullptr) return reject("run code " + std::to_string(packet[packet::service]) + " is unknown");
 
     ++counters_.runs;
-    run_ = makeRun(*operation, packet);
-    return transferAccepted;
-}
-
-Run SimulatedProgrammer::makeRun(Operation operation, std::span<const Byte> packet) {
     const std::uint32_t index = blockIndex(packet);
-    const BlockRange wholeDevice{0, static_cast<std::uint32_t>(geometry_->addresses), true};
-    const std::optional<BlockRange> block =
-        runsInBlocks(operation) ? blockRange(*geometry_, operation, index) : std::optional(wholeDevice);
-
-    Run run(operation, block.value_or(BlockRange{}), {});
+    const auto block = facts->inBlocks ? device_->block(facts->operation, index) : std::optional(device_->whole());
+    Run run{.facts = facts, .block = block.value_or(BlockRange{})};
+    std::copy_n(packet.begin() + packet::configuration, configurationBytes, run.configuration.begin());
     std::string objection = block ? objectionTo(run, packet) : "the device has no block " + std::to_string(index);
-    StageList stages;
     if (objection.empty()) {
-        stages = stagesOf(operation, run.block, index == 0, *geometry_);
+        run.stages = stagesOf(*facts, run.block, index == 0, *device_);
         nextBlock_ = run.block.isLast ? 0 : index + 1;
     } else {
         (void)reject(std::move(objection));
-        stages.add({Work::refuse, StageCode::none});
+        run.stages = {{Work::refuse}};
         nextBlock_ = 0;
     }
-    run = Run(operation, run.block, stages);
-    std::copy_n(packet.begin() + packet::configuration, configurationBytes, run.configuration.begin());
-    return run;
+    run_ = std::move(run);
+    return transferAccepted;
 }
 
+/// The rule that a run breaks, empty when there is none.
 std::string SimulatedProgrammer::objectionTo(const Run &run, std::span<const Byte> packet) const {
     const Byte bank = packet[packet::runBank];
     const std::uint32_t index = blockIndex(packet);
-    if ((bank & bankMask) != (geometry_->bank & bankMask)) return "a run in a wrong bank";
-    if (runsInBlocks(run.operation)) {
-        if (index != 0 && index != nextBlock_)
-            return "a run of block " + std::to_string(index) + " where block " + std::to_string(nextBlock_) + " is due";
-        if (((bank & lastBlockFlag) != 0) != run.block.isLast)
-            return "block " + std::to_string(index) + " and the mark of the last block do not agree";
-    }
-    return takesStagedData(run, directDataWindow(*geometry_)) ? objectionToData(run) : std::string();
-}
+    const bool inBlocks = run.facts->inBlocks;
+    if ((bank & bankMask) != ((*device_)->bank & bankMask)) return "a run in a wrong bank";
+    if (inBlocks && index != 0 && index != nextBlock_)
+        return "a run of block " + std::to_string(index) + " where block " + std::to_string(nextBlock_) + " is due";
+    if (inBlocks && ((bank & lastBlockFlag) != 0) != run.block.isLast)
+        return "block " + std::to_string(index) + " and the mark of the last block do not agree";
 
-std::string SimulatedProgrammer::objectionToData(const Run &run) const {
-    const std::size_t needed = stagedBytesNeeded(run);
-    if (stagedBytes_ < needed)
-        return "a run that needs " + std::to_string(needed) + " bytes got " + std::to_string(stagedBytes_);
-    const std::size_t trailing = runsInBlocks(run.operation) && run.block.isLast ? trailingBytes : 0;
-    if (stagedBytes_ > needed + trailing)
-        return "a run that needs " + std::to_string(needed) + " bytes got " + std::to_string(stagedBytes_);
-    const Byte bank = runsInBlocks(run.operation) ? blockDataBank(*geometry_) : directDataBank(*geometry_);
-    return stagedBank_ == bank ? std::string() : "a run whose data lie in another bank";
-}
-
-std::size_t SimulatedProgrammer::stagedBytesNeeded(const Run &run) const {
-    return runsInBlocks(run.operation) ? bytesOf(run.block.addresses) : directDataWindow(*geometry_)->count;
+    const std::size_t needed = dataNeeded(run, *device_);
+    if (needed == 0) return {};
+    const std::size_t trailing = inBlocks && run.block.isLast ? trailingBytes : 0;
+    if (staged_.size() < needed || staged_.size() > needed + trailing)
+        return "a run that needs " + std::to_string(needed) + " bytes got " + std::to_string(staged_.size());
+    const Byte dataBank = inBlocks ? device_->blockDataBank() : device_->directDataBank();
+    return stagedBank_ == dataBank ? std::string() : "a run whose data lie in another bank";
 }
 
 // --- Bulk transfers ---------------------------------------------------------------------------
@@ -302,14 +241,12 @@ Integer SimulatedProgrammer::bulkWrite(std::span<const Byte> data) {
     case Channel::none: return reject("a bulk write that nobody announced");
     case Channel::algorithm:
         writeChannel_ = Channel::none;
-        if (data.size() > algorithmBytes) return reject("an algorithm image that is too long");
-        std::copy(data.begin(), data.end(), algorithm_.begin());
-        algorithmLength_ = data.size();
+        if (data.size() > kx3::longestAlgorithm) return reject("an algorithm image that is too long");
+        algorithm_.assign(data.begin(), data.end());
         break;
     case Channel::data:
-        if (data.size() > stagingCapacity() - stagedBytes_) return reject("more data than a block takes");
-        if (!data.empty()) std::memcpy(&staged_.bytes[stagedBytes_], data.data(), data.size());
-        stagedBytes_ += data.size();
+        if (data.size() > device_->mostData() - staged_.size()) return reject("more data than a block takes");
+        staged_.insert(staged_.end(), data.begin(), data.end());
         break;
     }
     counters_.bytes_written += data.size();
@@ -355,15 +292,14 @@ bool SimulatedProgrammer::deliver(std::span<Byte> destination) {
     switch (window_.source) {
     case Channel::none: return false;
     case Channel::algorithm: {
-        if (destination.size() > algorithmLength_ + readBackExtraBytes) return false;
-        const std::size_t stored = std::min(destination.size(), algorithmLength_);
-        std::copy_n(algorithm_.begin(), stored, destination.begin());
-        std::fill(destination.begin() + static_cast<std::ptrdiff_t>(stored), destination.end(), Byte{0});
+        if (destination.size() > algorithm_.size() + readBackExtraBytes) return false;
+        const auto stored = std::min(destination.size(), algorithm_.size());
+        std::fill(std::copy_n(algorithm_.begin(), stored, destination.begin()), destination.end(), Byte{0});
         return true;
     }
     case Channel::data:
-        if (destination.size() > window_.count - window_.fetched) return false;
-        chip_->main.read(window_.offset + window_.fetched, destination);
+        if (destination.size() > window_.offered.count - window_.fetched) return false;
+        chip_->main.read(window_.offered.offset + window_.fetched, destination);
         window_.fetched += destination.size();
         ++window_.chunks;
         return true;
@@ -376,62 +312,68 @@ bool SimulatedProgrammer::deliver(std::span<Byte> destination) {
 bool SimulatedProgrammer::fetchReport(Report &report) {
     ++counters_.reports;
     const Fault *fault = faults_.strike(FaultPoint::report);
-    if (!run_ && isPinDriven()) run_.emplace(serviceStage(Work::readIdentity));
+    if (!run_ && device_ && device_->isPinDriven()) startService(Work::readIdentity);
     if (!run_ || (fault != nullptr && fault->kind == FaultKind::missing)) return false;
     report.fill(0);
-    if (fault != nullptr) {
-        reportFault(*fault, report);
-        nextBlock_ = 0;
-        finishRun();
-    } else if (stopRequested_) {
-        report[report::event] = static_cast<Byte>(Event::stopped);
-        nextBlock_ = 0;
-        finishRun();
-    } else {
-        stepRun(report);
+    if (fault == nullptr && stopRequested_) {
+        failRun({Event::stopped}, report);
+        return true;
     }
+    report[report::stage] = static_cast<Byte>(run_->stage().code);
+    if (fault != nullptr) {
+        failRun(failureOf(*fault), report);
+        return true;
+    }
+    report[report::pass] = run_->stage().pass;
+    report[report::progress] = run_->step(faults_.reportsPerPercent());
+    if (report[report::progress] == finished) completeStage(report);
     return true;
 }
 
-void SimulatedProgrammer::finishRun() noexcept {
-    run_.reset();
-    stopRequested_ = false;
-    stagedBytes_ = 0;
+SimulatedProgrammer::StageFailure SimulatedProgrammer::failureOf(const Fault &fault) const {
+    switch (fault.kind) {
+    case FaultKind::compare: return refusal(Event::compareError, static_cast<std::uint32_t>(fault.value));
+    case FaultKind::identity: return {Event::identityError};
+    default: return {Event::stopped};
+    }
 }
 
-void SimulatedProgrammer::stepRun(Report &report) {
-    const Byte percent = run_->step(faults_.reportsPerPercent());
-    if (percent == finished) {
-        completeStage(report);
-        return;
-    }
-    report[report::progress] = percent;
-    report[report::stage] = static_cast<Byte>(run_->stage().code);
-    report[report::pass] = run_->stage().pass;
+void SimulatedProgrammer::failRun(const StageFailure &failure, Report &report) {
+    report[report::progress] = 0;
+    report[report::event] = static_cast<Byte>(failure.event);
+    for (std::size_t i = 0; i < sizeof failure.address; ++i)
+        report[report::address + i] = static_cast<Byte>(failure.address >> (8 * i));
+    report[report::deviceLow] = failure.device[0];
+    report[report::deviceHigh] = failure.device[1];
+    report[report::bufferLow] = failure.buffer[0];
+    report[report::bufferHigh] = failure.buffer[1];
+    nextBlock_ = 0;
+    endRun();
+}
+
+void SimulatedProgrammer::endRun() noexcept {
+    run_.reset();
+    stopRequested_ = false;
+    staged_.clear();
 }
 
 void SimulatedProgrammer::completeStage(Report &report) {
-    const Stage &stage = run_->stage();
-    report[report::stage] = static_cast<Byte>(stage.code);
-    if (const StageResult failure = perform(stage.work)) {
-        reportFailure(*failure, report);
-        nextBlock_ = 0;
-        finishRun();
+    if (const StageResult failure = perform(run_->stage().work)) {
+        failRun(*failure, report);
         return;
     }
-    report[report::pass] = stage.pass;
-    if (!run_->isLastStage()) {
+    if (run_->current + 1 < run_->stages.size()) {
         report[report::progress] = stageDone;
-        run_->enterNextStage();
+        ++run_->current;
+        run_->steps = 0;
         return;
     }
-    report[report::progress] = finished;
-    fillFinalReport(*run_, report);
-    finishRun();
+    fillFinalReport(report);
+    endRun();
 }
 
-void SimulatedProgrammer::fillFinalReport(const Run &run, Report &report) {
-    switch (run.stage().work) {
+void SimulatedProgrammer::fillFinalReport(Report &report) {
+    switch (run_->stage().work) {
     case Work::queryVersion: {
         const bool wrong = faults_.strike(FaultPoint::version) != nullptr;
         report[report::version] = static_cast<Byte>(firmwareVersion_ ^ (wrong ? wrongVersionBits : 0));
@@ -446,174 +388,10 @@ void SimulatedProgrammer::fillFinalReport(const Run &run, Report &report) {
         break;
     }
     case Work::read:
-        std::copy_n(chip().configuration.begin(), configurationBytes, report.begin() + report::configuration);
+        chip().configuration.read(0, std::span(report).subspan(report::configuration, configurationBytes));
         break;
     default: break;
     }
-}
-
-void SimulatedProgrammer::reportFault(const Fault &fault, Report &report) {
-    report[report::stage] = static_cast<Byte>(run_->stage().code);
-    switch (fault.kind) {
-    case FaultKind::compare:
-        reportFailure(refusedAt(static_cast<std::uint32_t>(fault.value), Event::compareError), report);
-        break;
-    case FaultKind::identity: report[report::event] = static_cast<Byte>(Event::identityError); break;
-    default: report[report::event] = static_cast<Byte>(Event::stopped); break;
-    }
-}
-
-void SimulatedProgrammer::reportFailure(const StageFailure &failure, Report &report) {
-    report[report::event] = static_cast<Byte>(failure.event);
-    for (std::size_t i = 0; i < sizeof failure.address; ++i)
-        report[report::address + i] = static_cast<Byte>(failure.address >> (8 * i));
-    report[report::deviceLow] = failure.device[0];
-    report[report::deviceHigh] = failure.device[1];
-    report[report::bufferLow] = failure.buffer[0];
-    report[report::bufferHigh] = failure.buffer[1];
-}
-
-// --- Stages -----------------------------------------------------------------------------------
-
-SimulatedProgrammer::StageResult SimulatedProgrammer::perform(Work work) {
-    switch (work) {
-    case Work::erase: return erase();
-    case Work::blankCheck: return blankCheck();
-    case Work::program: return program();
-    case Work::verify: return verify();
-    case Work::programConfiguration: return programConfiguration();
-    case Work::checkConfiguration: return checkConfiguration();
-    case Work::protect: return protect();
-    case Work::read: return offerData();
-    case Work::queryVersion:
-    case Work::readIdentity: return std::nullopt;
-    case Work::refuse: return refusedAt(run_->block.first, Event::compareError);
-    }
-    return std::nullopt;
-}
-
-/// An auto sequence erases the addresses that it programs; an erase, and any that has to lift the
-/// protection, erases the whole chip.
-SimulatedProgrammer::StageResult SimulatedProgrammer::erase() {
-    Chip &target = chip();
-    if (run_->operation == Operation::erase || target.isProtected) {
-        target.massErase();
-        return std::nullopt;
-    }
-    const std::size_t first = bytesOf(static_cast<std::uint32_t>(geometry_->first_address));
-    target.main.erase(first, target.main.size() - first);
-    target.changed = true;
-    return std::nullopt;
-}
-
-SimulatedProgrammer::StageResult SimulatedProgrammer::blankCheck() {
-    const FlashArray &main = chip().main;
-    if (chip().isProtected) return refusedAt(run_->block.first, Event::identityError);
-    const std::size_t first = bytesOf(run_->block.first);
-    const std::optional<std::size_t> found = main.firstProgrammed(first, main.size() - first);
-    if (!found) return std::nullopt;
-    return differenceAt(*found, {}, 0);
-}
-
-SimulatedProgrammer::StageResult SimulatedProgrammer::program() {
-    Chip &target = chip();
-    if (target.isProtected) return refusedAt(run_->block.first, Event::compareError);
-    const bool wholeChip = blockOffset() == 0 && blockBytes() == target.main.size();
-    if (wholeChip && faults_.bitFlips().empty() && target.main.adopt(staged_)) {
-        target.changed = true;
-        stagedInChip_ = true;
-        return std::nullopt;
-    }
-    const std::span<const Byte> wanted(staged_.bytes.get(), blockBytes());
-    const std::optional<std::size_t> stuck = programMain(blockOffset(), wanted);
-    return stuck ? differenceAt(*stuck, wanted, blockOffset()) : std::nullopt;
-}
-
-SimulatedProgrammer::StageResult SimulatedProgrammer::verify() {
-    if (stagedInChip_) return std::nullopt; // the data are the chip's memory
-    return compareWith(blockOffset(), std::span<const Byte>(staged_.bytes.get(), blockBytes()));
-}
-
-SimulatedProgrammer::StageResult SimulatedProgrammer::programConfiguration() {
-    Chip &target = chip();
-    if (target.isProtected) return refusedAt(run_->block.first, Event::identityError);
-    std::copy(run_->configuration.begin(), run_->configuration.end(), target.configuration.begin());
-    target.changed = true;
-    return std::nullopt;
-}
-
-SimulatedProgrammer::StageResult SimulatedProgrammer::checkConfiguration() {
-    Chip &target = chip();
-    if (target.isProtected) return refusedAt(run_->block.first, Event::identityError);
-    if (const std::optional<DataWindow> window = directDataWindow(*geometry_)) {
-        if (!target.main.contains(window->offset, window->count))
-            return refusedAt(run_->block.first, Event::compareError);
-        if (StageResult differs = compareWith(window->offset, {staged_.bytes.get(), window->count})) return differs;
-    }
-    const auto [device, buffer] = std::mismatch(
-        target.configuration.begin(), target.configuration.begin() + configurationBytes, run_->configuration.begin());
-    if (buffer == run_->configuration.end()) return std::nullopt;
-    const auto index = static_cast<std::uint32_t>(buffer - run_->configuration.begin());
-    return StageFailure{Event::compareError, run_->block.addresses + index, {*device, 0}, {*buffer, 0}};
-}
-
-SimulatedProgrammer::StageResult SimulatedProgrammer::protect() {
-    chip().isProtected = true;
-    chip().changed = true;
-    return std::nullopt;
-}
-
-SimulatedProgrammer::StageResult SimulatedProgrammer::offerData() {
-    if (chip().isProtected) return refusedAt(run_->block.first, Event::compareError);
-    window_ = {Channel::none, blockOffset(), blockBytes(), 0, 0};
-    return std::nullopt;
-}
-
-SimulatedProgrammer::StageResult SimulatedProgrammer::compareWith(std::size_t offset, std::span<const Byte> wanted) {
-    const std::optional<std::size_t> found = chip().main.firstDifference(offset, wanted);
-    return found ? differenceAt(*found, wanted, offset) : std::nullopt;
-}
-
-/// The failure at byte `offset` of main memory; `wanted` stands at `base`. Without `wanted` the
-/// buffer fields stay 0.
-SimulatedProgrammer::StageResult SimulatedProgrammer::differenceAt(std::size_t offset, std::span<const Byte> wanted,
-                                                                   std::size_t base) {
-    const std::size_t width = addressBytes();
-    const std::size_t first = offset / width * width;
-    StageFailure failure{Event::compareError, static_cast<std::uint32_t>(offset / width), dataAt(first), {}};
-    for (std::size_t i = 0; i < failure.buffer.size(); ++i)
-        if (i < width && first + i >= base && first + i - base < wanted.size())
-            failure.buffer[i] = wanted[first + i - base];
-    return failure;
-}
-
-/// A failure at `address` that is not the chip's contents'; device data are shown where there are any.
-SimulatedProgrammer::StageFailure SimulatedProgrammer::refusedAt(std::uint32_t address, Event event) const {
-    const bool readable = chip_ && geometry_ && !chip_->isProtected;
-    return {event, address, readable ? dataAt(bytesOf(address)) : Data{}, {}};
-}
-
-/// The bytes of one address, which begin at `offset`; what the chip does not have is 0.
-SimulatedProgrammer::Data SimulatedProgrammer::dataAt(std::size_t offset) const {
-    Data data{};
-    for (std::size_t i = 0; i < data.size(); ++i)
-        if (i < addressBytes() && chip_->main.contains(offset + i, 1)) data[i] = chip_->main[offset + i];
-    return data;
-}
-
-bool SimulatedProgrammer::isPinDriven() const noexcept { return geometry_ && geometry_->module == KX6SIM_MODULE_NONE; }
-
-// --- Sizes ------------------------------------------------------------------------------------
-
-std::size_t SimulatedProgrammer::addressBytes() const { return static_cast<std::size_t>(geometry_->bytes_per_address); }
-std::size_t SimulatedProgrammer::bytesOf(std::uint32_t addresses) const { return addresses * addressBytes(); }
-std::size_t SimulatedProgrammer::blockOffset() const { return bytesOf(run_->block.first); }
-std::size_t SimulatedProgrammer::blockBytes() const { return bytesOf(run_->block.addresses); }
-
-/// Room for the largest block and what may follow it, and for the data of operations that run at once.
-std::size_t SimulatedProgrammer::stagingCapacity() const {
-    const std::int32_t block = std::clamp(geometry_->block_addresses, 0, geometry_->addresses);
-    return std::max(bytesOf(static_cast<std::uint32_t>(block)) + trailingBytes, largestDirectDataWindow);
 }
 
 } // namespace kx3sim

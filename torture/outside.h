@@ -5,6 +5,7 @@
 #include "faults.h"
 #include "outside/clock.h"
 #include "outside/ui.h"
+#include "blocks/sharemap.h"
 #include "simulator/session_host.h"
 
 #include <functional>

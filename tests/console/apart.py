@@ -58,7 +58,7 @@ def two_hosts(desk, _):
 def missing_libraries(desk, _):
     program = pathlib.Path(desk.program)
     for missing, code, command in [
-        ("libkx6io.so", 4, f"erase {D80}"),
+        ("libkx6io.so", 127, f"erase {D80}"),
         ("libkx3io.so", 4, f"erase {D80}"),
         ("libmpu6records.so", 1, f"program {D80} -i small.hex"),
     ]:
