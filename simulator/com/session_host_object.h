@@ -1,8 +1,8 @@
 // The session host as a COM object for late-bound callers.
 #pragma once
 
-#include "com/com_ptr.h"
 #include "blocks/sharemap.h"
+#include "com/com_ptr.h"
 #include "simulator/session_host.h"
 
 #include <optional>
