@@ -1,10 +1,8 @@
 #include "com/com_mpu.h"
 
 #include "base/text.h"
-#include "com/dispatch_argument.h"
 #include "com/error_object.h"
-#include "com/members.h"
-#include "platform/win32/wide.h"
+#include "com/late_bound_call.h"
 
 namespace kx3::com {
 
@@ -18,20 +16,28 @@ HRESULT nullPointer(std::u16string_view argument) noexcept {
     });
 }
 
-/// A late-bound call that its caller got wrong: `status` and a text that names member and argument.
-HRESULT badCall(HRESULT status, const Member &member, std::u16string_view detail) noexcept {
-    return guarded([&] { return fail(status, join(platform::utf16(member.name), u": ", detail)); });
-}
+/// The interface as the library's own type library describes it. It is read once and, like the library,
+/// stays until the process ends.
+struct OwnTypes {
+    HRESULT status = S_OK;
+    ComPtr<ITypeLib> library;
+    ComPtr<ITypeInfo> members; ///< the side of the dual interface that is called through its table
 
-std::u16string_view detailOf(HRESULT status) noexcept {
-    switch (status) {
-    case DISP_E_TYPEMISMATCH: return standardDescription(ErrorNumber::typeMismatch);
-    case DISP_E_OVERFLOW: return standardDescription(ErrorNumber::overflow);
-    case DISP_E_PARAMNOTOPTIONAL: return u"Argument not optional";
-    case E_OUTOFMEMORY: return standardDescription(ErrorNumber::outOfMemory);
-    default: return standardDescription(ErrorNumber::invalidCall);
+    OwnTypes() {
+        status = ::LoadTypeLibEx(modulePath().c_str(), REGKIND_NONE, receive(library));
+        ComPtr<ITypeInfo> dual;
+        if (SUCCEEDED(status)) status = library->GetTypeInfoOfGuid(__uuidof(::_clsMPU), receive(dual));
+        constexpr auto tableSide = static_cast<UINT>(-1);
+        HREFTYPE reference = 0;
+        if (SUCCEEDED(status)) status = dual->GetRefTypeOfImplType(tableSide, &reference);
+        if (SUCCEEDED(status)) status = dual->GetRefTypeInfo(reference, receive(members));
     }
-}
+    /// Raises out of memory.
+    static const OwnTypes &get() {
+        static const auto &types = *new OwnTypes;
+        return types;
+    }
+};
 
 } // namespace
 
@@ -142,16 +148,18 @@ HRESULT ComMpu::GetTypeInfo(UINT index, LCID /*locale*/, ITypeInfo **typeInfo) {
     *typeInfo = nullptr;
     if (index != 0) return DISP_E_BADINDEX;
     return guarded([&] {
-        ComPtr<ITypeLib> library;
-        const HRESULT status = ::LoadTypeLibEx(modulePath().c_str(), REGKIND_NONE, receive(library));
-        return FAILED(status) ? status : library->GetTypeInfoOfGuid(__uuidof(::_clsMPU), typeInfo);
+        const OwnTypes &own = OwnTypes::get();
+        return FAILED(own.status) ? own.status : own.library->GetTypeInfoOfGuid(__uuidof(::_clsMPU), typeInfo);
     });
 }
 
 HRESULT ComMpu::GetIDsOfNames(REFIID reserved, LPOLESTR *names, UINT count, LCID /*locale*/, DISPID *identifiers) {
     if (reserved != IID_NULL) return DISP_E_UNKNOWNINTERFACE;
     if (names == nullptr || identifiers == nullptr || count == 0) return E_INVALIDARG;
-    return identifiersOf({names, count}, {identifiers, count}) ? S_OK : DISP_E_UNKNOWNNAME;
+    return guarded([&] {
+        const OwnTypes &own = OwnTypes::get();
+        return FAILED(own.status) ? own.status : identifiersOf(*own.members, names, count, identifiers);
+    });
 }
 
 HRESULT ComMpu::Invoke(DISPID identifier, REFIID reserved, LCID locale, WORD flags, DISPPARAMS *parameters,
@@ -159,29 +167,12 @@ HRESULT ComMpu::Invoke(DISPID identifier, REFIID reserved, LCID locale, WORD fla
     if (reserved != IID_NULL) return DISP_E_UNKNOWNINTERFACE;
     if (parameters == nullptr) return E_INVALIDARG;
     if (result != nullptr) ::VariantInit(result);
-    const Member *member = memberOf(identifier, flags);
-    if (member == nullptr) return DISP_E_MEMBERNOTFOUND;
-    if (parameters->cArgs != member->argumentCount())
-        return badCall(DISP_E_BADPARAMCOUNT, *member, u"Wrong number of arguments");
-    if (!namesFit(*member, *parameters)) return badCall(DISP_E_PARAMNOTFOUND, *member, u"Named argument not found");
-
-    HRESULT status = S_OK;
-    if (member->argumentCount() == 0) {
-        OwnedVariant value;
-        status = member->call(*this, value.get());
-        if (SUCCEEDED(status) && result != nullptr) *result = *value.get(); // a scalar
-    } else {
-        DispatchArgument argument(parameters->rgvarg[0]);
-        const HRESULT unfit = argument.coerce(member->type, locale);
-        if (FAILED(unfit)) {
-            if (badArgument != nullptr) *badArgument = 0;
-            return badCall(unfit, *member, join(platform::utf16(member->argument), u": ", detailOf(unfit)));
-        }
-        status = member->call(*this, argument.value());
-        const HRESULT stored = argument.storeChanged(locale);
-        if (SUCCEEDED(status) && FAILED(stored)) return badCall(stored, *member, detailOf(stored));
-    }
-    return FAILED(status) ? asDispatchException(status, exception) : S_OK;
+    return guarded([&] {
+        const OwnTypes &own = OwnTypes::get();
+        if (FAILED(own.status)) return own.status;
+        return invokeLateBound(*own.members, static_cast<::_clsMPU *>(this), {identifier, locale, flags}, *parameters,
+                               result, exception, badArgument);
+    });
 }
 
 } // namespace kx3::com

@@ -3,7 +3,7 @@
 
 #include "com/com_ptr.h"
 #include "com/host_thread.h"
-#include "com/module.h"
+#include "com/server.h"
 
 #include <atomic>
 #include <kx3mpu6_idl.h>

@@ -47,7 +47,7 @@ using Bstr = std::unique_ptr<OLECHAR, BstrFreer>;
 /// A variant that clears what it holds.
 class OwnedVariant {
   public:
-    OwnedVariant() noexcept { ::VariantInit(&value_); }
+    OwnedVariant() noexcept = default;
     ~OwnedVariant() { ::VariantClear(&value_); }
     OwnedVariant(const OwnedVariant &) = delete;
     OwnedVariant &operator=(const OwnedVariant &) = delete;
@@ -58,7 +58,7 @@ class OwnedVariant {
     const VARIANT *operator->() const noexcept { return &value_; }
 
   private:
-    VARIANT value_;
+    VARIANT value_{};
 };
 
 } // namespace kx3::com

@@ -13,9 +13,9 @@ namespace {
 
 constexpr std::u16string_view className = u"SessionHost";
 constexpr const wchar_t *operationNames[] = {
-    L"EndOperation",  L"SetVcc",      L"SetGndPin",   L"PowerStep",          L"SignalPass",  L"SignalFail",
-    L"StartCheck",    L"Delay",       L"PollStatus",  L"ReportStartFailure", L"PrepareChip", L"PrepareDevice32f",
-    L"PrepareDevice", L"CompareWord", L"CompareByte", L"AlgorithmLoaded"};
+#define KX3_OPERATION(name, result, parameters, arguments) L"" #name,
+#include "outside/session_host_operations.inc"
+};
 
 /// "name: detail", the form of all messages about a call.
 [[noreturn]] void raiseAbout(ErrorNumber number, const wchar_t *operation, std::u16string_view detail) {
@@ -87,15 +87,31 @@ VARIANTARG byReference(Long &value) noexcept {
     return argument;
 }
 
-/// `result` as a 32-bit number; an empty one is 0.
-Long toLong(OwnedVariant &result, const wchar_t *operation) {
+/// A call's own variables, as the late-bound call takes them: by reference, the last one first.
+template <class... Arguments> std::array<VARIANTARG, sizeof...(Arguments)> asVariables(Arguments &...arguments) {
+    std::array<VARIANTARG, sizeof...(Arguments)> variables{byReference(arguments)...};
+    std::reverse(variables.begin(), variables.end());
+    return variables;
+}
+
+bool isFalse(const OwnedVariant &result) noexcept {
+    return V_VT(result.get()) == VT_BOOL && V_BOOL(result.get()) == VARIANT_FALSE;
+}
+
+// What each kind of result in the list of operations makes of the variant that came back; an empty one is 0.
+void resultAs_void(OwnedVariant & /*result*/, const wchar_t * /*operation*/) noexcept {}
+bool resultAs_bool(OwnedVariant &result, const wchar_t * /*operation*/) noexcept { return !isFalse(result); }
+Long resultAs_Long(OwnedVariant &result, const wchar_t *operation) {
     if (V_VT(result.get()) == VT_I4) return V_I4(result.get());
     const HRESULT status = ::VariantChangeType(result.get(), result.get(), 0, VT_I4);
     if (FAILED(status)) raiseAbout(numberOf(status), operation, standardDescription(numberOf(status)));
     return V_I4(result.get());
 }
-
-constexpr Long trueAsByte = 255;
+Long resultAs_ByteResult(OwnedVariant &result, const wchar_t *operation) {
+    constexpr Long trueAsByte = 255;
+    if (V_VT(result.get()) == VT_BOOL) return isFalse(result) ? 0 : trueAsByte;
+    return resultAs_Long(result, operation);
+}
 
 } // namespace
 
@@ -119,7 +135,6 @@ void DispatchSessionHost::disconnect() noexcept { host_.reset(); }
 void DispatchSessionHost::abandon() noexcept { (void)host_.release(); }
 
 DISPID DispatchSessionHost::identifierOf(Operation operation) {
-    static_assert(std::size(operationNames) == static_cast<std::size_t>(Operation::count));
     DISPID &known = identifiers_[static_cast<std::size_t>(operation)];
     if (known == DISPID_UNKNOWN) {
         const wchar_t *name = operationNames[static_cast<std::size_t>(operation)];
@@ -133,15 +148,10 @@ DISPID DispatchSessionHost::identifierOf(Operation operation) {
     return known;
 }
 
-template <class... Arguments>
-void DispatchSessionHost::call(Operation operation, OwnedVariant &result, Arguments... arguments) {
+void DispatchSessionHost::call(Operation operation, std::span<VARIANTARG> arguments, OwnedVariant &result) {
     if (!host_) connect();
     const DISPID identifier = identifierOf(operation);
-    // `arguments` are this call's own variables. The last one stands first.
-    constexpr std::size_t count = sizeof...(Arguments);
-    std::array<VARIANTARG, count + 1> references{byReference(arguments)...};
-    std::reverse(references.begin(), references.begin() + count);
-    DISPPARAMS parameters{references.data(), nullptr, count, 0};
+    DISPPARAMS parameters{arguments.data(), nullptr, static_cast<UINT>(arguments.size()), 0};
     CallException exception;
     // The host's object must live while it runs, whatever it lets happen here meanwhile.
     const ComPtr<IDispatch> host = addReference(host_.get());
@@ -151,53 +161,13 @@ void DispatchSessionHost::call(Operation operation, OwnedVariant &result, Argume
     if ((V_VT(result.get()) & VT_BYREF) != 0) ::VariantCopyInd(result.get(), result.get());
 }
 
-template <class... Arguments> void DispatchSessionHost::callWithoutResult(Operation operation, Arguments... arguments) {
-    OwnedVariant ignored;
-    call(operation, ignored, arguments...);
-}
-
-template <class... Arguments> Long DispatchSessionHost::callForByte(Operation operation, Arguments... arguments) {
-    OwnedVariant result;
-    call(operation, result, arguments...);
-    if (V_VT(result.get()) == VT_BOOL) return V_BOOL(result.get()) == VARIANT_FALSE ? 0 : trueAsByte;
-    return toLong(result, operationNames[static_cast<std::size_t>(operation)]);
-}
-
-template <class... Arguments> Long DispatchSessionHost::callForLong(Operation operation, Arguments... arguments) {
-    OwnedVariant result;
-    call(operation, result, arguments...);
-    return toLong(result, operationNames[static_cast<std::size_t>(operation)]);
-}
-
-void DispatchSessionHost::EndOperation() { callWithoutResult(Operation::EndOperation); }
-void DispatchSessionHost::SetVcc(Long millivolts) { callWithoutResult(Operation::SetVcc, millivolts); }
-void DispatchSessionHost::SetGndPin(Byte pin, Byte state) { callWithoutResult(Operation::SetGndPin, pin, state); }
-void DispatchSessionHost::PowerStep(Long step) { callWithoutResult(Operation::PowerStep, step); }
-void DispatchSessionHost::SignalPass(Long value) { callWithoutResult(Operation::SignalPass, value); }
-void DispatchSessionHost::SignalFail(Long value) { callWithoutResult(Operation::SignalFail, value); }
-Long DispatchSessionHost::StartCheck() { return callForByte(Operation::StartCheck); }
-void DispatchSessionHost::Delay(Long milliseconds) { callWithoutResult(Operation::Delay, milliseconds); }
-void DispatchSessionHost::ReportStartFailure() { callWithoutResult(Operation::ReportStartFailure); }
-void DispatchSessionHost::AlgorithmLoaded(Long length) { callWithoutResult(Operation::AlgorithmLoaded, length); }
-
-bool DispatchSessionHost::PollStatus(Long request) {
-    OwnedVariant result;
-    call(Operation::PollStatus, result, request);
-    return V_VT(result.get()) != VT_BOOL || V_BOOL(result.get()) != VARIANT_FALSE;
-}
-
-Long DispatchSessionHost::PrepareChip(Byte figmode) { return callForByte(Operation::PrepareChip, figmode); }
-Long DispatchSessionHost::PrepareDevice32f(Byte figmode, Byte zero) {
-    return callForByte(Operation::PrepareDevice32f, figmode, zero);
-}
-Long DispatchSessionHost::PrepareDevice(Byte figmode, Byte zero) {
-    return callForByte(Operation::PrepareDevice, figmode, zero);
-}
-Long DispatchSessionHost::CompareWord(Byte low, Byte high, Long address, Long mode, Long mask) {
-    return callForLong(Operation::CompareWord, low, high, address, mode, mask);
-}
-Long DispatchSessionHost::CompareByte(Byte data, Long address, Long mode) {
-    return callForLong(Operation::CompareByte, data, address, mode);
-}
+#define KX3_OPERATION(name, result, parameters, arguments)                                                             \
+    result DispatchSessionHost::name parameters {                                                                      \
+        auto variables = asVariables arguments;                                                                        \
+        OwnedVariant returned;                                                                                         \
+        call(Operation::name, variables, returned);                                                                    \
+        return resultAs_##result(returned, L"" #name);                                                                 \
+    }
+#include "outside/session_host_operations.inc"
 
 } // namespace kx3::com

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstddef>
+#include <span>
 
 namespace kx3::com {
 
@@ -25,52 +26,21 @@ class DispatchSessionHost final : public SessionHost {
     /// The same without a call: COM may no longer be there to make it.
     void abandon() noexcept;
 
-    void EndOperation() override;
-    void SetVcc(Long millivolts) override;
-    void SetGndPin(Byte pin, Byte state) override;
-    void PowerStep(Long step) override;
-    void SignalPass(Long value) override;
-    void SignalFail(Long value) override;
-    Long StartCheck() override;
-    void Delay(Long milliseconds) override;
-    bool PollStatus(Long request) override;
-    void ReportStartFailure() override;
-    Long PrepareChip(Byte figmode) override;
-    Long PrepareDevice32f(Byte figmode, Byte zero) override;
-    Long PrepareDevice(Byte figmode, Byte zero) override;
-    Long CompareWord(Byte low, Byte high, Long address, Long mode, Long mask) override;
-    Long CompareByte(Byte data, Long address, Long mode) override;
-    void AlgorithmLoaded(Long length) override;
+#define KX3_OPERATION(name, result, parameters, arguments) result name parameters override;
+#include "outside/session_host_operations.inc"
 
   private:
     /// The operations in the order of the host's class.
     enum class Operation : std::size_t {
-        EndOperation,
-        SetVcc,
-        SetGndPin,
-        PowerStep,
-        SignalPass,
-        SignalFail,
-        StartCheck,
-        Delay,
-        PollStatus,
-        ReportStartFailure,
-        PrepareChip,
-        PrepareDevice32f,
-        PrepareDevice,
-        CompareWord,
-        CompareByte,
-        AlgorithmLoaded,
+#define KX3_OPERATION(name, result, parameters, arguments) name,
+#include "outside/session_host_operations.inc"
         count
     };
 
     void connect();
     [[nodiscard]] DISPID identifierOf(Operation operation);
-    template <class... Arguments> void call(Operation operation, OwnedVariant &result, Arguments... arguments);
-    template <class... Arguments> void callWithoutResult(Operation operation, Arguments... arguments);
-    /// A result that the callers turn into a byte.
-    template <class... Arguments> [[nodiscard]] Long callForByte(Operation operation, Arguments... arguments);
-    template <class... Arguments> [[nodiscard]] Long callForLong(Operation operation, Arguments... arguments);
+    /// Make one call; `arguments` refer to its own variables, the last one first.
+    void call(Operation operation, std::span<VARIANTARG> arguments, OwnedVariant &result);
 
     ComPtr<IDispatch> host_;
     std::array<DISPID, static_cast<std::size_t>(Operation::count)> identifiers_{};

@@ -36,16 +36,4 @@ HRESULT fail(HRESULT status, std::u16string_view description) noexcept {
 
 HRESULT fail(const Failure &failure) noexcept { return fail(statusOf(failure.number), failure.description); }
 
-HRESULT asDispatchException(HRESULT status, EXCEPINFO *exception) noexcept {
-    if (exception == nullptr) return DISP_E_EXCEPTION;
-    *exception = {};
-    exception->scode = status;
-    ComPtr<IErrorInfo> info;
-    if (::GetErrorInfo(0, receive(info)) == S_OK) {
-        info->GetSource(&exception->bstrSource);
-        info->GetDescription(&exception->bstrDescription);
-    }
-    return DISP_E_EXCEPTION;
-}
-
 } // namespace kx3::com

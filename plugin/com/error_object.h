@@ -6,8 +6,6 @@
 #include <string_view>
 #include <windows.h>
 
-#include <oaidl.h>
-
 namespace kx3::com {
 
 /// The status of an automation run-time error: facility "control", the error number as code.
@@ -20,10 +18,6 @@ namespace kx3::com {
 HRESULT fail(HRESULT status, std::u16string_view description) noexcept;
 /// The same for an error of the engine.
 HRESULT fail(const Failure &failure) noexcept;
-
-/// Move the thread's current error object into `exception` (which may be null: the object stays
-/// then); `status` is the failed call's. Returns what a late-bound call answers.
-HRESULT asDispatchException(HRESULT status, EXCEPINFO *exception) noexcept;
 
 /// The one wall between exceptions and the outside: `body`'s status, or the failure that ended it.
 template <class Body> HRESULT guarded(Body body) noexcept {

@@ -1,10 +1,13 @@
 #include "com/host_thread.h"
 
-#include "com/win32_ui.h"
 #include "doorstep/programmer_libraries.h"
 #include "doorstep/system_clock.h"
+#include "platform/win32/wide.h"
+#include "win32/form_dialog.h"
+#include "win32/message_queue.h"
 
 #include <new>
+#include <string>
 
 namespace kx3::com {
 
@@ -19,6 +22,36 @@ class Exclusive {
 
   private:
     SRWLOCK &lock_;
+};
+
+static_assert(messageBoxOkOnly == MB_OK && messageBoxInformation == MB_ICONINFORMATION);
+static_assert(messageBoxOkCancelQuestion == (MB_OKCANCEL | MB_ICONQUESTION));
+static_assert(messageBoxAbortRetryIgnoreExclamation == (MB_ABORTRETRYIGNORE | MB_ICONEXCLAMATION));
+static_assert(int{IDOK} == 1 && int{IDCANCEL} == 2 && int{IDABORT} == 3 && int{IDRETRY} == 4 && int{IDIGNORE} == 5);
+
+/// A window whose messages never end must not keep an operation from going on.
+constexpr int mostMessagesPerYield = 1000;
+
+/// Message boxes, dialogs and the message loop of the host's thread.
+class Win32Ui final : public Ui {
+  public:
+    /// Modal for all windows of the thread, so that the host is not entered again meanwhile.
+    MessageBoxResult messageBox(std::u16string_view prompt, Long style,
+                                std::optional<std::u16string_view> title) override {
+        const std::u16string text(prompt);
+        const std::u16string caption(title.value_or(std::u16string_view()));
+        const int button = ::MessageBoxW(nullptr, platform::wide(text), title ? platform::wide(caption) : nullptr,
+                                         static_cast<UINT>(style) | MB_TASKMODAL);
+        if (button == 0) raise(ErrorNumber::outOfMemory, u"Out of memory: a message box could not be shown");
+        return static_cast<MessageBoxResult>(button);
+    }
+    void yield() override {
+        win32::QueuedMessage queued;
+        for (int i = 0; i < mostMessagesPerYield && win32::takeMessage(queued) && !win32::passOnQuit(queued); ++i)
+            win32::dispatch(queued);
+        ::Sleep(0);
+    }
+    void showModal(Form &form) override { win32::showModal(form); }
 };
 
 // A thread finds its state through a slot of the system: the compiler's own thread-local objects

@@ -7,8 +7,9 @@
 #include "platform/win32/wide.h"
 
 #include <algorithm>
-#include <array>
 #include <iterator>
+#include <type_traits>
+#include <utility>
 
 namespace kx3sim {
 
@@ -19,39 +20,22 @@ using kx3::ErrorNumber;
 using kx3::Integer;
 using kx3::com::OwnedVariant;
 
-/// Arguments of a call, in the order of the operation, each converted to what it is asked for.
-class Arguments {
-  public:
-    explicit Arguments(const DISPPARAMS &parameters) noexcept : parameters_(parameters) {}
-
-    [[nodiscard]] Long number(UINT index) const {
-        OwnedVariant converted;
-        convert(index, VT_I4, converted);
-        return V_I4(converted.get());
-    }
-    [[nodiscard]] Byte byte(UINT index) const {
-        OwnedVariant converted;
-        convert(index, VT_UI1, converted);
+/// What an argument must be for a parameter of type `Value`. Raises type mismatch.
+template <class Value> Value argumentAs(VARIANTARG &given) {
+    constexpr bool isText = std::is_same_v<Value, std::u16string>;
+    OwnedVariant plain;
+    OwnedVariant converted;
+    constexpr VARTYPE type = isText ? VT_BSTR : std::is_same_v<Value, Byte> ? VT_UI1 : VT_I4;
+    if (FAILED(::VariantCopyInd(plain.get(), &given)) ||
+        FAILED(::VariantChangeType(converted.get(), plain.get(), 0, type)))
+        kx3::raise(ErrorNumber::typeMismatch);
+    if constexpr (isText)
+        return std::u16string(kx3::platform::utf16({V_BSTR(converted.get()), ::SysStringLen(V_BSTR(converted.get()))}));
+    else if constexpr (type == VT_UI1)
         return V_UI1(converted.get());
-    }
-    [[nodiscard]] std::u16string text(UINT index) const {
-        OwnedVariant converted;
-        convert(index, VT_BSTR, converted);
-        const BSTR text = V_BSTR(converted.get());
-        return std::u16string(kx3::platform::utf16({text, ::SysStringLen(text)}));
-    }
-
-  private:
-    void convert(UINT index, VARTYPE type, OwnedVariant &converted) const {
-        VARIANTARG *given = &parameters_.rgvarg[parameters_.cArgs - 1 - index];
-        OwnedVariant plain;
-        if (FAILED(::VariantCopyInd(plain.get(), given)) ||
-            FAILED(::VariantChangeType(converted.get(), plain.get(), 0, type)))
-            kx3::raise(ErrorNumber::typeMismatch);
-    }
-
-    const DISPPARAMS &parameters_;
-};
+    else
+        return static_cast<Value>(V_I4(converted.get()));
+}
 
 void give(VARIANT &result, Long value) {
     V_VT(&result) = VT_I4;
@@ -62,44 +46,50 @@ void give(VARIANT &result, bool value) {
     V_BOOL(&result) = value ? VARIANT_TRUE : VARIANT_FALSE;
 }
 
-using Object = SessionHostObject;
+/// Call `member` of `object` with the arguments of a late-bound call, the last of which stands first.
+template <class Object, class Class, class Result, class... Parameters>
+void callMember(Object &object, Result (Class::*member)(Parameters...), VARIANTARG *arguments, VARIANT &result) {
+    [&]<std::size_t... Index>(std::index_sequence<Index...>) {
+        const auto called = [&] {
+            return (object.*member)(
+                argumentAs<std::remove_cvref_t<Parameters>>(arguments[sizeof...(Parameters) - 1 - Index])...);
+        };
+        if constexpr (std::is_void_v<Result>)
+            called();
+        else
+            give(result, called());
+    }
+    (std::index_sequence_for<Parameters...>());
+}
+
+template <class Result, class Class, class... Parameters> constexpr UINT countOf(Result (Class::*)(Parameters...)) {
+    return sizeof...(Parameters);
+}
+
 struct Operation {
     const wchar_t *name;
     UINT arguments;
-    void (*call)(Object &object, const Arguments &given, VARIANT &result);
+    void (*call)(SessionHostObject &object, VARIANTARG *arguments, VARIANT &result);
 };
 
+/// A row for an operation of the session host, and one for what only this object can do.
+template <auto member> constexpr Operation ofHost(const wchar_t *name) {
+    return {name, countOf(member), [](SessionHostObject &object, VARIANTARG *arguments, VARIANT &result) {
+                callMember(object.host(), member, arguments, result);
+            }};
+}
+template <auto member> constexpr Operation ofObject(const wchar_t *name) {
+    return {name, countOf(member), [](SessionHostObject &object, VARIANTARG *arguments, VARIANT &result) {
+                callMember(object, member, arguments, result);
+            }};
+}
+
 constexpr Operation operations[] = {
-    {L"EndOperation", 0, [](Object &o, const Arguments &, VARIANT &) { o.host().EndOperation(); }},
-    {L"SetVcc", 1, [](Object &o, const Arguments &a, VARIANT &) { o.host().SetVcc(a.number(0)); }},
-    {L"SetGndPin", 2, [](Object &o, const Arguments &a, VARIANT &) { o.host().SetGndPin(a.byte(0), a.byte(1)); }},
-    {L"PowerStep", 1, [](Object &o, const Arguments &a, VARIANT &) { o.host().PowerStep(a.number(0)); }},
-    {L"SignalPass", 1, [](Object &o, const Arguments &a, VARIANT &) { o.host().SignalPass(a.number(0)); }},
-    {L"SignalFail", 1, [](Object &o, const Arguments &a, VARIANT &) { o.host().SignalFail(a.number(0)); }},
-    {L"StartCheck", 0, [](Object &o, const Arguments &, VARIANT &r) { give(r, o.host().StartCheck()); }},
-    {L"Delay", 1, [](Object &o, const Arguments &a, VARIANT &) { o.host().Delay(a.number(0)); }},
-    {L"PollStatus", 1, [](Object &o, const Arguments &a, VARIANT &r) { give(r, o.host().PollStatus(a.number(0))); }},
-    {L"ReportStartFailure", 0, [](Object &o, const Arguments &, VARIANT &) { o.host().ReportStartFailure(); }},
-    {L"PrepareChip", 1, [](Object &o, const Arguments &a, VARIANT &r) { give(r, o.host().PrepareChip(a.byte(0))); }},
-    {L"PrepareDevice32f", 2,
-     [](Object &o, const Arguments &a, VARIANT &r) { give(r, o.host().PrepareDevice32f(a.byte(0), a.byte(1))); }},
-    {L"PrepareDevice", 2,
-     [](Object &o, const Arguments &a, VARIANT &r) { give(r, o.host().PrepareDevice(a.byte(0), a.byte(1))); }},
-    {L"CompareWord", 5,
-     [](Object &o, const Arguments &a, VARIANT &r) {
-         give(r, o.host().CompareWord(a.byte(0), a.byte(1), a.number(2), a.number(3), a.number(4)));
-     }},
-    {L"CompareByte", 3,
-     [](Object &o, const Arguments &a, VARIANT &r) {
-         give(r, o.host().CompareByte(a.byte(0), a.number(1), a.number(2)));
-     }},
-    {L"AlgorithmLoaded", 1, [](Object &o, const Arguments &a, VARIANT &) { o.host().AlgorithmLoaded(a.number(0)); }},
-    {L"Insert", 2, [](Object &o, const Arguments &a, VARIANT &) { o.insert(a.byte(0), a.byte(1)); }},
-    {L"Open", 3,
-     [](Object &o, const Arguments &a, VARIANT &) { o.open(static_cast<Integer>(a.number(0)), a.text(1), a.text(2)); }},
-    {L"Close", 0, [](Object &o, const Arguments &, VARIANT &) { o.close(); }},
-    {L"CarryOut", 1, [](Object &o, const Arguments &a, VARIANT &) { o.host().carryOut(a.number(0)); }},
-    {L"Passed", 0, [](Object &o, const Arguments &, VARIANT &r) { give(r, o.host().signal() == Signal::pass); }},
+#define KX3_OPERATION(name, result, parameters, arguments) ofHost<&kx3::SessionHost::name>(L"" #name),
+#include "outside/session_host_operations.inc"
+    ofObject<&SessionHostObject::insert>(L"Insert"), ofObject<&SessionHostObject::open>(L"Open"),
+    ofObject<&SessionHostObject::close>(L"Close"),   ofObject<&SessionHostObject::carryOut>(L"CarryOut"),
+    ofObject<&SessionHostObject::passed>(L"Passed"),
 };
 
 constexpr DISPID firstIdentifier = 1;
@@ -137,12 +127,12 @@ SessionHost &SessionHostObject::host() {
     return *host_;
 }
 
-void SessionHostObject::insert(Byte maker, Byte deviceCode) noexcept {
+void SessionHostObject::insert(Byte maker, Byte deviceCode) {
     maker_ = maker;
     deviceCode_ = deviceCode;
 }
 
-void SessionHostObject::open(Integer instance, std::u16string_view chipFile, std::u16string_view faults) {
+void SessionHostObject::open(Integer instance, const std::u16string &chipFile, const std::u16string &faults) {
     Options options;
     if (!chipFile.empty()) options.chipFile = std::filesystem::path(chipFile);
     options.faults = kx3::toUtf8(faults);
@@ -161,6 +151,10 @@ void SessionHostObject::close() {
     blocks_.UnmapDeviceBuffer();
     blocks_.UnmapSharedBlocks();
 }
+
+void SessionHostObject::carryOut(Long operation) { host().carryOut(operation); }
+
+bool SessionHostObject::passed() { return host().signal() == Signal::pass; }
 
 HRESULT SessionHostObject::QueryInterface(REFIID id, void **object) {
     if (object == nullptr) return E_POINTER;
@@ -199,7 +193,7 @@ HRESULT SessionHostObject::Invoke(DISPID member, REFIID, LCID, WORD, DISPPARAMS 
     if (parameters->cArgs != operation.arguments) return DISP_E_BADPARAMCOUNT;
     try {
         OwnedVariant value;
-        operation.call(*this, Arguments(*parameters), *value.get());
+        operation.call(*this, parameters->rgvarg, *value.get());
         if (result != nullptr) *result = *value.get(); // a scalar
         return S_OK;
     } catch (...) {

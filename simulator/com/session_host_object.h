@@ -1,8 +1,8 @@
 // The session host as a COM object for late-bound callers.
 #pragma once
 
-#include "com/com_ptr.h"
 #include "blocks/sharemap.h"
+#include "com/com_ptr.h"
 #include "simulator/session_host.h"
 
 #include <optional>
@@ -37,9 +37,11 @@ class SessionHostObject final : public IDispatch {
 
     /// The session host; raises "object not set" before Open.
     [[nodiscard]] SessionHost &host();
-    void insert(kx3::Byte maker, kx3::Byte deviceCode) noexcept;
-    void open(kx3::Integer instance, std::u16string_view chipFile, std::u16string_view faults);
+    void insert(kx3::Byte maker, kx3::Byte deviceCode);
+    void open(kx3::Integer instance, const std::u16string &chipFile, const std::u16string &faults);
     void close();
+    void carryOut(kx3::Long operation);
+    [[nodiscard]] bool passed();
 
   private:
     kx3::sharemap blocks_;

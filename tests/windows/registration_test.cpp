@@ -1,5 +1,10 @@
 // The library's entries in the registry, and objects made through them.
 
+#include <windows.h>
+
+#include <initguid.h>
+#include <kx3mpu6_idl.h>
+
 #include "windows/host.h"
 
 #include <gtest/gtest.h>
