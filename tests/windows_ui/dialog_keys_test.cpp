@@ -34,34 +34,32 @@ class DialogKeys : public EditorTest {
     }
 };
 
-/// What a person sees of a field.
-std::u16string stateOf(const Control &field) { return std::u16string(field.text()) + (field.checked() ? u"1" : u"0"); }
+/// The key that changes a field, or nothing for what is no field.
+WPARAM keyFor(const Control &control) {
+    if (control.kind() == ControlKind::checkBox) return VK_SPACE;
+    if (control.kind() == ControlKind::comboBox) return control.listIndex() == 0 ? VK_DOWN : VK_UP;
+    return control.kind() == ControlKind::textBox ? VK_BACK : 0;
+}
 
 TEST_F(DialogKeys, EveryFieldIsReachedByTabAndChangedByAKey) {
     for (const Byte mode : std::initializer_list<Byte>{1, 12, 15, 64})
         work(mode, [](Form &form) {
             std::vector<Step> steps;
-            // A field that another one enables is met only then.
             for (const Control &control : form.controls()) {
-                const bool isField = control.kind() == ControlKind::checkBox ||
-                                     control.kind() == ControlKind::comboBox || control.kind() == ControlKind::textBox;
-                if (!isField || !form.isShown(control)) continue;
-                const auto before = std::make_shared<std::u16string>();
-                steps.emplace_back([&form, &control, before](HWND dialog) {
+                if (keyFor(control) == 0 || !form.isShown(control)) continue;
+                const auto before = std::make_shared<std::pair<Long, bool>>();
+                const auto stateOf = [&control] { return std::pair(control.listIndex(), control.checked()); };
+                // A field that another one enables is met only then.
+                steps.emplace_back([=, &form, &control](HWND dialog) {
                     if (!form.isEnabled(control)) return;
                     EXPECT_EQ(form.focus(), &control) << control.name() << ' ' << control.index();
-                    *before = stateOf(control);
-                    if (control.kind() == ControlKind::textBox) return character(L'a')(dialog);
-                    const bool isFirst = control.kind() == ControlKind::comboBox && control.listIndex() == 0;
-                    const WPARAM pressed = control.kind() == ControlKind::checkBox ? VK_SPACE
-                                           : isFirst                               ? VK_DOWN
-                                                                                   : VK_UP;
-                    key(pressed)(dialog);
-                    post(WM_KEYUP, pressed, static_cast<LPARAM>(0xC0000001))(dialog);
+                    *before = stateOf();
+                    key(keyFor(control))(dialog);
+                    post(WM_KEYUP, keyFor(control), static_cast<LPARAM>(0xC0000001))(dialog);
                 });
-                steps.emplace_back([&form, &control, before](HWND dialog) {
+                steps.emplace_back([=, &form, &control](HWND dialog) {
                     if (!form.isEnabled(control)) return;
-                    EXPECT_NE(stateOf(control), *before) << control.name() << ' ' << control.index();
+                    EXPECT_EQ(stateOf() == *before, control.kind() == ControlKind::textBox) << control.name();
                     key(VK_TAB)(dialog);
                 });
             }
@@ -84,10 +82,19 @@ TEST_F(DialogKeys, EnterIsOkAndEscapeCancelAndTheFrameLeaveTheBytes) {
     }
 }
 
-TEST_F(DialogKeys, ATextBoxShowsWhatTheModelMakesOfEachWayToEnter) {
+TEST_F(DialogKeys, ATextBoxShowsWhatTheModelMakesOfEachWayToEnterAndThatItIsRefused) {
     const auto setText = [](HWND) { ::SetWindowTextW(::GetFocus(), L"89ABCDEF"); };
     const auto replace = [](HWND) {
-        ::SendMessageW(::GetFocus(), EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(L"76"));
+        ::SendMessageW(::GetFocus(), EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(L"7 "));
+    };
+    const auto refused = [](bool expected) {
+        return [=](HWND dialog) {
+            HWND message = ::FindWindowExW(dialog, nullptr, L"STATIC", L"BL_CONFIG: 8 hexadecimal digits are needed");
+            EXPECT_EQ(message != nullptr && ::IsWindowVisible(message) != FALSE, expected);
+            HWND mark = ::GetWindow(::GetFocus(), GW_HWNDNEXT);
+            EXPECT_EQ(textOf(mark), win32::refusalMark) << "the focus is back";
+            EXPECT_EQ(::IsWindowVisible(mark) != FALSE, expected);
+        };
     };
     const std::pair<Step, const char16_t *> typed[] = {
         {select(0, 1), u"11111111"},    {character(L'g'), u"11111111"}, {character(L'\b'), u"11111111"},
@@ -97,7 +104,8 @@ TEST_F(DialogKeys, ATextBoxShowsWhatTheModelMakesOfEachWayToEnter) {
         {post(WM_CUT), u"F1b1111c"},    {post(WM_UNDO), u"F1b1111c"},   {post(WM_CLEAR), u"F1b1111c"},
         {select(0, -1), u"F1b1111c"},   {character(22), u"01234567"},   {select(2, 4), u"01234567"},
         {post(WM_PASTE), u"01014567"},  {setText, u"89ABCDEF"},         {select(0, 2), u"89ABCDEF"},
-        {replace, u"76ABCDEF"},
+        {replace, u"7 ABCDEF"},         {key(VK_RETURN), u"7 ABCDEF"},  {refused(true), u"7 ABCDEF"},
+        {select(1, 1), u"7 ABCDEF"},    {character(L'6'), u"76ABCDEF"}, {refused(false), u"76ABCDEF"},
     };
     clipboard(L"01234567\r\n89");
     work(64, [&](Form &form) {
@@ -113,30 +121,6 @@ TEST_F(DialogKeys, ATextBoxShowsWhatTheModelMakesOfEachWayToEnter) {
         return steps;
     });
     EXPECT_EQ(peek(2048 - 40, 4), (std::vector<int>{0xEF, 0xCD, 0xAB, 0x76}));
-}
-
-TEST_F(DialogKeys, ARefusedBoxIsMarkedExplainedAndFocused) {
-    const auto shown = [](HWND dialog, const wchar_t *text) {
-        HWND found = ::FindWindowExW(dialog, nullptr, L"STATIC", text);
-        return found != nullptr && ::IsWindowVisible(found) != FALSE;
-    };
-    const wchar_t *message = L"BL_CONFIG: 8 hexadecimal digits are needed";
-    clipboard(L"12 45678");
-    work(64, [&](Form &form) {
-        const auto look = [&](bool refused) {
-            return [&form, &shown, message, refused](HWND dialog) {
-                HWND box = ::GetFocus();
-                EXPECT_EQ(classOf(box), L"Edit") << "the focus is back";
-                EXPECT_EQ(shown(dialog, message), refused) << toUtf8(form.message());
-                HWND mark = ::GetWindow(box, GW_HWNDNEXT);
-                EXPECT_EQ(textOf(mark), win32::refusalMark);
-                EXPECT_EQ(::IsWindowVisible(mark) != FALSE, refused);
-            };
-        };
-        return std::vector<Step>{select(0, -1), character(22),   key(VK_TAB), key(VK_RETURN), look(true),
-                                 select(2, 2),  character(L'0'), look(false), key(VK_RETURN)};
-    });
-    EXPECT_EQ(peek(2048 - 40, 4), (std::vector<int>{0x78, 0x56, 0x04, 0x12}));
 }
 
 } // namespace

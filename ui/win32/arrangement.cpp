@@ -224,8 +224,8 @@ class Arranger {
             cell.right = cell.left + label;
         } else if (row.part == CellPart::field && label > 0) {
             cell.left += label + labelGap_;
-            const LONG left = cell.left - markWidth_ - metrics_.scaled(labelGap) / 2;
-            result_.marks[row.control->position()] = {left, cell.top, left + markWidth_, cell.bottom};
+            const LONG right = cell.left - metrics_.scaled(labelGap) / 2;
+            result_.marks[row.control->position()] = {right - markWidth_, cell.top, right, cell.bottom};
         }
         result_.places[row.control->position()] = cell;
     }

@@ -195,24 +195,15 @@ bool FormDialog::handle(UINT message, WPARAM wide, LPARAM /*parameter*/) {
 
 void FormDialog::command(const Item &item, WORD notification) {
     const Control &control = *item.control;
-    switch (control.kind()) {
-    case ControlKind::comboBox:
-        if (notification == CBN_SELCHANGE || notification == CBN_CLOSEUP)
-            form_.choose(control, static_cast<Long>(::SendMessageW(item.window, CB_GETCURSEL, 0, 0)));
-        if (notification == CBN_SETFOCUS) form_.setFocus(control);
-        break;
-    case ControlKind::textBox:
-        if (notification == EN_CHANGE) item.box->show(); // not by the model
-        if (notification == EN_SETFOCUS) form_.setFocus(control);
-        break;
-    case ControlKind::checkBox:
-    case ControlKind::commandButton:
-        if (notification == BN_CLICKED) form_.click(control);
-        if (notification == BN_SETFOCUS) form_.setFocus(control);
-        break;
-    case ControlKind::frame:
-    case ControlKind::label: break;
-    }
+    const bool isList = control.kind() == ControlKind::comboBox;
+    if (notification == (isList ? CBN_SETFOCUS : item.box ? EN_SETFOCUS : BN_SETFOCUS))
+        form_.setFocus(control);
+    else if (isList && (notification == CBN_SELCHANGE || notification == CBN_CLOSEUP))
+        form_.choose(control, static_cast<Long>(::SendMessageW(item.window, CB_GETCURSEL, 0, 0)));
+    else if (item.box && notification == EN_CHANGE)
+        item.box->show(); // it was not the model that has changed it
+    else if (!isList && !item.box && notification == BN_CLICKED)
+        form_.click(control);
     refresh();
 }
 
@@ -259,20 +250,20 @@ void FormDialog::fillList(const Item &item) const {
         ::SendMessageW(item.window, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(platform::wide(drawnText(text))));
 }
 
+/// What a list takes below its field when it is opened; 0 for what is no list.
+int FormDialog::listHeight(const Item &item) const {
+    if (item.control->kind() != ControlKind::comboBox) return 0;
+    const auto lines = std::min(static_cast<int>(item.control->items().size()), longestDrop);
+    return lines * static_cast<int>(::SendMessageW(item.window, CB_GETITEMHEIGHT, 0, 0)) + metrics_.scaled(2);
+}
+
 void FormDialog::placeControls(const Arrangement &arrangement) const {
     for (const Item &item : items_) {
         const bool shown = form_.isShown(*item.control);
         if (!shown) leave(item.window);
         const std::size_t position = item.control->position();
         const RECT &place = arrangement.places[position];
-        if (item.control->kind() == ControlKind::comboBox) {
-            // The height of a list is that of its opened state.
-            const auto lines = std::min(static_cast<int>(item.control->items().size()), longestDrop);
-            const auto line = static_cast<int>(::SendMessageW(item.window, CB_GETITEMHEIGHT, 0, 0));
-            move(item.window, place, fieldHeight_ + lines * line + metrics_.scaled(2));
-        } else {
-            move(item.window, place);
-        }
+        move(item.window, place, place.bottom - place.top + listHeight(item));
         if (item.mark != nullptr) move(item.mark, arrangement.marks[position]);
         setShown(item.window, shown);
     }
@@ -289,22 +280,14 @@ void FormDialog::showState(const Item &item) const {
     const bool enabled = form_.isEnabled(control);
     if (!enabled) leave(item.window);
     ::EnableWindow(item.window, enabled ? TRUE : FALSE);
-    switch (control.kind()) {
-    case ControlKind::comboBox:
-        if (::SendMessageW(item.window, CB_GETCURSEL, 0, 0) != control.listIndex())
-            ::SendMessageW(item.window, CB_SETCURSEL, static_cast<WPARAM>(control.listIndex()), 0);
-        break;
-    case ControlKind::checkBox:
+    if (control.kind() == ControlKind::checkBox)
         ::SendMessageW(item.window, BM_SETCHECK, control.checked() ? BST_CHECKED : BST_UNCHECKED, 0);
-        break;
-    case ControlKind::textBox:
-        item.box->show();
-        setShown(item.mark, control.marked() && form_.isShown(control));
-        break;
-    case ControlKind::frame:
-    case ControlKind::label:
-    case ControlKind::commandButton: break;
-    }
+    if (control.kind() == ControlKind::comboBox &&
+        ::SendMessageW(item.window, CB_GETCURSEL, 0, 0) != control.listIndex())
+        ::SendMessageW(item.window, CB_SETCURSEL, static_cast<WPARAM>(control.listIndex()), 0);
+    if (!item.box) return;
+    item.box->show();
+    setShown(item.mark, control.marked() && form_.isShown(control));
 }
 
 void FormDialog::giveFocus(HWND window) const noexcept {

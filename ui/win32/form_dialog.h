@@ -66,6 +66,7 @@ class FormDialog {
     void createItem(const Control &control);
     HWND createChild(const ChildClass &kind, int id);
     void fillList(const Item &item) const;
+    [[nodiscard]] int listHeight(const Item &item) const;
     [[nodiscard]] int idOf(const Control &control) const noexcept;
 
     void refresh();
