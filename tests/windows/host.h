@@ -1,18 +1,11 @@
 // A host of the plug-in, as small as tests need it.
 #pragma once
 
-#include "base/types.h"
 #include "com/com_ptr.h"
 #include "platform/win32/unique_handle.h"
 
-#include <array>
-#include <atomic>
-#include <functional>
 #include <kx3mpu6_idl.h>
 #include <string>
-#include <thread>
-#include <utility>
-#include <vector>
 
 namespace kx3::test {
 
@@ -38,16 +31,19 @@ template <class Interface> com::ComPtr<Interface> createByName(const wchar_t *pr
     return made;
 }
 
-/// The plug-in's file, loaded by hand.
-class LoadedPlugin {
+/// A library of the build, loaded by hand: the plug-in, when no other is named.
+class Library {
   public:
-    LoadedPlugin() : module_(::LoadLibraryW(L"kx3mpu6.dll")) {}
+    explicit Library(const wchar_t *file = L"kx3mpu6.dll") : module_(::LoadLibraryW(file)) {}
 
-    template <class Function> [[nodiscard]] Function *function(const char *name) const {
-        return reinterpret_cast<Function *>(reinterpret_cast<void *>(::GetProcAddress(module_.get(), name)));
+    /// Call one of its functions.
+    template <class... Values> HRESULT call(const char *name, Values... values) const {
+        auto *function = reinterpret_cast<HRESULT WINAPI (*)(Values...)>(
+            reinterpret_cast<void *>(::GetProcAddress(module_.get(), name)));
+        return function == nullptr ? E_FAIL : function(values...);
     }
-    [[nodiscard]] HRESULT getClassObject(REFCLSID classId, REFIID id, void **object) const {
-        return function<HRESULT WINAPI(REFCLSID, REFIID, void **)>("DllGetClassObject")(classId, id, object);
+    [[nodiscard]] HRESULT getClassObject(const CLSID &classId, const IID &id, void **object) const {
+        return call("DllGetClassObject", &classId, &id, object);
     }
     [[nodiscard]] com::ComPtr<IClassFactory> factory() const {
         com::ComPtr<IClassFactory> made;
@@ -59,8 +55,12 @@ class LoadedPlugin {
         factory()->CreateInstance(nullptr, __uuidof(::_clsMPU), com::receive(made));
         return made;
     }
-    [[nodiscard]] bool canUnload() const { return function<HRESULT WINAPI()>("DllCanUnloadNow")() == S_OK; }
-    [[nodiscard]] HMODULE get() const { return module_.get(); }
+    [[nodiscard]] bool canUnload() const { return call("DllCanUnloadNow") == S_OK; }
+    [[nodiscard]] std::wstring path() const {
+        std::wstring path(MAX_PATH, L'\0');
+        path.resize(::GetModuleFileNameW(module_.get(), path.data(), MAX_PATH));
+        return path;
+    }
 
   private:
     platform::UniqueModule module_;
@@ -94,45 +94,5 @@ class HostBlock {
     if (::GetErrorInfo(0, com::receive(info)) == S_OK) info->GetDescription(com::receive(text));
     return text ? text.get() : L"";
 }
-
-/// Presses `buttons` in turn, then OK, on the message boxes of the process and keeps their texts, as
-/// long as it lives.
-class BoxPresser {
-  public:
-    explicit BoxPresser(std::vector<int> buttons = {})
-        : buttons_(std::move(buttons)), thread_([this](const std::stop_token &stop) { watch(stop); }) {}
-    ~BoxPresser() {
-        thread_.request_stop();
-        thread_.join();
-    }
-    BoxPresser(const BoxPresser &) = delete;
-    BoxPresser &operator=(const BoxPresser &) = delete;
-
-    /// Texts of the boxes so far; call when no box can be open.
-    [[nodiscard]] const std::vector<std::wstring> &texts() const { return texts_; }
-
-  private:
-    static constexpr int textControl = 0xFFFF;
-
-    void watch(const std::stop_token &stop) {
-        while (!stop.stop_requested()) {
-            if (const HWND box = ::FindWindowW(L"#32770", nullptr); box != nullptr && box != last_) press(box);
-            ::Sleep(1);
-        }
-    }
-    void press(HWND box) {
-        std::array<wchar_t, 512> text{};
-        if (::GetDlgItemTextW(box, textControl, text.data(), static_cast<int>(text.size())) == 0) return;
-        const int button = texts_.size() < buttons_.size() ? buttons_[texts_.size()] : IDOK;
-        texts_.emplace_back(text.data());
-        last_ = box;
-        ::PostMessageW(box, WM_COMMAND, static_cast<WPARAM>(button), 0);
-    }
-
-    std::vector<int> buttons_;
-    std::vector<std::wstring> texts_;
-    HWND last_ = nullptr;
-    std::jthread thread_;
-};
 
 } // namespace kx3::test

@@ -7,7 +7,7 @@
 #include "platform/system.h"
 #include "platform/win32/unique_handle.h"
 #include "platform/win32/wide.h"
-#include "windows/failure_of.h"
+#include "windows/suite.h"
 
 #include <cstring>
 #include <filesystem>
