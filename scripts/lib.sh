@@ -23,6 +23,29 @@ source_files() {
     fi
 }
 
+# Sum of an attribute over all elements of that name in GoogleTest's result files, one to a line.
+result_sum() { # ELEMENT ATTRIBUTE FILE...
+    local element=$1 attribute=$2
+    shift 2
+    echo $(($(sed -n 's/^ *<'"$element"' .* '"$attribute"'="\([0-9]\{1,\}\)".*/\1/p' "$@" | paste -sd+) + 0))
+}
+
+# Prints how many tests a ctest run had, how many failed and how many were left out, by its JUnit file. A
+# program of many cases is one test for ctest; its cases count, as its GoogleTest result file tells them.
+ctest_counts() { # JUNIT [RESULT FILE OF A PROGRAM...]
+    local junit=$1 programs failed_programs
+    shift
+    [ -e "${1:-}" ] || set -- # a pattern that matched no file
+    programs=$#
+    [ $# -gt 0 ] || set -- /dev/null
+    # An attribute of the testsuite element, which ctest writes one to a line.
+    of_ctest() { sed -n '/<testcase/q;s/^[[:space:]]*'"$1"'="\([0-9]\{1,\}\)".*/\1/p' "$junit"; }
+    failed_programs=$(grep -lE '^<testsuites .*failures="[1-9]' "$@" | wc -l)
+    echo $(($(of_ctest tests) - programs + $(result_sum testsuites tests "$@"))) \
+        $(($(of_ctest failures) - failed_programs + $(result_sum testsuites failures "$@"))) \
+        $(($(of_ctest disabled) + $(of_ctest skipped) + $(result_sum testsuite skipped "$@")))
+}
+
 # Let the programs of $WINEPREFIX draw their windows by a driver: "null" keeps them in memory, so that no
 # screen is needed; "x11" takes the display.
 draw_windows_by() {

@@ -65,17 +65,14 @@ prepare_wine() {
 run_unit_tests() {
     announce "unit tests"
     local junit=$logs/windows.xml tests failures left_out status=0
-    rm -f "$junit"
+    rm -rf "$junit" build/windows/test-results
     ctest --preset windows -j 1 --output-junit "$junit" >"$logs/windows-tests.log" 2>&1 || status=$?
     [ -s "$junit" ] || {
         tail -n 40 "$logs/windows-tests.log"
         fail "unit tests: no result file"
         return
     }
-    count() { sed -n '/<testcase/q;s/^[[:space:]]*'"$1"'="\([0-9]\{1,\}\)".*/\1/p' "$junit"; }
-    tests=$(count tests)
-    failures=$(count failures)
-    left_out=$(($(count disabled) + $(count skipped)))
+    read -r tests failures left_out < <(ctest_counts "$junit" build/windows/test-results/*.xml)
     printf '%d tests, %d failed, %d skipped\n' "$tests" "$failures" "$left_out"
     passed=$((passed + tests - failures - left_out))
     skipped=$((skipped + left_out))

@@ -60,33 +60,16 @@ configure_and_build() { # PRESET [configure option...]
     cmake --preset "$@" && cmake --build --preset "$1" -j "$(jobs)" -- -k 0
 }
 
-# Value of an attribute of a JUnit file's testsuite element, which ctest writes one to a line.
-junit_count() { # JUNIT ATTRIBUTE
-    sed -n '/<testcase/q;s/^[[:space:]]*'"$2"'="\([0-9]\{1,\}\)".*/\1/p' "$1"
-}
-
-# Sum of an attribute over all elements of that name in GoogleTest's result files, one to a line.
-result_sum() { # ELEMENT ATTRIBUTE [FILE...]
-    local element=$1 attribute=$2 values
-    shift 2
-    values=$([ $# -eq 0 ] || sed -n 's/^ *<'"$element"' .* '"$attribute"'="\([0-9]\{1,\}\)".*/\1/p' "$@" | paste -sd+)
-    echo $((values + 0))
-}
-
-# Count the tests of a ctest run by its JUnit file. A program of many cases is one test for ctest; its cases
-# count, as its result file tells them. A run that went wrong without a failed test, or that found no test at
-# all, is a failure, too.
+# Count the tests of a ctest run. A run that went wrong without a failed test, or that found no test at all, is
+# a failure, too.
 count_ctest() { # NAME JUNIT STATUS [RESULT FILE OF A PROGRAM...]
-    local name=$1 junit=$2 status=$3 tests failures_here left_out failed_programs
+    local name=$1 junit=$2 status=$3 tests failures_here left_out
     shift 3
     if [ ! -s "$junit" ]; then
         fail "$name: no result file"
         return
     fi
-    failed_programs=$([ $# -eq 0 ] || grep -lE '^<testsuites .*failures="[1-9]' "$@" | wc -l)
-    tests=$(($(junit_count "$junit" tests) - $# + $(result_sum testsuites tests "$@")))
-    failures_here=$(($(junit_count "$junit" failures) - failed_programs + $(result_sum testsuites failures "$@")))
-    left_out=$(($(junit_count "$junit" disabled) + $(junit_count "$junit" skipped) + $(result_sum testsuite skipped "$@")))
+    read -r tests failures_here left_out < <(ctest_counts "$junit" "$@")
     printf '%s tests, %s failed, %s skipped\n' "$tests" "$failures_here" "$left_out"
     passed=$((passed + tests - failures_here - left_out))
     skipped=$((skipped + left_out))
@@ -99,11 +82,10 @@ count_ctest() { # NAME JUNIT STATUS [RESULT FILE OF A PROGRAM...]
 }
 
 run_ctest() { # PRESET
-    local junit=$PWD/$logs/$1.xml status=0 results=build/$1/test-results programs=()
-    rm -rf "$junit" "$results"
+    local junit=$PWD/$logs/$1.xml status=0
+    rm -rf "$junit" "build/$1/test-results"
     logged "$1-tests" ctest --preset "$1" -j "$(jobs)" --output-junit "$junit" || status=$?
-    if [ -d "$results" ]; then programs=("$results"/*.xml); fi
-    count_ctest "$1" "$junit" "$status" "${programs[@]}"
+    count_ctest "$1" "$junit" "$status" "build/$1/test-results"/*.xml
 }
 
 build_and_test() { # PRESET

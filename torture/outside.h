@@ -1,11 +1,11 @@
 // The plug-in's outside components, each call of which can fail.
 #pragma once
 
+#include "blocks/sharemap.h"
 #include "doorstep/programmer_libraries.h"
 #include "faults.h"
 #include "outside/clock.h"
 #include "outside/ui.h"
-#include "blocks/sharemap.h"
 #include "simulator/session_host.h"
 
 #include <functional>

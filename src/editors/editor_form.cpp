@@ -1,7 +1,7 @@
 #include "editors/editor_form.h"
 
-#include "base/text.h"
 #include "base/checked.h"
+#include "base/text.h"
 #include "blocks/sharemap.h"
 #include "context/context.h"
 #include "editors/description.h"

@@ -5,6 +5,7 @@
 // Puts the bytes (hexadecimal) at the address of the device buffer, opens the editor of the mode for
 // an image of 64 bytes, and prints the bytes as the editor has left them.
 
+#include "base/types.h"
 #include "windows/host.h"
 
 #include <cstdio>
