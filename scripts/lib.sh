@@ -27,7 +27,7 @@ source_files() {
 result_sum() { # ELEMENT ATTRIBUTE FILE...
     local element=$1 attribute=$2
     shift 2
-    echo $(($(sed -n 's/^ *<'"$element"' .* '"$attribute"'="\([0-9]\{1,\}\)".*/\1/p' "$@" | paste -sd+) + 0))
+    echo $(($(sed -n 's/^ *<'"$element"'\( .*\)\{0,1\} '"$attribute"'="\([0-9]\{1,\}\)".*/\2/p' "$@" | paste -sd+) + 0))
 }
 
 # Prints how many tests a ctest run had, how many failed and how many were left out, by its JUnit file. A
@@ -40,7 +40,7 @@ ctest_counts() { # JUNIT [RESULT FILE OF A PROGRAM...]
     [ $# -gt 0 ] || set -- /dev/null
     # An attribute of the testsuite element, which ctest writes one to a line.
     of_ctest() { sed -n '/<testcase/q;s/^[[:space:]]*'"$1"'="\([0-9]\{1,\}\)".*/\1/p' "$junit"; }
-    failed_programs=$(grep -lE '^<testsuites .*failures="[1-9]' "$@" | wc -l)
+    failed_programs=$({ grep -lE '^<testsuites .*failures="[1-9]' "$@" || true; } | wc -l)
     echo $(($(of_ctest tests) - programs + $(result_sum testsuites tests "$@"))) \
         $(($(of_ctest failures) - failed_programs + $(result_sum testsuites failures "$@"))) \
         $(($(of_ctest disabled) + $(of_ctest skipped) + $(result_sum testsuite skipped "$@")))

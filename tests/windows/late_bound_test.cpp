@@ -92,11 +92,11 @@ TEST_F(LateBound, FailingCallGivesBackWhatItHasChanged) {
     const HostBlock language("tamselLanguage21", 40);
     language.at<short>(0) = 1; // which has no texts
     ASSERT_EQ(call(idAttach, value(VT_I2, 21)), S_OK);
-    VARIANT masked = value(VT_I2, 0x80 + 65);
+    VARIANT masked = value(VT_I2, 0x80 + 75);
     EXPECT_EQ(call(idWarn, reference(VT_VARIANT, &masked)), DISP_E_EXCEPTION);
     EXPECT_EQ(scode, static_cast<SCODE>(0x800A0146));
-    EXPECT_EQ(told, L"kx3mpu6.clsMPU: Resource with identifier '12483' not found");
-    EXPECT_EQ(V_I2(&masked), 65);
+    EXPECT_EQ(told, L"kx3mpu6.clsMPU: Resource with identifier '1096' not found");
+    EXPECT_EQ(V_I2(&masked), 75);
     DISPPARAMS parameters{&masked, nullptr, 1, 0};
     EXPECT_EQ(mpu->Invoke(idWarn, IID_NULL, 0, DISPATCH_METHOD, &parameters, nullptr, nullptr, nullptr),
               DISP_E_EXCEPTION);

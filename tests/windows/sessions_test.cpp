@@ -157,8 +157,10 @@ class FailingSessionHost : public testing::TestWithParam<Setting> {
     FailingSessionHost() {
         host.knows = [this](const std::wstring &) { return way_ != Way::unknownName || !strikes(); };
         host.answer = [this](const std::wstring &name, DISPPARAMS &parameters, VARIANT *result, EXCEPINFO *exception) {
-            if (way_ == Way::unknownName || !strikes())
+            if (way_ == Way::unknownName || !strikes()) {
+                signalledPass = signalledPass || name == L"SignalPass";
                 return invokeByName(*suite.programmer.host, name, parameters, result, exception);
+            }
             if (way_ == Way::status) return E_FAIL;
             exception->scode = E_UNEXPECTED;
             exception->bstrDescription = ::SysAllocString(L"The cable is unplugged");
@@ -175,6 +177,7 @@ class FailingSessionHost : public testing::TestWithParam<Setting> {
         last_ = from ? INT_MAX : k;
         if (way == Way::unknownName) suite.connect();
         calls = 0;
+        signalledPass = false;
         watch.taken();
         ::SetErrorInfo(0, nullptr);
         const HRESULT status = suite.run(operation);
@@ -193,6 +196,7 @@ class FailingSessionHost : public testing::TestWithParam<Setting> {
     ScriptedHost host;
     AnnouncementWatch watch{suite, GetParam().selection != 0 ? 0U : 1U};
     int calls = 0;
+    bool signalledPass = false; ///< in the newest run
 
   private:
     bool strikes() { return ++calls >= first_ && first_ != 0 && calls <= last_; }
@@ -214,7 +218,7 @@ TEST_P(FailingSessionHost, NoFailureEndsInAFalsePass) {
                 if (GetParam().operation != verify) std::ranges::fill(suite.host.data(0x40), ++pattern);
                 run(GetParam().operation, way, k, from);
                 EXPECT_GE(calls, k);
-                if (suite.programmer.passed()) expectCleanRun(verify);
+                if (signalledPass) expectCleanRun(verify);
             }
             expectCleanRun(automatic);
         }
