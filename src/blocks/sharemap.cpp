@@ -2,6 +2,7 @@
 
 #include "base/text.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace kx3 {
@@ -36,6 +37,11 @@ void sharemap::MapSharedBlocks(Integer num, Ui &ui) {
 void sharemap::MapDeviceBuffer(Long size, Ui &ui) {
     attach(deviceBufferSlot, blockName(deviceBufferRow), size, size, ui);
     attach(deviceBufferSlot + 1, blockName(deviceBuffer66Row), deviceBuffer66Row.count, deviceBuffer66Row.bytes, ui);
+}
+
+bool sharemap::attachedCompletely() const noexcept {
+    return std::all_of(slots_.begin(), slots_.begin() + deviceBufferSlot,
+                       [](const Slot &slot) { return slot.mapping && slot.mapping->BaseAddress() != nullptr; });
 }
 
 void sharemap::UnmapSharedBlocks() noexcept {

@@ -34,6 +34,8 @@ class sharemap : public BlockArrays {
     void MapSharedBlocks(Integer num, Ui &ui);
     /// Attach `ibuffer` with `size` bytes, then `ibuffer66`; failures as above.
     void MapDeviceBuffer(Long size, Ui &ui);
+    /// Whether all of blocks 1 to 60 are attached.
+    [[nodiscard]] bool attachedCompletely() const noexcept;
     /// Release blocks 1 to 60. Blocks that are not attached are left alone.
     void UnmapSharedBlocks() noexcept;
     /// Release `ibuffer`, then `ibuffer66`.
