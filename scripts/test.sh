@@ -15,14 +15,11 @@ cd "$(dirname "$0")/.."
 
 readonly logs=build/test-logs
 readonly suites=(format shell release sanitize torture thread valgrind fuzz lint windows)
-# Suite lint still has findings in the rewritten console; until they are mended it runs by name alone, and a
-# whole run counts it as skipped.
-readonly default_suites=(format shell release sanitize torture thread valgrind fuzz windows)
 passed=0
 failed=0
 skipped=0
 failures=()
-lint_options=()
+lint_options=(--analyze)
 
 fail() {
     failed=$((failed + 1))
@@ -128,14 +125,7 @@ suite_shell() {
 
 suite_release() { build_and_test release; }
 
-# The product's own code as the other compiler's linter sees it. The tests are left to the compilers.
-lint_product() {
-    local folders='^(src|plugin/native|console|simulator|ui)/'
-    cmake --preset sanitize >/dev/null || return 1
-    sed -n 's/^  "file": "\(.*\)",\{0,1\}$/\1/p' build/sanitize/compile_commands.json |
-        sed "s|^$PWD/||" | grep -E "$folders" | sort -u |
-        xargs -d '\n' -n 1 -P "$(jobs)" clang-tidy --quiet -p build/sanitize "${lint_options[@]}"
-}
+lint_product() { cmake --preset sanitize >/dev/null && scripts/lint.py "${lint_options[@]}"; }
 
 suite_lint() {
     announce "clang-tidy"
@@ -197,8 +187,8 @@ install_tools() {
 main() {
     local suite
     if [ $# -eq 0 ]; then
-        set -- "${default_suites[@]}"
-        skip_suite lint "run it by name: scripts/test.sh lint"
+        set -- "${suites[@]}"
+        lint_options=()
     elif [ "$*" = quick ]; then
         set -- format shell release
     fi

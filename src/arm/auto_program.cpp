@@ -40,7 +40,7 @@ class AutoSequence {
     void noteVerify(Long block);
     void noteVerifyVoltage(Double factor);
     void showProgress(Long block);
-    void appendStageError();
+    void appendStageError() const;
 
     [[nodiscard]] bool quiet() const { return driver_.isOperation(ArmOperation::autoProgramQuiet); }
     [[nodiscard]] Long margin() const { return driver_.blocks().wlverifyvcc(0); }
@@ -93,7 +93,7 @@ bool AutoSequence::endedByEvent() {
     return false;
 }
 
-void AutoSequence::appendStageError() {
+void AutoSequence::appendStageError() const {
     if (driver_.link.inStage(Stage::erase))
         driver_.context.logLine(driver_.context.caption(eraseCaption), driver_.context.note(noteFailed));
     else if (driver_.link.inStage(Stage::blankCheck))
