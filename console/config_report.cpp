@@ -23,7 +23,7 @@ std::string addressesText(std::span<const std::int32_t> addresses) {
 
 /// "0x8000 bit 3", "0x8002 bits 7-5", "0x8005 0x8006".
 std::string placeOf(const Field &field) {
-    const std::string text = addressesText(field.places());
+    std::string text = addressesText(field.places());
     if (!field.holdsBits() || field.width == 8) return text;
     if (field.width == 1) return fmt::format("{} bit {}", text, field.bit);
     return fmt::format("{} bits {}-{}", text, field.bit + field.width - 1, field.bit);

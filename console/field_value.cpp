@@ -121,9 +121,11 @@ std::string valueText(const Field &field, const FieldState &state) {
 
 std::uint32_t storedBits(const Field &field, std::span<const std::uint8_t> buffer) {
     std::uint32_t number = 0;
-    const auto places = field.places();
-    for (auto place = places.rbegin(); place != places.rend(); ++place)
-        number = number << 8 | buffer[static_cast<std::size_t>(*place)];
+    int shift = 0;
+    for (const std::int32_t place : field.places()) {
+        number |= std::uint32_t{buffer[static_cast<std::size_t>(place)]} << shift;
+        shift += 8;
+    }
     return field.holdsBits() ? number >> field.bit & field.mask() : number;
 }
 

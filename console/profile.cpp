@@ -103,9 +103,9 @@ ProfileValue standardValue(const ProfileRow &row) {
 }
 
 void refuseUnknownKeys(const Source &source, const toml::table &table) {
-    std::vector<std::string> keys;
-    for (const ProfileRow &row : profileTable)
-        keys.emplace_back(row.name);
+    std::vector<std::string> keys(profileTable.size());
+    std::transform(profileTable.begin(), profileTable.end(), keys.begin(),
+                   [](const ProfileRow &row) { return row.name; });
     for (const auto &[key, node] : table)
         if (std::find(keys.begin(), keys.end(), key.str()) == keys.end())
             source.fail(key.source(), fmt::format("unknown entry \"{}\"", key.str()), nearIt(key.str(), keys));

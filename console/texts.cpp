@@ -60,9 +60,8 @@ std::vector<kx3_language_info> languages() {
 }
 
 std::vector<std::u16string_view> operationCaptions() {
-    std::vector<std::u16string_view> english;
-    for (const Text &caption : captions)
-        english.push_back(caption.english);
+    std::vector<std::u16string_view> english(captions.size());
+    std::transform(captions.begin(), captions.end(), english.begin(), [](const Text &text) { return text.english; });
     return english;
 }
 
