@@ -4,6 +4,7 @@
 #include "protocol_names.h"
 
 #include <array>
+#include <boost/crc.hpp>
 #include <cerrno>
 #include <cstring>
 #include <fmt/format.h>
@@ -24,19 +25,9 @@ constexpr std::array programmerFunctions{
 
 /// CRC-32 of ISO-HDLC, so that data can be told apart without being listed.
 std::uint32_t checksum(std::span<const std::uint8_t> data) {
-    static const auto table = [] {
-        std::array<std::uint32_t, 256> rows{};
-        for (std::uint32_t i = 0; i < rows.size(); ++i) {
-            rows[i] = i;
-            for (int bit = 0; bit < 8; ++bit)
-                rows[i] = (rows[i] & 1) != 0 ? 0xEDB88320U ^ (rows[i] >> 1) : rows[i] >> 1;
-        }
-        return rows;
-    }();
-    std::uint32_t sum = 0xFFFFFFFFU;
-    for (const std::uint8_t byte : data)
-        sum = table[(sum ^ byte) & 0xFF] ^ (sum >> 8);
-    return ~sum;
+    boost::crc_32_type sum;
+    sum.process_bytes(data.data(), data.size());
+    return sum.checksum();
 }
 
 std::string hexBytes(std::span<const std::uint8_t> bytes) { return fmt::format("{:02X}", fmt::join(bytes, " ")); }
