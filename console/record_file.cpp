@@ -32,8 +32,6 @@ RecordMessages readRecords(FileFormat format, const std::string &path, const Rec
     return module().read(format, path, visit);
 }
 
-std::unique_ptr<RecordWriter> createRecords(FileFormat format, const std::string &path) {
-    return module().create(format, path);
-}
+RecordWriter createRecords(FileFormat format, const std::string &path) { return module().create(format, path); }
 
 } // namespace kx3console

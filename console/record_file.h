@@ -6,7 +6,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <span>
 #include <string>
 
@@ -34,16 +33,12 @@ struct RecordMessages {
 /// warning, too.
 [[nodiscard]] RecordMessages readRecords(FileFormat format, const std::string &path, const RecordVisitor &visit);
 
-/// Writes a file of records; it is complete when the writer ends.
-class RecordWriter {
-  public:
-    virtual ~RecordWriter() = default;
-    virtual void write(const Record &record) = 0;
-};
+/// Writes a file of records, which is complete when the last copy of the function ends.
+using RecordWriter = RecordVisitor;
 
 /// A writer of `path`. The process ends when it cannot write, so `path` must be a file that takes
-/// everything (MemoryFile).
-[[nodiscard]] std::unique_ptr<RecordWriter> createRecords(FileFormat format, const std::string &path);
+/// everything (RecordFile).
+[[nodiscard]] RecordWriter createRecords(FileFormat format, const std::string &path);
 
 /// What the module offers; its function of this name fills the structure in.
 struct RecordFunctions {

@@ -83,20 +83,11 @@ class Quitter final : public srecord::quit {
     RecordMessages messages_;
 };
 
-boost::shared_ptr<srecord::input_file> openReader(FileFormat format, const std::string &path) {
-    return format == FileFormat::sRecord ? srecord::input_file_motorola::create(path)
-                                         : srecord::input_file_intel::create(path);
-}
-
-boost::shared_ptr<srecord::output> openWriter(FileFormat format, const std::string &path) {
-    return format == FileFormat::sRecord ? srecord::output_file_motorola::create(path)
-                                         : srecord::output_file_intel::create(path);
-}
-
 RecordMessages read(FileFormat format, const std::string &path, const RecordVisitor &visit) {
     Quitter quitter(path);
     try {
-        const auto reader = openReader(format, path);
+        const auto reader = format == FileFormat::sRecord ? srecord::input_file_motorola::create(path)
+                                                          : srecord::input_file_intel::create(path);
         reader->set_quit(quitter);
         srecord::record record;
         while (reader->read(record))
@@ -108,25 +99,16 @@ RecordMessages read(FileFormat format, const std::string &path, const RecordVisi
     return std::move(quitter.messages());
 }
 
-class Writer final : public RecordWriter {
-  public:
-    Writer(FileFormat format, const std::string &path) : output_(openWriter(format, path)) {
-        output_->line_length_set(lineLength);
-    }
-
-    void write(const Record &record) override {
+RecordWriter create(FileFormat format, const std::string &path) {
+    const auto output = format == FileFormat::sRecord ? srecord::output_file_motorola::create(path)
+                                                      : srecord::output_file_intel::create(path);
+    output->line_length_set(lineLength);
+    return [output](const Record &record) {
         for (const KindRow &row : kinds)
             if (row.kind == record.kind)
-                output_->write(srecord::record(row.type, static_cast<srecord::record::address_t>(record.address),
-                                               record.bytes.data(), record.bytes.size()));
-    }
-
-  private:
-    boost::shared_ptr<srecord::output> output_;
-};
-
-std::unique_ptr<RecordWriter> create(FileFormat format, const std::string &path) {
-    return std::make_unique<Writer>(format, path);
+                output->write(srecord::record(row.type, static_cast<srecord::record::address_t>(record.address),
+                                              record.bytes.data(), record.bytes.size()));
+    };
 }
 
 } // namespace

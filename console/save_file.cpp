@@ -33,7 +33,7 @@ class RecordFile {
         if (record.kind == RecordKind::startAddress)
             start_ = record.address; // ends the file: data that are added come before it
         else
-            writer_->write(record);
+            writer_(record);
     }
 
     void writeData(std::uint64_t address, std::span<const std::uint8_t> bytes) {
@@ -43,9 +43,8 @@ class RecordFile {
 
     void copyTo(OutputFile &file) {
         // S-records end with a start address; without one their end could not be told from a cut.
-        if (start_ || format_ == FileFormat::sRecord)
-            writer_->write({RecordKind::startAddress, start_.value_or(0), {}});
-        writer_.reset();
+        if (start_ || format_ == FileFormat::sRecord) writer_({RecordKind::startAddress, start_.value_or(0), {}});
+        writer_ = {};
         std::array<std::uint8_t, 65536> part{};
         ::lseek(descriptor_, 0, SEEK_SET);
         for (ssize_t got = 0; (got = ::read(descriptor_, part.data(), part.size())) > 0;)
@@ -55,7 +54,7 @@ class RecordFile {
   private:
     FileFormat format_;
     int descriptor_;
-    std::unique_ptr<RecordWriter> writer_;
+    RecordWriter writer_;
     std::optional<std::uint64_t> start_;
 };
 
