@@ -1,12 +1,12 @@
 #include "config.h"
 
 #include "config_report.h"
-#include "consent.h"
 #include "medium.h"
 #include "plugin.h"
 #include "profile.h"
 #include "question.h"
 #include "report.h"
+#include "text.h"
 #include "texts.h"
 #include "window.h"
 #include "workbench.h"
@@ -99,6 +99,56 @@ std::set<std::int32_t> writtenAddresses(const Options &options, const Profile &d
         if (byte.written != 0) addresses.insert(byte.address);
     if (editor.mirror) addresses.insert(*editor.mirror);
     return addresses;
+}
+
+constexpr std::string_view dangerWord = "lock me out";
+
+/// One line from the terminal, in lower case.
+std::string answerTo(const std::string &question) {
+    fmt::print(stderr, "{} ", question);
+    return normalName(readLine());
+}
+
+/// The changes that can lock the user out; empty when none can.
+std::string dangersOf(const Changes &changes) {
+    std::vector<std::string> names;
+    for (const FieldChange &change : changes.fields)
+        if (change.locksOut)
+            names.push_back(
+                fmt::format("{} = {} ({})", change.field->fullName(), change.after, change.field->hazardName()));
+    if (names.empty()) return {};
+    return fmt::format("this can lock you out of the device: {}", fmt::join(names, ", "));
+}
+
+std::string boxText(const ConfigReport &report) {
+    std::string text = fmt::format("Write this to {}?\r", report.target);
+    for (const FieldChange &change : report.changes->fields)
+        text += fmt::format("\r{}: {} -> {}", change.field->fullName(), change.before, change.after);
+    return text;
+}
+
+/// Why the changes of the report must not be written; nothing when they may be: by the options, or by
+/// what a person types. Where nobody can type, a box in `window` (which may be null) asks, but not for
+/// what is dangerous: Enter answers it too easily.
+std::optional<Failure> refusal(const Options &options, const ConfigReport &report, const Window *window) {
+    const Failure notConfirmed(Exit::refused, "not confirmed", "Nothing was written.");
+    const bool canAsk = !options.yes && onTerminal();
+    const std::string dangers = options.acceptDanger ? "" : dangersOf(*report.changes);
+    bool confirmed = options.yes;
+    if (!dangers.empty()) {
+        if (!canAsk)
+            return Failure(Exit::refused, dangers, "If you mean it, add --accept-danger. Nothing was written.");
+        fmt::print(stderr, "Careful: {}\n", dangers);
+        confirmed = answerTo(fmt::format("Type \"{}\" to go on:", dangerWord)) == dangerWord;
+    } else if (canAsk) {
+        confirmed = hasWord("y yes", answerTo(fmt::format("Write this to {}? [y/N]", report.target)));
+    } else if (!confirmed && window == nullptr) {
+        return Failure(Exit::refused, fmt::format("nobody can be asked whether {} may be changed", report.target),
+                       "Add --yes to write without a question. Nothing was written.");
+    } else if (!confirmed) {
+        confirmed = window->ask("mpu6", boxText(report), okCancelQuestion) == KX3_BUTTON_OK;
+    }
+    return confirmed ? std::nullopt : std::optional(notConfirmed);
 }
 
 /// A command on the configuration bytes of a file or chip.
