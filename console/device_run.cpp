@@ -166,7 +166,7 @@ class DeviceRun {
 
     void load() {
         const std::uint64_t base = profile_.loadBase();
-        const AddressRange device{base, base + image().size() - 1};
+        const AddressRange device{base, base + image().size()};
         report_.bytes = image().size();
         if (!options_.command->needsInput()) {
             if (!options_.command->needsOutput()) std::fill(image().begin(), image().end(), erasedByte);
@@ -174,14 +174,17 @@ class DeviceRun {
         }
         const LoadResult loaded =
             loadFile({options_.input, options_.format, base, options_.base, options_.skipOutside}, image());
-        for (const auto &[first, last] : loaded.inside.gaps(device))
-            std::fill_n(image().begin() + static_cast<std::ptrdiff_t>(first - base), last - first + 1, erasedByte);
+        AddressRanges gaps(device);
+        gaps -= loaded.inside;
+        for (const AddressRange &gap : gaps)
+            std::fill_n(image().begin() + static_cast<std::ptrdiff_t>(gap.lower() - base), gap.upper() - gap.lower(),
+                        erasedByte);
         report_.input = options_.input.filename().string();
         report_.format = formatName(loaded.format);
         if (!verifies()) report_.bytes = loaded.inside.size();
-        report_.outside = loaded.outside.text();
+        report_.outside = rangesText(loaded.outside);
         display_.detail(fmt::format("Loaded {} bytes from {} ({}): {}", loaded.inside.size(), options_.input.string(),
-                                    report_.format, loaded.inside.text()));
+                                    report_.format, rangesText(loaded.inside)));
         if (!report_.outside.empty())
             display_.message(
                 fmt::format("Left out {} bytes outside the device: {}", loaded.outside.size(), report_.outside));

@@ -23,21 +23,20 @@ class Placer {
     Placer(const LoadRequest &request, const std::string &name, std::span<std::uint8_t> image)
         : request_(request), name_(name), image_(image) {}
 
-    /// The part of `piece` that lies in the device; nothing when none does. Fails when data for an
-    /// address came before.
-    [[nodiscard]] std::optional<AddressRange> place(AddressRange piece) {
-        const AddressRange device{request_.loadBase, request_.loadBase + image_.size() - 1};
-        if (piece.first < device.first) account(result_.outside, {piece.first, std::min(piece.last, device.first - 1)});
-        if (piece.last > device.last) account(result_.outside, {std::max(piece.first, device.last + 1), piece.last});
-        if (piece.last < device.first || piece.first > device.last) return std::nullopt;
-        const AddressRange part{std::max(piece.first, device.first), std::min(piece.last, device.last)};
+    /// The part of `piece` that lies in the device, which may be empty. Fails when data for an address
+    /// came before.
+    [[nodiscard]] AddressRange place(const AddressRange &piece) {
+        const AddressRange device{request_.loadBase, request_.loadBase + image_.size()};
+        account(result_.outside, right_subtract(piece, device));
+        account(result_.outside, left_subtract(piece, device));
+        const AddressRange part = piece & device;
         account(result_.inside, part);
         return part;
     }
 
-    [[nodiscard]] std::span<std::uint8_t> target(AddressRange part) const {
-        return image_.subspan(static_cast<std::size_t>(part.first - request_.loadBase),
-                              static_cast<std::size_t>(part.size()));
+    [[nodiscard]] std::span<std::uint8_t> target(const AddressRange &part) const {
+        return image_.subspan(static_cast<std::size_t>(part.lower() - request_.loadBase),
+                              static_cast<std::size_t>(part.upper() - part.lower()));
     }
 
     [[nodiscard]] LoadResult finish(FileFormat format) {
@@ -45,7 +44,7 @@ class Placer {
         if (!result_.outside.empty() && !request_.skipOutside)
             throw Failure(Exit::refused,
                           fmt::format("{} {}: data lie outside the device: {}; the device has 0x{:X}-0x{:X}", fileKind,
-                                      name_, result_.outside.text(), request_.loadBase,
+                                      name_, rangesText(result_.outside), request_.loadBase,
                                       request_.loadBase + image_.size() - 1),
                           "Choose the right device or load file, or leave those data out with --skip-outside.");
         if (result_.inside.empty())
@@ -55,11 +54,12 @@ class Placer {
     }
 
   private:
-    void account(AddressRanges &ranges, AddressRange part) const {
-        if (const auto twice = ranges.overlap(part))
+    void account(AddressRanges &ranges, const AddressRange &part) const {
+        if (is_empty(part)) return;
+        if (const auto twice = ranges.find(part); twice != ranges.end())
             throw Failure(Exit::badFile,
                           fmt::format("{} {}: overlapping data: address 0x{:X} is given more than once", fileKind,
-                                      name_, twice->first),
+                                      name_, std::max(twice->lower(), part.lower())),
                           "Which data are meant? Build the load file anew.");
         ranges.add(part);
     }
@@ -128,15 +128,17 @@ void visitRecords(FileFormat format, const InputFile &file, const RecordVisitor 
 void loadRecords(FileFormat format, const InputFile &file, Placer &placer) {
     visitRecords(format, file, [&placer](const Record &record) {
         if (record.kind != RecordKind::data || record.bytes.empty()) return;
-        const auto part = placer.place({record.address, record.address + record.bytes.size() - 1});
-        if (part) std::memcpy(placer.target(*part).data(), &record.bytes[part->first - record.address], part->size());
+        const AddressRange part = placer.place({record.address, record.address + record.bytes.size()});
+        if (is_empty(part)) return;
+        const auto target = placer.target(part);
+        std::memcpy(target.data(), &record.bytes[part.lower() - record.address], target.size());
     });
 }
 
 void loadRaw(const LoadRequest &request, const InputFile &file, Placer &placer) {
     const std::uint64_t first = request.base.value_or(request.loadBase);
-    const auto part = placer.place({first, first + file.size() - 1});
-    if (part) file.readAt(part->first - first, placer.target(*part));
+    const AddressRange part = placer.place({first, first + file.size()});
+    if (!is_empty(part)) file.readAt(part.lower() - first, placer.target(part));
 }
 
 } // namespace

@@ -43,10 +43,7 @@ class Image final : public Medium {
         requireSameFormat();
     }
 
-    [[nodiscard]] bool holds(std::int32_t address) const override {
-        const std::uint64_t at = fileAddress(address);
-        return inside_.overlap({at, at}).has_value();
-    }
+    [[nodiscard]] bool holds(std::int32_t address) const override { return contains(inside_, fileAddress(address)); }
 
     void requireRoom(const Bytes & /*bytes*/) override { file_.emplace(output_); }
 
