@@ -70,13 +70,7 @@ void refuseImpossible(const Options &options, const Profile &profile) {
 /// A file that a read writes, and its format.
 struct Output {
     Output(const Options &options, const fs::path &path)
-        : format(options.format ? *options.format : formatOf(path)), file(path) {}
-
-    static FileFormat formatOf(const fs::path &path) {
-        if (const auto format = formatFromEnding(path)) return *format;
-        throw Failure(Exit::usage, fmt::format("the ending of {} names no load file format", path.string()),
-                      "Say which one with --format ihex, srec or raw.");
-    }
+        : format(formatOfNewFile(path, options.format, "ihex, srec or raw")), file(path) {}
 
     FileFormat format;
     OutputFile file;

@@ -26,7 +26,7 @@ class Image final : public Medium {
         : blocks_(blocks), input_(options.input), output_(options.output.empty() ? options.input : options.output),
           // Other data stay in the file as they are.
           source_{options.input, options.format, device.loadBase(), options.base, true},
-          format_(input_.empty() ? formatOfNewFile(options) : FileFormat::intelHex) {}
+          format_(input_.empty() ? formatOfNewImage(options) : FileFormat::intelHex) {}
 
     [[nodiscard]] std::string source() const override { return input_.empty() ? "no image" : input_.string(); }
     [[nodiscard]] std::string target() const override { return output_.string(); }
@@ -59,16 +59,12 @@ class Image final : public Medium {
         return source_.loadBase + static_cast<std::uint64_t>(address);
     }
 
-    static FileFormat formatOfNewFile(const Options &options) {
-        const std::optional<FileFormat> format = options.format ? options.format : formatFromEnding(options.output);
-        if (!format)
-            throw Failure(Exit::usage,
-                          fmt::format("the ending of {} names no load file format", options.output.string()),
-                          "Say which one with --format ihex or srec.");
-        if (*format == FileFormat::raw)
+    static FileFormat formatOfNewImage(const Options &options) {
+        const FileFormat format = formatOfNewFile(options.output, options.format, "ihex or srec");
+        if (format == FileFormat::raw)
             throw Failure(Exit::usage, "a raw file cannot hold configuration bytes alone",
                           "Give the image they belong to with --input, or write an Intel HEX or S-record file.");
-        return *format;
+        return format;
     }
 
     /// The output is a copy of the input; a name that promises another format would mislead.

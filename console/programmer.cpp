@@ -48,21 +48,19 @@ void requireProgrammerFunctions() {
 }
 
 kx3sim::HostBlocks hostBlocks(SharedBlocks &blocks) {
-    kx3sim::HostBlocks host;
-    host.ibuf1 = blocks.elements<std::uint8_t>("ibuf1");
-    host.ibuffer = blocks.deviceBuffer();
-    host.prgresult = blocks.elements<std::uint8_t>("prgresult");
-    host.prgmode = blocks.elements<std::uint8_t>("prgmode");
-    host.wordmode = blocks.elements<std::uint8_t>("wordmode");
-    host.rambknum = blocks.elements<std::uint8_t>("rambknum");
-    host.tlength = blocks.elements<std::int32_t>("tlength");
-    host.ramlg = blocks.elements<std::int32_t>("ramlg");
-    host.wlverifyvcc = blocks.elements<std::int32_t>("wlverifyvcc");
-    host.wltbigendbuf = blocks.elements<double>("wltbigendbuf");
-    host.appendText = [&blocks](kx3::Long index, std::u16string_view text) {
-        blocks.storeText("MainRtstr", index, blocks.text("MainRtstr", index).append(text));
-    };
-    return host;
+    return {.ibuf1 = blocks.elements<std::uint8_t>("ibuf1"),
+            .ibuffer = blocks.deviceBuffer(),
+            .prgresult = blocks.elements<std::uint8_t>("prgresult"),
+            .prgmode = blocks.elements<std::uint8_t>("prgmode"),
+            .wordmode = blocks.elements<std::uint8_t>("wordmode"),
+            .rambknum = blocks.elements<std::uint8_t>("rambknum"),
+            .tlength = blocks.elements<std::int32_t>("tlength"),
+            .ramlg = blocks.elements<std::int32_t>("ramlg"),
+            .wlverifyvcc = blocks.elements<std::int32_t>("wlverifyvcc"),
+            .wltbigendbuf = blocks.elements<double>("wltbigendbuf"),
+            .appendText = [&blocks](kx3::Long index, std::u16string_view text) {
+                blocks.storeText("MainRtstr", index, blocks.text("MainRtstr", index).append(text));
+            }};
 }
 
 } // namespace

@@ -25,15 +25,16 @@ constexpr std::array okOrCancel{Answer{"OK", KX3_BUTTON_OK}, Answer{"Cancel", KX
 constexpr std::array identityAnswers{Answer{"Abort", KX3_BUTTON_ABORT}, Answer{"Retry", KX3_BUTTON_RETRY},
                                      Answer{"Ignore", KX3_BUTTON_IGNORE}};
 
-/// What there is to choose from; nothing for a box that only tells something.
-std::span<const Answer> answersOf(std::int32_t style) {
-    if (style == okCancelQuestion) return okOrCancel;
-    return style == abortRetryIgnore ? identityAnswers : std::span<const Answer>();
-}
+/// What there is to choose from, and the answer that harms nothing. A box of another style only tells something.
+struct Box {
+    std::span<const Answer> answers;
+    std::int32_t safe;
+};
 
-std::int32_t safeAnswer(std::int32_t style) {
-    if (style == okCancelQuestion) return KX3_BUTTON_CANCEL;
-    return style == abortRetryIgnore ? KX3_BUTTON_ABORT : KX3_BUTTON_OK;
+Box boxOf(std::int32_t style) {
+    if (style == okCancelQuestion) return {okOrCancel, KX3_BUTTON_CANCEL};
+    if (style == abortRetryIgnore) return {identityAnswers, KX3_BUTTON_ABORT};
+    return {{}, KX3_BUTTON_OK};
 }
 
 /// Waits for input; false when a stop is asked for, also when its signal came just before the wait.
@@ -71,8 +72,7 @@ std::int32_t Questions::answer(const std::string &title, const std::string &prom
     std::string lines = prompt;
     std::replace(lines.begin(), lines.end(), '\r', '\n');
     display_.error(title.empty() ? lines : fmt::format("{}: {}", title, lines));
-    const std::span<const Answer> answers = answersOf(style);
-    const std::int32_t safe = safeAnswer(style);
+    const auto [answers, safe] = boxOf(style);
     if (mayAsk_ && !given && !answers.empty()) {
         std::string choices;
         for (const Answer &answer : answers)

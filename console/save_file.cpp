@@ -99,6 +99,14 @@ void patchRaw(const LoadRequest &source, const Patch &patch, OutputFile &file) {
 
 } // namespace
 
+FileFormat formatOfNewFile(const std::filesystem::path &path, std::optional<FileFormat> given,
+                           std::string_view choices) {
+    if (given) return *given;
+    if (const auto format = formatFromEnding(path)) return *format;
+    throw Failure(Exit::usage, fmt::format("the ending of {} names no load file format", path.string()),
+                  fmt::format("Say which one with --format {}.", choices));
+}
+
 void saveFile(OutputFile &file, FileFormat format, std::uint64_t base, std::span<const std::uint8_t> image) {
     if (format == FileFormat::raw) {
         file.write(image);

@@ -10,6 +10,11 @@
 
 namespace kx3console {
 
+/// The format of a file to be written: `given`, or what its ending says. Fails with Exit::usage, naming
+/// `choices`, when neither does.
+[[nodiscard]] FileFormat formatOfNewFile(const std::filesystem::path &path, std::optional<FileFormat> given,
+                                         std::string_view choices);
+
 /// Write `image`, whose first byte has load file address `base`, and commit the file.
 void saveFile(OutputFile &file, FileFormat format, std::uint64_t base, std::span<const std::uint8_t> image);
 
