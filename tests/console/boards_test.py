@@ -1,19 +1,18 @@
 #!/usr/bin/env python3
-"""The fuse and lock bytes of real boards, shown and set by name.
+"""Real boards: their fuse and lock bytes shown and set by name, and real boot loaders programmed with them.
 
 usage: boards_test.py PROGRAM
 
 Without package arduino-core-avr the test is skipped. Which bit of which byte has which name is written
 down here from the chips' own tables.
 """
-
 import pathlib
 import sys
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
 from avr_boards import read_boards
 from load_files import hex_content, ihex
-from mpu6_desk import Desk
+from mpu6_desk import Desk, require
 
 SIZE = 0x4000
 FIRST = 2 * SIZE
@@ -40,79 +39,80 @@ GROUPS = {
 }
 BYTE_NAMES = {"low": "Fuse Low Byte", "high": "Fuse High Byte", "extended": "Fuse Extended Byte", "lock": "Lock Bit Byte"}
 
-
-def words_of(group):
-    """Every name with its byte and bit."""
-    return [(byte, bit, name) for byte, names in group.items() for bit, name in enumerate(names)]
-
-
-def check(condition, message):
-    if not condition:
-        raise AssertionError(message)
+# Boards whose boot loaders are programmed, and the profiles of their chips.
+DEVICES = {
+    "diecimila.menu.cpu.atmega328": "FUSE55-32K",
+    "pro.menu.cpu.8MHzatmega328": "FUSE55-32K",
+    "diecimila.menu.cpu.atmega168": "FUSE15-16K",
+    "mega.menu.cpu.atmega2560": "FUSE30-256K",
+}
 
 
-def check_shown(desk, device, group, values):
+def check_shown(desk, device, bits, values):
     image = ihex(*[(FIRST + PLACES[byte], bytes([value])) for byte, value in values.items()])
     (desk.path / "board.hex").write_bytes(image)
     result = desk.run(f"config show {device} -i board.hex --json")
-    check(result.code == 0, result)
+    require(result.code == 0, result)
     shown = {(field["frame"], field["caption"]): field for field in result.json["fields"]}
-    for byte, bit, name in words_of(group):
-        if byte not in values:
-            continue
-        wanted = "Disable(1)" if values[byte] >> bit & 1 else "Enable(0)"
-        field = shown[BYTE_NAMES[byte], name]
-        check(field["value"] == wanted, f"{name} is {field['value']}, not {wanted}")
-        check(field["addresses"] == [FIRST + PLACES[byte]], f"{name} lies at {field['addresses']}")
-    check(desk.read("board.hex") == image, "showing changed the file")
+    for byte, _, name, value in bits:
+        field, wanted = shown[BYTE_NAMES[byte], name], "Disable(1)" if value else "Enable(0)"
+        require(field["value"] == wanted, f"{name} is {field['value']}, not {wanted}")
+        require(field["addresses"] == [FIRST + PLACES[byte]], f"{name} lies at {field['addresses']}")
+    require(desk.read("board.hex") == image, "showing changed the file")
 
 
-def check_set(desk, device, group, values):
+def check_set(desk, device, group, bits):
     """Set by name, from erased bytes, all that the editor lets a person set."""
     listed = desk.run(f"config list {device} --json").json["fields"]
     can_be_set = {(field["frame"], field["caption"]) for field in listed if field["enabled"]}
-    bits = [
-        (byte, bit, name, values[byte] >> bit & 1)
-        for byte, bit, name in words_of(group)
-        if byte in values and (BYTE_NAMES[byte], name) in can_be_set
-    ]
+    bits = [bit for bit in bits if (BYTE_NAMES[bit[0]], bit[2]) in can_be_set]
     words = [f"{BYTE_NAMES[byte]}/{name}={'disable' if value else 'enable'}" for byte, _, name, value in bits]
     (desk.path / "new.hex").write_bytes(ihex((0, b"code")))
     done = desk.run(f"config set {device} -i new.hex --yes --accept-danger", *words)
-    check(done.code == 0, done)
+    require(done.code == 0 and words, done)
     content, _ = hex_content(desk.read("new.hex"))
     for byte, bit, name, value in bits:
-        stored = content[FIRST + PLACES[byte]] >> bit & 1
-        check(stored == value, f"{name} was stored as {stored}")
+        require(content[FIRST + PLACES[byte]] >> bit & 1 == value, f"{name} was not stored as {value}")
     for byte, names in group.items():
         unused = 0xFF & ~((1 << len(names)) - 1)
         if byte != "high":
-            check(content[FIRST + PLACES[byte]] & unused == unused, f"unused bits of the {byte} byte")
-    return len(bits)
+            require(content[FIRST + PLACES[byte]] & unused == unused, f"unused bits of the {byte} byte")
 
 
-def main():
-    boards = list(read_boards())
-    if not boards:
-        print("SKIPPED: install arduino-core-avr to check the fuses of real boards")
-        return 77
-    seen, bits, failed = 0, 0, 0
+def check_boot_loader(desk, device, path, values):
+    fuses = " ".join(f"--fuse {name}=0x{value:02X}" for name, value in values.items())
+    for command in (f"auto -i {path} {fuses}", f"verify -i {path} {fuses}", "read -o copy.bin --json"):
+        result = desk.run(f"{command} -d {device} --chip c.chip")
+        require(result.code == 0, result)
+    copy, wanted = result.file("copy.bin"), hex_content(path.read_bytes())[0]
+    require(wanted and copy == bytes(wanted.get(address, 0xFF) for address in range(len(copy))), "other content")
+    stored = {name: result.json["configuration"][offset] for name, offset in PLACES.items()}
+    require(stored == values, f"{stored}")
+
+
+def check(board, chip, path, values):
+    """Everything of a board; whether it has anything to check."""
     with Desk(sys.argv[1], {}) as desk:
-        for board, chip, _, values in boards:
-            if chip not in GROUPS or not values:
-                continue
+        if chip in GROUPS and values:
             mode, group = GROUPS[chip]
-            device = f"--mode {mode} --size {SIZE}"
-            try:
-                check_shown(desk, device, group, values)
-                bits += check_set(desk, device, group, values)
-                seen += 1
-            except AssertionError as error:
-                failed += 1
-                print(f"FAILED {board} ({chip}, mode {mode}): {error}")
-    print(f"{seen} boards passed, {failed} failed, {bits} bits set by name")
-    return 1 if failed or seen == 0 else 0
+            bits = [(byte, bit, name, values[byte] >> bit & 1)
+                    for byte, names in group.items() if byte in values for bit, name in enumerate(names)]
+            check_shown(desk, f"--mode {mode} --size {SIZE}", bits, values)
+            check_set(desk, f"--mode {mode} --size {SIZE}", group, bits)
+        if board in DEVICES:
+            check_boot_loader(desk, DEVICES[board], path, values)
+    return board in DEVICES or (chip in GROUPS and bool(values))
 
 
-if __name__ == "__main__":
-    sys.exit(main())
+boards = list(read_boards())
+if not boards:
+    print("!! SKIPPED: the fuses and boot loaders of real boards; install package arduino-core-avr", file=sys.stderr)
+    sys.exit(77)
+seen = 0
+for board, *facts in boards:
+    try:
+        seen += check(board, *facts)
+    except AssertionError as error:
+        sys.exit(f"FAILED {board}: {error}")
+print(f"{seen} boards passed")
+require(seen > len(DEVICES), "no boards that are known")
