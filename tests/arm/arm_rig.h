@@ -31,6 +31,7 @@ class ArmRig : public Workplace, public TestApartment {
             storeText(host.prgnote, i, u"n" + decimal(i) + u" ");
         for (Long i = 0; i < 20; ++i)
             storeText(host.MainmnuPrg, i, u"op" + decimal(i) + u" ");
+        host.wsign(1) = 1;
         storeText(host.algorithm, 0, u" clock ");
         storeText(host.algorithm, 1, u" family ");
         storeText(host.algorithm, 2, u"  device");
@@ -133,7 +134,7 @@ class ArmRig : public Workplace, public TestApartment {
         const bool programs = code == 1 || code == 4 || code == 7;
         for (Long i = 0; i < (programs ? 3 : 2) && code != versionQuery; ++i)
             EXPECT_EQ(host.ibuf1(i), 0) << "the last report is wiped before command " << int{code};
-        pending_ = {{100}};
+        pending_ = {{100, 0, host.wsign(1)}};
         if (code == versionQuery || runs.empty()) return;
         pending_.assign(runs.front().begin(), runs.front().end());
         runs.pop_front();

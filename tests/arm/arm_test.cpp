@@ -1,6 +1,11 @@
 // ARM sessions beyond what the cases as data hold: every error on its path, algorithm files, identities, families,
 // and which bytes go where.
 #include "arm_rig.h"
+#if !defined(_WIN32)
+#include "support/unreadable_files.h"
+#endif
+
+#include <thread>
 
 namespace kx3::test {
 namespace {
@@ -54,36 +59,71 @@ TEST(ArmSession, AnErrorInsideTheErrorPathReachesTheHost) {
     EXPECT_EQ(rig.run(direct), "\n" + timeLine) << "the next session starts anew";
 }
 
-TEST(ArmSession, AlgorithmFilesAreFoundAndJudged) {
-    const std::string rejected = "Read algo file error!\n" + timeLine;
+struct AlgorithmFiles {
+    Integer model;
+    const char *clockSpecific, *general;
+};
+constexpr AlgorithmFiles algorithmFiles[] = {{model32f, "algo4/clk/clock.alg", "algo4/family/device.alg"},
+                                             {modelArm, "algo/clk/clock.bin", "algo/family/device.bin"}};
+/// The longest that is taken.
+constexpr std::size_t longestAlgorithm = 0x6000;
+
+/// Whether a session with the algorithm file that is there passes; else it has rejected the file and sent nothing.
+bool isSent(ArmRig &rig) {
+    const bool sent = rig.run(direct) == passed;
+    EXPECT_EQ(rig.log(), sent ? passed : "Read algo file error!\n" + timeLine);
+    EXPECT_EQ(rig.traffic.size(), sent ? 12U : 3U);
+    return sent;
+}
+
+TEST(ArmSession, TheClocksAlgorithmComesFirst) {
     constexpr int none = -1, folder = -2;
-    struct Case {
-        const char *name;
-        int clockBytes, generalBytes; ///< or none, or folder
-        int used;                     ///< bytes; or none
-    };
-    const Case cases[] = {
-        {"clock-specific first", 5, 4, 5},         {"clock-specific empty", 0, 4, 4},
-        {"clock-specific a folder", folder, 4, 4}, {"clock-specific too long is final", 0x6001, 4, none},
-        {"both missing", none, none, none},        {"longer than its block", none, 131073, none},
-    };
-    const std::tuple<Integer, const char *, const char *> modules[] = {
-        {model32f, "algo4/clk/clock.alg", "algo4/family/device.alg"},
-        {modelArm, "algo/clk/clock.bin", "algo/family/device.bin"}};
-    for (const auto &[model, clockSpecific, general] : modules)
-        for (const Case &c : cases) {
-            SCOPED_TRACE(c.name);
-            ArmRig rig({.model = model});
-            const auto put = [](const std::filesystem::path &path, int bytes) {
-                std::filesystem::remove(path);
-                if (bytes == folder) std::filesystem::create_directories(path);
-                if (bytes >= 0) spill(path, std::vector(static_cast<std::size_t>(bytes), 'a'));
-            };
-            put(clockSpecific, c.clockBytes);
-            put(general, c.generalBytes);
-            EXPECT_EQ(rig.run(direct), c.used == none ? rejected : passed);
-            EXPECT_EQ(std::ranges::count(rig.traffic, "AlgorithmLoaded " + std::to_string(c.used)), c.used != none);
+    // Bytes of the clock's file and of the device's, and the number that is sent.
+    const int cases[][3] = {{5, 4, 5}, {0, 4, 4}, {folder, 4, 4}, {longestAlgorithm + 1, 4, none}};
+    for (const AlgorithmFiles &files : algorithmFiles)
+        for (const auto &[clockBytes, generalBytes, used] : cases) {
+            ArmRig rig({.model = files.model});
+            if (clockBytes == folder) std::filesystem::create_directories(files.clockSpecific);
+            if (clockBytes >= 0) spill(files.clockSpecific, std::vector(static_cast<std::size_t>(clockBytes), 'a'));
+            spill(files.general, std::vector(static_cast<std::size_t>(generalBytes), 'a'));
+            EXPECT_EQ(isSent(rig), used != none) << clockBytes;
+            EXPECT_EQ(std::ranges::count(rig.traffic, "AlgorithmLoaded " + std::to_string(used)), used != none);
         }
+}
+
+TEST(ArmSession, ADamagedAlgorithmFileIsSentOrRejected) {
+    for (const auto &[model, clockSpecific, file] : algorithmFiles) {
+        ArmRig rig({.model = model});
+        std::vector<char> bytes(longestAlgorithm + 2, 1);
+        spill(file, bytes);
+        for (std::size_t length = bytes.size(); length-- > 0;) {
+            std::filesystem::resize_file(file, length);
+            ASSERT_EQ(isSent(rig), length >= 1 && length <= longestAlgorithm) << length << " bytes";
+        }
+        bytes.resize(0x20);
+        for (std::size_t bit = 0; bit < 128; ++bit) {
+            std::vector<char> flipped = bytes;
+            flipped[bit / 8] = static_cast<char>(flipped[bit / 8] ^ (1 << bit % 8));
+            spill(file, flipped);
+            EXPECT_EQ(isSent(rig), bit != 0) << "a first byte 0 is no algorithm";
+        }
+        spill(file, std::vector<char>(0x20001, 1));
+        EXPECT_FALSE(isSent(rig)) << "longer than its block";
+        std::filesystem::remove(file);
+#if !defined(_WIN32)
+        forEachUnreadableFile(file, [&] { EXPECT_FALSE(isSent(rig)); });
+#endif
+        {
+            const std::jthread writer([path = file](const std::stop_token &stop) {
+                for (std::size_t length = 1; !stop.stop_requested(); length = length * 5 % (longestAlgorithm + 7))
+                    spill(path, std::vector<char>(length, static_cast<char>(length % 3)));
+            });
+            for (int run = 0; run < 300; ++run)
+                (void)isSent(rig);
+        }
+        spill(file, bytes);
+        EXPECT_TRUE(isSent(rig));
+    }
 }
 
 TEST(ArmSession, ChipIdCheck) {
@@ -98,15 +138,9 @@ TEST(ArmSession, ChipIdCheck) {
     };
     const Reports match{{10}, {100, 0, 1, 0x1F, 0x95, 0x0B}}, other{{100, 0, 0, 0xFF, 0x00}};
     const std::string ask = "34 1D 00 00 00/16; ", goesOn = "Delay 20; " + directRun + pass;
+    const std::string identified = ">>n9 1F   n10 950B\n" + passed;
     const Case cases[] = {
-        {"mismatch, retry, match",
-         0x1F,
-         0x95,
-         {other, match},
-         {retry},
-         ">>n9 1F   n10 950B\n" + passed,
-         ask + ask + goesOn},
-        {"mismatch, ignore", 0x1F, 0x95, {other}, {ignore}, passed, ask + goesOn},
+        {"retry, match", 0x1F, 0x95, {other, match}, {retry}, identified, ask + ask + goesOn},
         {"another maker", 0x1E, 0x95, {match}, {ignore}, passed, ask + goesOn},
         {"retry, then no report", 0x1F, 0x95, {other, {}}, {retry}, passed, ask + ask + goesOn},
         {"too many code bytes", 0x1F, 0x95, {{{100, 0, 16}}}, {}, aborted, "34 1D 00 00 00/16"},
@@ -261,19 +295,6 @@ TEST(BlockTransfer, ProgressGrowsWithBlocksAndChunks) {
         rig.runs = {{{50}, {100}}, {{50}, {100}}};
         rig.run(operation);
         EXPECT_EQ(rig.progress, progress) << int{operation};
-    }
-}
-
-TEST(ErrorLine, TheBufferAddressOfAWordHasEightPlaces) {
-    const std::pair<Bytes, std::string> cases[] = {
-        {{0, 0xFA, 0, 0x10, 0, 0, 0}, "Buffer Address:20      H"},
-        {{0, 0xFA, 0, 0xFF, 0xFF, 0xFF, 0xFF}, "Buffer Address:FFFFFFFEH"},
-        {{0, 0xFA, 0, 0, 0, 0, 0x40}, startLine(3) + aborted}, // an overflow
-    };
-    for (const auto &[report, text] : cases) {
-        ArmRig rig({.width = 2});
-        rig.runs = {{report}};
-        EXPECT_NE(rig.run(3).find(text), std::string::npos) << rig.log();
     }
 }
 

@@ -108,15 +108,14 @@ TEST_F(BoundArray, AnotherBindingAndTheEndOfTheBinderRelease) {
 
 TEST_F(BoundArray, ADimensionThatIsNoneIsZeroAndKeepsNothing) {
     for (const Long dimension : {-1, 0, 2}) {
-        EXPECT_EQ(binder.CountOfElements(dimension), 0) << dimension;
-        EXPECT_EQ(binder.LowerBound(dimension), 0) << dimension;
         binder.CountOfElements(dimension, 3);
         binder.LowerBound(dimension, 3);
+        EXPECT_EQ(binder.CountOfElements(dimension), 0) << dimension;
+        EXPECT_EQ(binder.LowerBound(dimension), 0) << dimension;
     }
     EXPECT_EQ(array.count(), 8U);
     EXPECT_EQ(binder.LowerBound(1), 0);
-    clsSafeArray unbound;
-    unbound.CountOfElements(1, 5);
+    const clsSafeArray unbound;
     EXPECT_EQ(unbound.CountOfElements(1), 0);
     EXPECT_EQ(errorOf([&] { (void)unbound.PointerToData(); }), ErrorNumber::subscript);
 }

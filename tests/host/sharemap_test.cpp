@@ -7,47 +7,33 @@
 namespace kx3 {
 namespace {
 
-using test::FakeUi;
-using test::useOwnNamespace;
-
-constexpr std::u16string_view attachFailure = u"Unable to create memory mapped file";
-
 class NamedBlocks : public testing::Test {
   protected:
-    NamedBlocks() { useOwnNamespace(); }
-};
-class MemMapped : public NamedBlocks {
-  protected:
+    NamedBlocks() { test::useOwnNamespace(); }
+
     clsMemMapped host, plugin;
-};
-class Sharemap : public NamedBlocks {
-  protected:
-    FakeUi ui;
+    test::FakeUi ui;
     sharemap blocks;
 };
+using MemMapped = NamedBlocks;
+using Sharemap = NamedBlocks;
 
 Byte &firstByte(const clsMemMapped &mapping) { return *static_cast<Byte *>(mapping.BaseAddress()); }
 
-TEST_F(MemMapped, AnExistingBlockKeepsItsSize) {
+TEST_F(MemMapped, AnExistingBlockKeepsItsSizeUntilAnotherIsOpened) {
     ASSERT_TRUE(host.OpenAndMapMemoryBlock("tamselA", 4097));
     firstByte(host) = 5;
     ASSERT_TRUE(plugin.OpenAndMapMemoryBlock("tamselA", 40));
     EXPECT_EQ(plugin.ViewSize(), 8192U);
     EXPECT_EQ(plugin.MappedSize(), 40);
     EXPECT_EQ(plugin.MappedFile(), "tamselA");
-    EXPECT_EQ(firstByte(plugin), 5);
-    firstByte(plugin) = 6;
+    firstByte(plugin) += 1;
     EXPECT_EQ(firstByte(host), 6);
-}
-
-TEST_F(MemMapped, OpeningAnotherBlockOrUnmappingEndsTheFirst) {
-    EXPECT_FALSE(plugin.UnMapFile());
+    ASSERT_TRUE(host.OpenAndMapMemoryBlock("tamselB", 40) && plugin.OpenAndMapMemoryBlock("tamselB", 40));
     ASSERT_TRUE(plugin.OpenAndMapMemoryBlock("tamselA", 40));
-    firstByte(plugin) = 5;
-    ASSERT_TRUE(plugin.OpenAndMapMemoryBlock("tamselB", 40));
-    ASSERT_TRUE(host.OpenAndMapMemoryBlock("tamselA", 40));
-    EXPECT_EQ(firstByte(host), 0) << "the first block had ended";
+    EXPECT_EQ(firstByte(plugin), 0) << "the first block had ended";
     EXPECT_TRUE(plugin.UnMapFile());
+    EXPECT_FALSE(plugin.UnMapFile());
     EXPECT_EQ(plugin.BaseAddress(), nullptr);
     EXPECT_EQ(plugin.hFile(), 0);
     EXPECT_EQ(plugin.MappedFile(), "");
@@ -80,45 +66,33 @@ TEST_F(Sharemap, NamesEndWithTheInstanceNumber) {
         {1, "tamselibuf11"}, {12, "tamselibuf112"}, {0, "tamselibuf10"}, {-3, "tamselibuf1-3"}};
     for (const auto &[instance, name] : cases) {
         blocks.MapSharedBlocks(instance, ui);
+        EXPECT_EQ(blocks.ibuf1(0), 0) << "nobody held the former block any more";
+        EXPECT_EQ(blocks.ibuf1.descriptor().cLocks, 1U);
         blocks.ibuf1(0) = 9;
-        clsMemMapped other;
-        ASSERT_TRUE(other.OpenAndMapMemoryBlock(name, 40));
-        EXPECT_EQ(firstByte(other), 9) << name;
+        ASSERT_TRUE(host.OpenAndMapMemoryBlock(name, 40));
+        EXPECT_EQ(firstByte(host), 9) << name;
     }
     blocks.MapDeviceBuffer(3000, ui);
     blocks.ibuffer(0) = 1;
     blocks.ibuffer66(0) = 2;
-    clsMemMapped buffer, buffer66;
-    ASSERT_TRUE(buffer.OpenAndMapMemoryBlock("tamselibuffer", 40) &&
-                buffer66.OpenAndMapMemoryBlock("tamselibuffer66", 40));
-    EXPECT_EQ(firstByte(buffer), 1);
-    EXPECT_EQ(firstByte(buffer66), 2);
-}
-
-TEST_F(Sharemap, AttachingAgainReplacesTheBinding) {
-    blocks.MapSharedBlocks(1, ui);
-    blocks.prgmode(0) = 5;
-    blocks.MapSharedBlocks(2, ui);
-    EXPECT_EQ(blocks.prgmode(0), 0);
-    EXPECT_EQ(blocks.prgmode.descriptor().cLocks, 1U);
-    clsMemMapped former;
-    ASSERT_TRUE(former.OpenAndMapMemoryBlock("tamselprgmode1", 40));
-    EXPECT_EQ(firstByte(former), 0) << "nobody held the former block any more";
+    ASSERT_TRUE(host.OpenAndMapMemoryBlock("tamselibuffer", 40) && plugin.OpenAndMapMemoryBlock("tamselibuffer66", 40));
+    EXPECT_EQ(firstByte(host), 1);
+    EXPECT_EQ(firstByte(plugin), 2);
+    EXPECT_TRUE(ui.boxes.empty());
 }
 
 TEST_F(Sharemap, ReleasingKeepsTheOtherGroup) {
     blocks.UnmapSharedBlocks();
     blocks.UnmapDeviceBuffer();
     EXPECT_EQ(blocks.prgmode.count(), 0U) << "there was nothing to release";
-
     blocks.MapSharedBlocks(1, ui);
     blocks.MapDeviceBuffer(3000, ui);
     blocks.prgmode(0) = 5;
     blocks.UnmapDeviceBuffer();
     EXPECT_EQ(blocks.ibuffer.count(), 1U);
+    EXPECT_EQ(blocks.ibuffer66.count(), 1U);
     EXPECT_EQ(blocks.prgmode(0), 5);
     blocks.MapDeviceBuffer(2500, ui);
-    EXPECT_EQ(blocks.ibuffer.count(), 2500U);
     blocks.UnmapSharedBlocks();
     EXPECT_EQ(blocks.prgmode.count(), 1U);
     EXPECT_EQ(blocks.prgmode(0), 0);
@@ -126,20 +100,16 @@ TEST_F(Sharemap, ReleasingKeepsTheOtherGroup) {
 }
 
 TEST_F(Sharemap, ABlockTooSmallForItsArrayIsReportedAndTheNextAttached) {
-    clsMemMapped tooSmall;
-    ASSERT_TRUE(tooSmall.OpenAndMapMemoryBlock("tamselibuf21", 61440));
-    firstByte(tooSmall) = 9;
+    ASSERT_TRUE(host.OpenAndMapMemoryBlock("tamselibuf21", 61440));
+    firstByte(host) = 9;
     blocks.MapSharedBlocks(1, ui);
     ASSERT_EQ(ui.boxes.size(), 1U);
-    EXPECT_EQ(ui.boxes[0].prompt, attachFailure);
+    EXPECT_EQ(ui.boxes[0].prompt, u"Unable to create memory mapped file");
     EXPECT_EQ(ui.boxes[0].style, messageBoxOkOnly);
     EXPECT_FALSE(ui.boxes[0].title);
     EXPECT_EQ(blocks.ibuf2.count(), 1U);
     EXPECT_EQ(blocks.ibuf2(0), 0);
     EXPECT_EQ(blocks.usbpip0readresult.count(), 2U);
-}
-
-TEST_F(Sharemap, ADeviceBufferOfNoSizeIsReported) {
     const auto expectReport = [this](Long size) {
         ui.boxes.clear();
         blocks.MapDeviceBuffer(size, ui);
@@ -149,8 +119,7 @@ TEST_F(Sharemap, ADeviceBufferOfNoSizeIsReported) {
     };
     for (const Long size : {0, -1, INT32_MIN})
         expectReport(size);
-    clsMemMapped existing;
-    ASSERT_TRUE(existing.OpenAndMapMemoryBlock("tamselibuffer", 40));
+    ASSERT_TRUE(plugin.OpenAndMapMemoryBlock("tamselibuffer", 40));
     expectReport(-1);
 }
 
