@@ -53,19 +53,18 @@ TEST(Checked, EveryOperationFitsOrRaises) {
 TEST(Checked, NarrowingStoresTestTheirWidth) {
     EXPECT_EQ(narrow<Byte>(255), 255);
     EXPECT_EQ(narrow<Integer>(-32768), -32768);
-    EXPECT_EQ(errorOf([] { (void)narrow<Byte>(256); }), ErrorNumber::overflow);
-    EXPECT_EQ(errorOf([] { (void)narrow<Byte>(-1); }), ErrorNumber::overflow);
+    for (const Long value : {-1, 256})
+        EXPECT_EQ(errorOf([&] { (void)Checked(value).toByte(); }), ErrorNumber::overflow) << value;
     EXPECT_EQ(errorOf([] { (void)narrow<Integer>(32768); }), ErrorNumber::overflow);
-    EXPECT_EQ(errorOf([] { (void)Checked(300).toByte(); }), ErrorNumber::overflow);
 }
 
 TEST(Checked, ADoubleBecomesTheNearestLongTiesToEven) {
     const std::pair<Double, Long> fits[] = {{0.5, 0},
                                             {1.5, 2},
                                             {2.5, 2},
+                                            {362.99999999999994, 363},
                                             {-0.5, 0},
                                             {-1.5, -2},
-                                            {362.99999999999994, 363},
                                             {2147483647.25, highest},
                                             {-2147483648.5, lowest}};
     for (const auto &[value, expected] : fits)
@@ -95,10 +94,8 @@ TEST(Text, NumbersInTheirForms) {
 }
 
 TEST(Text, TrimmingTakesBlanksOnly) {
-    EXPECT_EQ(trimBlanks(u"  a b "), u"a b");
-    EXPECT_EQ(trimBlanks(u" \ta\t "), u"\ta\t");
+    EXPECT_EQ(trimBlanks(u"  \ta b\t "), u"\ta b\t");
     EXPECT_EQ(trimBlanks(u"   "), u"");
-    EXPECT_EQ(trimBlanks(u""), u"");
 }
 
 TEST(Text, Utf8AndUtf16ConvertBothWays) {

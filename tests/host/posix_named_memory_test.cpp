@@ -21,8 +21,6 @@ using test::blockFile;
 using test::blockFiles;
 using test::useOwnNamespace;
 
-constexpr uid_t anotherUser = 65534;
-
 class PosixNamedMemory : public testing::Test {
   protected:
     PosixNamedMemory() { useOwnNamespace(); }
@@ -32,7 +30,7 @@ class PosixNamedMemory : public testing::Test {
     }
 };
 
-/// Another process that holds blocks of instance 0 until it is killed.
+/// Another process that holds a block of instance 0 until it is killed.
 class OtherHost {
   public:
     OtherHost() {
@@ -40,8 +38,9 @@ class OtherHost {
         if (::pipe(ready) != 0) throw std::runtime_error("pipe");
         process_ = ::fork();
         if (process_ == 0) hold(ready[1]);
-        char byte = 0;
-        ok_ = ::read(ready[0], &byte, 1) == 1 && byte == 1;
+        char holds = 0;
+        EXPECT_EQ(::read(ready[0], &holds, 1), 1);
+        EXPECT_EQ(holds, 1);
         ::close(ready[0]);
         ::close(ready[1]);
     }
@@ -49,7 +48,6 @@ class OtherHost {
     OtherHost(const OtherHost &) = delete;
     OtherHost &operator=(const OtherHost &) = delete;
 
-    [[nodiscard]] bool holds() const { return ok_; }
     void kill() {
         if (process_ <= 0) return;
         ::kill(process_, SIGKILL);
@@ -68,7 +66,6 @@ class OtherHost {
         ::_exit(1);
     }
     pid_t process_ = 0;
-    bool ok_ = false;
 };
 
 TEST_F(PosixNamedMemory, OnlyTheUserCanOpenABlockAndTheLastCloseRemovesIt) {
@@ -85,7 +82,6 @@ TEST_F(PosixNamedMemory, OnlyTheUserCanOpenABlockAndTheLastCloseRemovesIt) {
 
 TEST_F(PosixNamedMemory, ALivingHostIsSeen) {
     OtherHost host;
-    ASSERT_TRUE(host.holds());
     EXPECT_EQ(clsMemMapped::findnum(), 1);
     EXPECT_EQ(platform::createMappingExclusively("tamselibuf10", 400), 0);
     clsMemMapped block;
@@ -97,7 +93,6 @@ TEST_F(PosixNamedMemory, ALivingHostIsSeen) {
 
 TEST_F(PosixNamedMemory, AKilledHostLeavesNothing) {
     OtherHost host;
-    ASSERT_TRUE(host.holds());
     host.kill();
     EXPECT_EQ(blockFiles().size(), 1U) << "its file is there, but nobody holds it";
     EXPECT_EQ(clsMemMapped::findnum(), 0);
@@ -110,20 +105,10 @@ TEST_F(PosixNamedMemory, AKilledHostLeavesNothing) {
     platform::closeMapping(taken);
 }
 
-TEST_F(PosixNamedMemory, ClosingDoesNotRemoveAnotherFileOfTheName) {
-    clsMemMapped block;
-    ASSERT_TRUE(block.OpenAndMapMemoryBlock("tamselA", 40));
-    fs::remove(blockFile("tamselA"));
-    std::ofstream{blockFile("tamselA")};
-    block.UnMapFile();
-    EXPECT_EQ(blockFiles().size(), 1U);
-}
-
 TEST_F(PosixNamedMemory, NamesThatAreNoPlainFileNamesAreRefused) {
     clsMemMapped block;
-    for (const std::string &name :
-         {std::string("a/b"), std::string("../tamselA"), std::string("tamsel A"), std::string("tamsel.A"),
-          std::string("tamsel\xC3\xA4"), std::string(201, 'a'), std::string("tamsel\0A", 8)})
+    for (const std::string &name : {std::string("a/b"), std::string("tamsel A"), std::string("tamsel.A"),
+                                    std::string("tamsel\xC3\xA4"), std::string(201, 'a'), std::string("tamsel\0A", 8)})
         EXPECT_FALSE(block.OpenAndMapMemoryBlock(name, 40)) << name;
     EXPECT_TRUE(block.OpenAndMapMemoryBlock(std::string(200, 'a'), 40));
     ::setenv("KX3MPU6_NAMESPACE", "../up", 1);
@@ -169,35 +154,31 @@ TEST_F(PosixNamedMemory, ViewsThatAreNoneAreRefused) {
     platform::closeMapping(block);
 }
 
-/// What may stand where a block's file is looked for.
-struct Obstacle {
-    const char *name;
-    void (*put)(const fs::path &);
-    bool attaches; ///< nobody holds it, so that it counts as a dead host's
-};
-
 void writeFile(const fs::path &path) { std::ofstream(path) << std::string(8192, 'x'); }
 
-const Obstacle obstacles[] = {
-    {"a file that nobody holds", writeFile, true},
-    {"an empty file that nobody holds", [](const fs::path &path) { std::ofstream{path}; }, true},
-    {"a folder", [](const fs::path &path) { fs::create_directory(path); }, false},
-    {"a symbolic link", [](const fs::path &path) { fs::create_symlink("/dev/null", path); }, false},
-    {"a pipe", [](const fs::path &path) { ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0); }, false},
-    {"another user's file",
-     [](const fs::path &path) {
-         writeFile(path);
-         ASSERT_EQ(::chown(path.c_str(), anotherUser, anotherUser), 0);
-     },
-     false},
-};
-
 TEST_F(PosixNamedMemory, WhateverStandsInTheWayTheOtherBlocksAreAttached) {
-    for (const Obstacle &obstacle : obstacles) {
+    const struct {
+        const char *name;
+        void (*put)(const fs::path &);
+        bool attaches; ///< nobody holds it, so that it counts as a dead host's
+    } obstacles[] = {
+        {"a file that nobody holds", writeFile, true},
+        {"an empty file that nobody holds", [](const fs::path &path) { std::ofstream{path}; }, true},
+        {"a folder", [](const fs::path &path) { fs::create_directory(path); }, false},
+        {"a symbolic link", [](const fs::path &path) { fs::create_symlink("/dev/null", path); }, false},
+        {"a pipe", [](const fs::path &path) { ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0); }, false},
+        {"another user's file",
+         [](const fs::path &path) {
+             writeFile(path);
+             if (::chown(path.c_str(), 65534, 65534) != 0) GTEST_SKIP() << "only the superuser can give a file away";
+         },
+         false},
+    };
+    const fs::path path = blockFile("tamselbvcc1");
+    for (const auto &obstacle : obstacles) {
         SCOPED_TRACE(obstacle.name);
-        if (::geteuid() != 0 && obstacle.name == std::string_view("another user's file")) continue;
-        const fs::path path = blockFile("tamselbvcc1");
         obstacle.put(path);
+        if (IsSkipped()) return;
         {
             test::FakeUi ui;
             sharemap blocks;
