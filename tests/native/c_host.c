@@ -1,12 +1,11 @@
-#include "c_host.h"
-
+/* A host written in C. */
 #include "kx3mpu6.h"
 
-int c_host_buflg(void) {
+/* Create an entry object and give its buflg; -1 when a call fails. */
+int32_t c_host_buflg(void) {
     kx3_mpu *mpu;
-    int32_t buflg = -1;
-    if (kx3_mpu_create(&mpu) != KX3_OK) return -1;
-    (void)kx3_mpu_get_buflg(mpu, &buflg);
+    int32_t buflg;
+    if (kx3_mpu_create(&mpu) != KX3_OK || kx3_mpu_get_buflg(mpu, &buflg) != KX3_OK) return -1;
     kx3_mpu_release(mpu);
-    return (int)buflg;
+    return buflg;
 }

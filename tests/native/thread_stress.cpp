@@ -4,7 +4,6 @@
 #include "forms/form.h"
 #include "rig/apartment.h"
 
-#include <atomic>
 #include <cstdio>
 #include <thread>
 
@@ -12,81 +11,52 @@ namespace {
 
 using namespace kx3;
 
-class Thread {
-  public:
-    explicit Thread(Integer instance) : instance_(instance) {
-        t_.ui->onModal = [](Form &form) {
-            for (const Control &control : form.controls())
-                form.choose(control, 0);
-            form.click(*form.cancelButton());
-        };
-        t_.sessionHost->onPoll = [this] {
-            t_.host.ibuf1(0) = finished;
-            return true;
-        };
-        t_.io.onBulkRead = [](Byte *, Long, Byte *state) { *state = 2; };
-    }
+constexpr int rounds = 400;
 
-    void work(int rounds) {
-        t_.attach(bufferLength, instance_);
-        t_.host.tlength(0) = deviceSize;
-        t_.host.wordmode(0) = 1;
-        t_.host.ramlg(0) = deviceSize;
-        for (int i = 0; i < rounds; ++i) {
-            session(static_cast<Integer>(i % 2 == 0 ? windowModel : armModel), static_cast<Byte>(i % 12));
-            editorAndNote(static_cast<Byte>(i % 65));
-            attachAgain();
+/// Counts in `done` the sessions that a host of this instance has run to their end.
+void work(Integer instance, int &done) {
+    constexpr Byte finished = 100;
+    constexpr Long bufferLength = 20000;
+    constexpr Long deviceSize = 2048;
+    constexpr Integer windowModel = 40;
+    constexpr Byte readOperation = 2; // it writes the buffer
+    test::TestApartment t;
+    t.ui->onModal = [](Form &form) {
+        for (const Control &control : form.controls())
+            form.choose(control, 0);
+        form.click(*form.cancelButton());
+    };
+    t.sessionHost->onPoll = [&t] { return t.host.ibuf1(0) = finished, true; };
+    t.attach(bufferLength, instance);
+    for (int i = 0; i < rounds; ++i) {
+        t.describe({.addresses = deviceSize, .block = deviceSize, .model = i % 2 == 0 ? windowModel : test::model32f});
+        if (const auto operation = static_cast<Byte>(i % 12); operation != readOperation) {
+            t.run(operation);
+            done += t.log().ends_with("Sec\n") ? 1 : 0;
         }
-    }
-
-    [[nodiscard]] int done() const noexcept { return done_; }
-
-  private:
-    static constexpr Byte finished = 100;
-    static constexpr Long bufferLength = 20000;
-    static constexpr Long deviceSize = 2048;
-    static constexpr Integer windowModel = 40;
-    static constexpr Integer armModel = 80;
-
-    void session(Integer model, Byte operation) {
-        constexpr Byte readOperation = 2;
-        if (operation == readOperation) return; // it writes the buffer
-        t_.host.modeltype(0) = model;
-        t_.run(operation);
-        done_ += t_.log().ends_with("Sec\n") ? 1 : 0;
-    }
-    void editorAndNote(Byte number) {
-        t_.host.prgmode(0) = number;
-        t_.host.tlength(0) = 2000 + 1000 * instance_; // its bytes follow once or twice that
-        t_.mpu.editfigmpu6();
-        t_.mpu.mpu6warn(number);
-        t_.host.prgmode(0) = 0;
-        t_.host.tlength(0) = deviceSize;
-    }
-    void attachAgain() {
+        auto number = static_cast<Byte>(i % 65);
+        t.host.prgmode(0) = number;
+        t.host.tlength(0) = 2000 + 1000 * instance; // an editor's bytes follow once or twice that
+        t.mpu.editfigmpu6();
+        t.mpu.mpu6warn(number);
         {
-            clsMPU second(t_.apartment); // its end releases the blocks
+            clsMPU second(t.apartment); // its end releases the blocks
             second.freesharebuffermpu6();
-            second.bufcommpu6(instance_);
+            second.bufcommpu6(instance);
         }
         (void)clsMemMapped::findnum();
-        t_.mpu.bufcommpu6(instance_);
+        t.mpu.bufcommpu6(instance);
     }
-
-    Integer instance_;
-    test::TestApartment t_;
-    int done_ = 0;
-};
+}
 
 } // namespace
 
 int main() {
-    constexpr int rounds = 400;
-    Thread first(1);
-    Thread second(2);
-    std::thread other([&] { second.work(rounds); });
-    first.work(rounds);
+    int first = 0;
+    int second = 0;
+    std::thread other(work, Integer{2}, std::ref(second));
+    work(1, first);
     other.join();
-    std::printf("%d and %d sessions beside each other\n", first.done(), second.done());
-    return first.done() > rounds / 2 && first.done() == second.done() ? 0 : 1;
+    std::printf("%d and %d sessions beside each other\n", first, second);
+    return first > rounds / 2 && first == second ? 0 : 1;
 }
