@@ -6,11 +6,6 @@
 namespace kx3::test {
 namespace {
 
-constexpr Long tlength = 2048;
-constexpr int overflow = static_cast<int>(ErrorNumber::overflow);
-constexpr int subscript = static_cast<int>(ErrorNumber::subscript);
-constexpr int invalidCall = static_cast<int>(ErrorNumber::invalidCall);
-
 TEST_F(EditorTest, FramesAreNumberedAndOkKeepsWhatOkHasWritten) {
     for (const Byte mode : editorModes) {
         device(mode);
@@ -23,9 +18,9 @@ TEST_F(EditorTest, FramesAreNumberedAndOkKeepsWhatOkHasWritten) {
             }
             person.ok();
         });
-        const auto written = image();
+        const Bytes written = plugin.buffer();
         open([](Person &person) { person.ok(); });
-        EXPECT_TRUE(image() == written) << int(mode);
+        EXPECT_TRUE(plugin.buffer() == written) << int(mode);
     }
 }
 
@@ -36,10 +31,10 @@ TEST_F(EditorTest, LockSizesFollowTheDeviceAndBitsWithoutAnItemAreKept) {
     const struct {
         Long tlength;
         Integer pins;
-        int stored;
+        Byte stored;
         Items items;
         Long shown;
-        int after;
+        Byte after;
     } cases[] = {
         {8192, 20, 5 << 1, {u"0 k", u" 8k"}, -1, 7 << 1},
         {1536, 20, 6 << 1, {u"0 k", u" 1.5k"}, 1, 0},
@@ -50,7 +45,7 @@ TEST_F(EditorTest, LockSizesFollowTheDeviceAndBitsWithoutAnItemAreKept) {
     plugin.attach(50000);
     for (const auto &c : cases) {
         device(22, c.tlength, c.pins);
-        poke(c.tlength, {c.stored});
+        at(c.tlength) = c.stored;
         open([&](Person &person) {
             const Control &list = person.at("Combo2");
             EXPECT_EQ(list.items(), c.items) << c.tlength;
@@ -58,30 +53,19 @@ TEST_F(EditorTest, LockSizesFollowTheDeviceAndBitsWithoutAnItemAreKept) {
             EXPECT_EQ(list.enabled(), !c.items.empty());
             person.ok();
         });
-        EXPECT_EQ(peek(c.tlength, 1), std::vector<int>{c.after});
+        EXPECT_EQ(at(c.tlength), c.after);
     }
 }
 
-TEST_F(EditorTest, TheFuseOfMode18FollowsThePackage) {
+TEST_F(EditorTest, WhatFollowsTheDeviceOrTheEditor) {
     for (const auto &[pins, caption] : {std::pair(Integer{64}, u"JTAGEN:"), {Integer{44}, u"RSTDISBL:"}}) {
         device(18, tlength, pins);
         open([text = caption](Person &person) { EXPECT_EQ(person.at("Combo2", 6).label()->caption(), text); });
     }
-}
-
-TEST_F(EditorTest, PositionsAndButtons) {
-    const std::tuple<Byte, StartPosition, Integer, Integer> cases[] = {
-        {Byte{12}, StartPosition::centerOwner, noIndex, noIndex},
-        {Byte{50}, StartPosition::centerScreen, noIndex, noIndex},
-        {Byte{64}, StartPosition::centerScreen, Integer{0}, Integer{1}},
-    };
-    for (const auto &[mode, position, ok, cancel] : cases) {
+    for (const auto &[mode, position] :
+         {std::pair(Byte{12}, StartPosition::centerOwner), {Byte{64}, StartPosition::centerScreen}}) {
         device(mode);
-        open([&, p = position, o = ok, c = cancel](Person &person) {
-            EXPECT_EQ(person.form.startPosition(), p);
-            EXPECT_EQ(person.form.defaultButton(), &person.at("OKButton", o));
-            EXPECT_EQ(person.form.cancelButton(), &person.at("CancelButton", c));
-        });
+        open([&, p = position](Person &person) { EXPECT_EQ(person.form.startPosition(), p); });
     }
     device(50);
     open([](Person &person) { EXPECT_EQ(person.at("Frame3").columns(), 4) << "two lines of four periods"; });
@@ -104,8 +88,8 @@ TEST_F(EditorTest, OkRefusesABadEntryAndWritesNothing) {
     for (const auto &c : cases) {
         SCOPED_TRACE(testing::Message() << "mode " << int(c.mode));
         device(c.mode);
-        poke(2 * tlength + 4, {1});
-        const auto before = image();
+        at(2 * tlength + 4) = 1;
+        const Bytes before = plugin.buffer();
         open([&](Person &person) {
             person.chooseAll("Combo1", 0);
             person.paste("Text1", c.index, c.text);
@@ -119,7 +103,7 @@ TEST_F(EditorTest, OkRefusesABadEntryAndWritesNothing) {
             EXPECT_EQ(person.form.message(), u"") << "a new entry takes the message back";
             EXPECT_FALSE(person.at("Text1", c.index).marked());
         });
-        EXPECT_TRUE(image() == before);
+        EXPECT_TRUE(plugin.buffer() == before);
         EXPECT_TRUE(plugin.ui->boxes.empty());
     }
 }
@@ -139,19 +123,20 @@ TEST_F(EditorTest, ABadEntryInAGreyedBoxLeadsToItsCheckBox) {
         person.ok();
         EXPECT_FALSE(person.form.loaded());
     });
-    EXPECT_EQ(peek(2 * tlength + 5, 2), (std::vector<int>{0xFF, 0}));
+    EXPECT_EQ(at(2 * tlength + 5), 0xFF);
+    EXPECT_EQ(at(2 * tlength + 6), 0);
 }
 
 TEST_F(EditorTest, TheInstanceIsKeptAndReadsTheBytesAnew) {
-    device(12, 2048, 20);
+    device(12);
     Form *first = nullptr;
-    poke(4096, {0});
+    at(2 * tlength) = 0;
     open([&](Person &person) {
         first = &person.form;
         person.choose("Combo1", 0, 1);
         EXPECT_TRUE(person.form.close()) << "closed by the frame";
     });
-    EXPECT_EQ(peek(4096, 1), (std::vector<int>{0}));
+    EXPECT_EQ(at(2 * tlength), 0);
     open([&](Person &person) {
         EXPECT_EQ(&person.form, first);
         EXPECT_EQ(person.at("Combo1", 0).listIndex(), 0);
@@ -166,31 +151,28 @@ TEST_F(EditorTest, ThePresenterMayReturnOrThrowWithTheFormOpen) {
     EXPECT_FALSE(form->loaded());
     EXPECT_THROW(open([](Person &) { throw std::bad_alloc(); }), std::bad_alloc);
     EXPECT_FALSE(form->loaded());
-    EXPECT_EQ(openError(), 0);
+    EXPECT_EQ(openError(), std::nullopt);
 }
 
 TEST_F(EditorTest, AnOpenEditorCannotBeOpenedAgain) {
     device(12);
-    poke(4096, {0});
+    at(2 * tlength) = 0;
     open([&](Person &person) {
         person.choose("Combo1", 0, 1);
-        EXPECT_EQ(openError(), invalidCall);
+        EXPECT_EQ(openError(), ErrorNumber::invalidCall);
         device(50);
-        EXPECT_EQ(openError([](Person &inner) { inner.cancel(); }), 0) << "another editor may open over it";
+        EXPECT_EQ(openError([](Person &inner) { inner.cancel(); }), std::nullopt) << "another editor may open over it";
         ASSERT_TRUE(person.form.loaded());
         person.ok();
     });
-    EXPECT_EQ(peek(4096, 1), (std::vector<int>{0x89})) << "OK writes where the load has read";
+    EXPECT_EQ(at(2 * tlength), 0x89) << "OK writes where the load has read";
 }
 
 TEST_F(EditorTest, HostileLengthsAreOrderlyErrors) {
+    using enum ErrorNumber;
     constexpr Long most = std::numeric_limits<Long>::max();
     constexpr Long least = std::numeric_limits<Long>::min();
-    const struct {
-        Byte mode;
-        Long tlength;
-        int error;
-    } cases[] = {
+    const std::tuple<Byte, Long, ErrorNumber> cases[] = {
         {1, -1, subscript},     {1, most, subscript},        {3, -1, subscript},           {3, most / 2, subscript},
         {3, least, overflow},   {3, most / 2 + 1, overflow}, {12, most / 2 + 1, overflow}, {13, least / 2, subscript},
         {22, -1, subscript},    {22, most, subscript},       {23, most - 3, subscript},    {39, -1, subscript},
@@ -198,30 +180,30 @@ TEST_F(EditorTest, HostileLengthsAreOrderlyErrors) {
         {46, 47, subscript},    {49, least + 47, overflow},  {50, 11195, subscript},       {51, 11200, subscript},
         {62, 5596, subscript},  {64, 39, subscript},         {64, least, overflow},
     };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(testing::Message() << "mode " << int(c.mode) << " length " << c.tlength);
-        device(c.mode, c.tlength);
-        const auto before = image();
-        EXPECT_EQ(openError([](Person &) { ADD_FAILURE() << "the editor opened"; }), c.error);
-        EXPECT_TRUE(image() == before);
+    for (const auto &[mode, length, error] : cases) {
+        SCOPED_TRACE(testing::Message() << "mode " << int(mode) << " length " << length);
+        device(mode, length);
+        const Bytes before = plugin.buffer();
+        EXPECT_EQ(openError([](Person &) { ADD_FAILURE() << "the editor opened"; }), error);
+        EXPECT_TRUE(plugin.buffer() == before);
     }
     for (const Byte mode : {Byte{1}, Byte{3}, Byte{13}, Byte{22}, Byte{50}}) {
         device(mode, 0);
-        EXPECT_EQ(openError([](Person &person) { person.ok(); }), 0) << "an image of no bytes is no error";
+        EXPECT_EQ(openError([](Person &person) { person.ok(); }), std::nullopt) << "an image of no bytes is no error";
     }
 }
 
 TEST_F(EditorTest, AnUnknownLanguageChangesNothing) {
     for (const Byte mode : editorModes) {
         device(mode);
-        poke(4159, {0x55});
-        poke(2048, {0xAA});
-        const auto before = image();
+        at(4159) = 0x55;
+        at(tlength) = 0xAA;
+        const Bytes before = plugin.buffer();
         for (const Long language : {1, -3000, 36000, std::numeric_limits<Long>::max()}) {
             plugin.host.Language(0) = language;
-            EXPECT_NE(openError([](Person &) { ADD_FAILURE() << "the editor opened"; }), 0) << int(mode);
+            EXPECT_EQ(openError(), ErrorNumber::resourceNotFound) << int(mode);
         }
-        EXPECT_TRUE(image() == before) << int(mode);
+        EXPECT_TRUE(plugin.buffer() == before) << int(mode);
     }
 }
 
@@ -232,7 +214,7 @@ TEST_F(EditorTest, AnErrorOfOkClosesTheEditorAndIsRaised) {
                   EXPECT_FALSE(person.form.click(*person.form.defaultButton()));
                   EXPECT_FALSE(person.form.loaded());
               }),
-              subscript);
+              ErrorNumber::subscript);
 }
 
 } // namespace
