@@ -25,23 +25,21 @@ Bytes patched(Bytes bytes, const Json &source) {
     return bytes;
 }
 
-class Crc32 {
-  public:
+/// A sum over bytes that come piece by piece.
+struct Crc32 {
     void add(std::span<const Byte> bytes) {
         for (const Byte byte : bytes) {
-            state_ ^= byte;
+            state ^= byte;
             for (int bit = 0; bit < 8; ++bit)
-                state_ = state_ >> 1 ^ ((state_ & 1) != 0 ? 0xEDB88320U : 0);
+                state = state >> 1 ^ ((state & 1) != 0 ? 0xEDB88320U : 0);
         }
     }
     [[nodiscard]] std::string digits() const {
         char text[9];
-        std::snprintf(text, sizeof text, "%08x", ~state_);
+        std::snprintf(text, sizeof text, "%08x", ~state);
         return text;
     }
-
-  private:
-    std::uint32_t state_ = 0xFFFFFFFFU;
+    std::uint32_t state = 0xFFFFFFFFU;
 };
 std::string crcOf(std::span<const Byte> bytes) {
     Crc32 sum;
@@ -156,8 +154,7 @@ class Tape {
 
 template <class T> T answer(const Json &call) {
     const Json value = call.value("ret", Json(0));
-    if (value.is_boolean()) return static_cast<T>(value.get<bool>());
-    return static_cast<T>(value.get<Long>());
+    return static_cast<T>(value.is_boolean() ? Long{value.get<bool>()} : value.get<Long>());
 }
 
 class TapeHost final : public SessionHost {
