@@ -72,7 +72,6 @@ class ArmRig : public Workplace, public TestApartment {
     std::deque<Reports> runs;                ///< one for each command; without one it finishes at once
     std::map<std::string, Integer> statuses; ///< results of calls other than 0
     std::deque<Byte> readStates;             ///< of the bulk reads to come; without one: 2
-    std::string failingCall;                 ///< this call of the session host or the programmer fails
 
   private:
     void connect() {
@@ -96,7 +95,6 @@ class ArmRig : public Workplace, public TestApartment {
     Integer note(const std::string &entry) {
         traffic.push_back(entry);
         look();
-        if (entry == failingCall) raise(ErrorNumber::deviceIo, u"Cable unplugged");
         const auto found = statuses.find(entry);
         return found == statuses.end() ? Integer{0} : found->second;
     }

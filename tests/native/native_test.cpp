@@ -261,19 +261,24 @@ TEST_F(Native, StructuresOfCallbacksSayTheirSize) {
     EXPECT_EQ(calls, 1);
 }
 
-TEST_F(Native, MissingAndFailingCallbacksFailTheCall) {
+TEST_F(Native, ACallThatNeedsACallback) {
     kx3_block *tooSmall = nullptr;
     ASSERT_EQ(kx3_block_create("tamselibuf21", 1, &tooSmall), KX3_OK);
     createMpu();
-    EXPECT_EQ(kx3_mpu_bufcommpu6(mpu, &instance), KX3_NOT_AVAILABLE);
-    EXPECT_STREQ(kx3_last_error(), "No callback for message boxes; the box said: Unable to create memory mapped file");
-    onBox = [](auto...) { return kx3_status{KX3_DEVICE_IO}; };
+    const auto expectAttach = [this](kx3_status status, const char *error) {
+        EXPECT_EQ(kx3_mpu_bufcommpu6(mpu, &instance), status);
+        EXPECT_STREQ(kx3_last_error(), error);
+    };
+    expectAttach(KX3_NOT_AVAILABLE, "No callback for message boxes; the box said: Unable to create memory mapped file");
     setUi();
-    EXPECT_EQ(kx3_mpu_bufcommpu6(mpu, &instance), KX3_DEVICE_IO);
-    EXPECT_STREQ(kx3_last_error(), "message_box failed with status 57");
+    onBox = [](auto...) { return kx3_status{KX3_DEVICE_IO}; };
+    expectAttach(KX3_DEVICE_IO, "message_box failed with status 57");
     onBox = [](auto...) { return kx3_fail_with("no screen"), kx3_status{1234}; };
-    EXPECT_EQ(kx3_mpu_bufcommpu6(mpu, &instance), 1234);
-    EXPECT_STREQ(kx3_last_error(), "no screen");
+    expectAttach(1234, "no screen");
+    onBox = [this](auto...) { return kx3_mpu_release(std::exchange(mpu, nullptr)), kx3_status{KX3_OK}; };
+    EXPECT_EQ(kx3_mpu_bufcommpu6(mpu, &instance), KX3_OK) << "the object's release waits for its call";
+    EXPECT_EQ(mpu, nullptr);
+    createMpu(); // ends what the thread has attached
     kx3_block_close(tooSmall);
 }
 
@@ -306,18 +311,6 @@ TEST_F(Native, WhatAFormIsAskedWronglyIsAnError) {
     EXPECT_EQ(kx3_form_click(former, 0, nullptr), KX3_OBJECT_NOT_SET) << "the form is shown no more";
     EXPECT_EQ(kx3_form_loaded(former), 0);
     EXPECT_EQ(kx3_form_accepted(former), 0);
-}
-
-TEST_F(Native, AnObjectMayBeReleasedFromItsOwnCallback) {
-    kx3_block *tooSmall = nullptr;
-    ASSERT_EQ(kx3_block_create("tamselibuf21", 1, &tooSmall), KX3_OK);
-    createMpu();
-    onBox = [this](auto...) { return kx3_mpu_release(std::exchange(mpu, nullptr)), kx3_status{KX3_OK}; };
-    setUi();
-    EXPECT_EQ(kx3_mpu_bufcommpu6(mpu, &instance), KX3_OK);
-    EXPECT_EQ(mpu, nullptr);
-    createMpu(); // ends what the thread has attached
-    kx3_block_close(tooSmall);
 }
 
 TEST_F(Native, WithoutMemoryACallFailsAndTheNextOneWorks) {
