@@ -1,12 +1,17 @@
-// Named memory where blocks are files: their lifetime, and files that are no blocks of ours.
+// What the engine asks of a POSIX system: named memory where blocks are files, with their lifetime and files that are
+// no blocks of ours; the time of day; and libraries that are not there or lack a function.
 #include "blocks/mem_mapped.h"
 #include "blocks/sharemap.h"
+#include "error_of.h"
+#include "platform/dynamic_library.h"
+#include "platform/system.h"
 #include "rig/fakes.h"
 #include "rig/own_blocks.h"
 
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <sys/file.h>
@@ -204,6 +209,28 @@ TEST_F(PosixNamedMemory, AHeldFileWithoutBytesIsNoBlock) {
     EXPECT_FALSE(block.OpenAndMapMemoryBlock("tamselB", 0));
     EXPECT_TRUE(block.OpenAndMapMemoryBlock("tamselB", 40)) << "the handle without a view does not stay in the way";
     ::close(holder);
+}
+
+TEST(ProgrammerLibrary, WhatIsMissingIsNamed) {
+    const auto function = test::failureOf([] { (void)platform::DynamicLibrary("kx3io").function<void()>("absent"); });
+    ASSERT_TRUE(function);
+    EXPECT_EQ(function->number, ErrorNumber::entryPointNotFound);
+    EXPECT_EQ(function->description, u"Can't find DLL entry point absent in libkx3io.so");
+    const auto library = test::failureOf([] { const platform::DynamicLibrary absent("absent"); });
+    ASSERT_TRUE(library);
+    EXPECT_EQ(library->number, ErrorNumber::fileNotFound);
+    EXPECT_EQ(library->description, u"File not found: libabsent.so");
+}
+
+TEST(Clock, GivesTheLocalTimeOfDay) {
+    constexpr std::time_t day = 86400;
+    ::setenv("TZ", "XYZ-05:21:17", 1);
+    ::tzset();
+    const std::time_t before = std::time(nullptr) + 5 * 3600 + 21 * 60 + 17;
+    const double passed = static_cast<double>(platform::secondsSinceMidnight()) - static_cast<double>(before % day);
+    EXPECT_TRUE((passed > -1 && passed < 10) || passed < 10 - static_cast<double>(day)) << passed;
+    ::unsetenv("TZ");
+    ::tzset();
 }
 
 } // namespace
