@@ -13,26 +13,6 @@
 namespace kx3::test {
 namespace {
 
-/// Changes bytes of all blocks of numbers while it lives; no other thread may touch the handles of texts.
-class Writer {
-  public:
-    explicit Writer(sharemap &blocks) : targets_(allBlocks(blocks)) {
-        targets_.pop_back(); // the device buffer
-        std::erase_if(targets_, [](const Block &block) { return block.texts != nullptr; });
-        thread_ = std::jthread([this](const std::stop_token &stop) {
-            for (std::minstd_rand random(1); !stop.stop_requested(); hasWritten = true) {
-                const std::span<std::byte> target = targets_[random() % targets_.size()].bytes;
-                target[random() % target.size()] = static_cast<std::byte>(random());
-            }
-        });
-    }
-    std::atomic<bool> hasWritten = false;
-
-  private:
-    std::vector<Block> targets_;
-    std::jthread thread_;
-};
-
 TEST(HostileBlocks, ValuesMayChangeAtAnyMoment) {
     for (const Integer model : {model32f, modelArm}) {
         const Workplace workplace;
@@ -44,9 +24,19 @@ TEST(HostileBlocks, ValuesMayChangeAtAnyMoment) {
             *state = 2;
         };
         SavedBlocks saved(t.host);
+        std::vector<Block> targets = allBlocks(t.host);
+        // Not the device buffer, and not the handles of texts, which belong to one thread.
+        targets.pop_back();
+        std::erase_if(targets, [](const Block &block) { return block.texts != nullptr; });
+        std::atomic<bool> hasWritten = false;
         {
-            const Writer writer(t.host);
-            for (int i = 0; i < 300 || !writer.hasWritten; ++i) {
+            const std::jthread writer([&](const std::stop_token &stop) {
+                for (std::minstd_rand random(1); !stop.stop_requested(); hasWritten = true) {
+                    const std::span<std::byte> target = targets[random() % targets.size()].bytes;
+                    target[random() % target.size()] = static_cast<std::byte>(random());
+                }
+            });
+            for (int i = 0; i < 300 || !hasWritten; ++i) {
                 saved.restore();
                 try {
                     t.run(static_cast<Byte>(i % 12));

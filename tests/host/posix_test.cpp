@@ -38,16 +38,11 @@ class PosixNamedMemory : public testing::Test {
 /// Another process that holds a block of instance 0 until it is killed.
 class OtherHost {
   public:
-    OtherHost() {
-        int ready[2];
-        if (::pipe(ready) != 0) throw std::runtime_error("pipe");
-        process_ = ::fork();
-        if (process_ == 0) hold(ready[1]);
-        char holds = 0;
-        EXPECT_EQ(::read(ready[0], &holds, 1), 1);
-        EXPECT_EQ(holds, 1);
-        ::close(ready[0]);
-        ::close(ready[1]);
+    OtherHost() : process_(::fork()) {
+        if (process_ == 0) hold();
+        int state = 0;
+        EXPECT_EQ(::waitpid(process_, &state, WUNTRACED), process_);
+        EXPECT_TRUE(WIFSTOPPED(state)) << "it holds the block";
     }
     ~OtherHost() { kill(); }
     OtherHost(const OtherHost &) = delete;
@@ -61,16 +56,14 @@ class OtherHost {
     }
 
   private:
-    [[noreturn]] static void hold(int ready) {
+    [[noreturn]] static void hold() {
         clsMemMapped block;
-        const char ok = block.OpenAndMapMemoryBlock("tamselibuf10", 400) ? 1 : 0;
-        if (ok != 0) *static_cast<Byte *>(block.BaseAddress()) = 0xAB;
-        if (::write(ready, &ok, 1) == 1)
-            for (;;)
-                ::pause();
-        ::_exit(1);
+        if (!block.OpenAndMapMemoryBlock("tamselibuf10", 400)) ::_exit(1);
+        *static_cast<Byte *>(block.BaseAddress()) = 0xAB;
+        for (;;)
+            ::raise(SIGSTOP);
     }
-    pid_t process_ = 0;
+    pid_t process_;
 };
 
 TEST_F(PosixNamedMemory, OnlyTheUserCanOpenABlockAndTheLastCloseRemovesIt) {
