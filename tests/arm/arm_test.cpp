@@ -3,9 +3,9 @@
 #include "arm_rig.h"
 #if !defined(_WIN32)
 #include "support/unreadable_files.h"
-#endif
 
 #include <thread>
+#endif
 
 namespace kx3::test {
 namespace {
@@ -89,6 +89,7 @@ TEST(ArmSession, TheClocksAlgorithmComesFirst) {
         }
 }
 
+#if !defined(_WIN32) // where some 50 000 sessions that open a file take too long
 TEST(ArmSession, ADamagedAlgorithmFileIsSentOrRejected) {
     for (const auto &[model, clockSpecific, file] : algorithmFiles) {
         ArmRig rig({.model = model});
@@ -108,9 +109,7 @@ TEST(ArmSession, ADamagedAlgorithmFileIsSentOrRejected) {
         spill(file, std::vector<char>(0x20001, 1));
         EXPECT_FALSE(isSent(rig)) << "longer than its block";
         std::filesystem::remove(file);
-#if !defined(_WIN32)
         forEachUnreadableFile(file, [&] { EXPECT_FALSE(isSent(rig)); });
-#endif
         {
             const std::jthread writer([path = file](const std::stop_token &stop) {
                 for (std::size_t length = 1; !stop.stop_requested(); length = length * 5 % (longestAlgorithm + 7))
@@ -123,6 +122,7 @@ TEST(ArmSession, ADamagedAlgorithmFileIsSentOrRejected) {
         EXPECT_TRUE(isSent(rig));
     }
 }
+#endif
 
 TEST(ArmSession, ChipIdCheck) {
     using enum MessageBoxResult;
