@@ -183,64 +183,41 @@ TEST(ArmSession, AnIdentityErrorEndsADirectRun) {
 }
 
 TEST(BlockTransfer, BlocksAndChunks) {
-    struct Case {
-        Integer model;
-        Byte operation;
-        Device device;
-        std::string traffic;
-    };
     const std::string ask = "0A 00 40 02/8; ", announce = "0A 00 80 02/4; ", announceArm = "0A 00 80 01/4; ";
-    const Case cases[] = {
-        // Reading: one request a block, chunks of C000.
-        {model32f, 2, {2, 0x100, 0x100, 16, 32, 1}, "34 02 81 00 00/16; " + ask + "ibuffer+32 <- 480; "},
-        {model32f, 2, {1, 0x100, 0x100, 0.5, 2.5}, "34 02 80 00 00/16; " + ask + "ibuffer+2 <- 256; "},
-        {model32f, 2, {1, 1}, "34 02 80 00 00/16; " + ask + "ibuffer+0 <- 1; "},
-        {model32f, 2, {1, 0x100, 0x100, 255}, "34 02 80 00 00/16; " + ask + "ibuffer+0 <- 1; "},
-        {model32f,
-         2,
-         {1, 0x18001, 0xC000},
-         "34 02 00 00 00/16; " + ask + "ibuffer+0 <- 49152; 34 02 00 01 00/16; " + ask +
-             "ibuffer+49152 <- 49152; 34 02 80 02 00/16; " + ask + "ibuffer+98304 <- 1; "},
-        // A verify of a device that is not large ends with it.
-        {model32f, 5, {1, 0xFF80, 0x20000}, "34 06 80 00 00/16; " + ask + "ibuf2 <- 49152; ibuf2 <- 16256; "},
-        // Reading: one request a chunk of 8000, counted in addresses also for words.
-        {modelArm,
-         2,
-         {2, 0x10000, 0x10000},
-         "34 02 80 00 00/16; 0A 00 40 01/8; ibuffer+0 <- 32768; 0A 01 40 01/8; ibuffer+32768 <- 32768; "},
-        {modelArm,
-         5,
-         {1, 0x8001, 0x10000, 0, 0, 1},
-         "34 06 81 00 00/16; " + ask + "ibuf2 <- 32768; 0A 01 40 02/8; ibuf2 <- 1; "},
-        // Programming: the last block is counted in bytes.
-        {model32f,
-         3,
-         {1, 0x30000, 0x18000},
-         announce + "ibuffer+0 -> 49152; ibuffer+49152 -> 49152; 34 04 00 00 00/16; " + announce +
-             "ibuffer+98304 -> 49152; ibuffer+147456 -> 49152; 34 04 80 01 00/16; "},
-        {model32f,
-         3,
-         {2, 0x8040, 0x8080},
-         announce + "ibuffer+0 -> 49152; ibuffer+49152 -> 16512; 34 04 80 00 00/16; "},
-        {modelArm,
-         3,
-         {1, 0xFFFF, 0xFFFF, 0, 0, 1},
-         announce + "ibuffer+0 -> 32768; ibuffer+32768 -> 32767; 34 04 81 00 00/16; "},
-        // The automatic sequence never rounds; its last chunk takes 100 bytes more where they fit.
-        {modelArm,
-         0,
-         {1, 0x10080, 0x20000},
-         announceArm + "ibuffer+0 -> 65536; ibuffer+65536 -> 228; 34 01 80 00 00/16; "},
-        {model32f, 0, {1, 49051, 0x10000}, announce + "ibuffer+0 -> 49151; 34 01 80 00 00/16; "},
-        {model32f, 0, {1, 49052, 0x10000}, announce + "ibuffer+0 -> 49052; 34 01 80 00 00/16; "},
-    };
-    for (Case c : cases) {
-        c.device.model = c.model;
-        ArmRig rig(c.device, 0x40000);
-        rig.run(c.operation);
-        EXPECT_EQ(rig.operationTraffic(), c.traffic + pass);
+    const auto expect = [](Integer model, Byte operation, Device device, const std::string &traffic) {
+        SCOPED_TRACE(traffic);
+        device.model = model;
+        ArmRig rig(device, 0x40000);
+        rig.run(operation);
+        EXPECT_EQ(rig.operationTraffic(), traffic + pass);
         EXPECT_EQ(rig.failure(), "");
-    }
+    };
+    // Reading: one request a block, chunks of C000.
+    expect(model32f, 2, {2, 0x100, 0x100, 16, 32, 1}, "34 02 81 00 00/16; " + ask + "ibuffer+32 <- 480; ");
+    expect(model32f, 2, {1, 0x100, 0x100, 0.5, 2.5}, "34 02 80 00 00/16; " + ask + "ibuffer+2 <- 256; ");
+    expect(model32f, 2, {1, 1}, "34 02 80 00 00/16; " + ask + "ibuffer+0 <- 1; ");
+    expect(model32f, 2, {1, 0x100, 0x100, 255}, "34 02 80 00 00/16; " + ask + "ibuffer+0 <- 1; ");
+    expect(model32f, 2, {1, 0x18001, 0xC000},
+           "34 02 00 00 00/16; " + ask + "ibuffer+0 <- 49152; 34 02 00 01 00/16; " + ask +
+               "ibuffer+49152 <- 49152; 34 02 80 02 00/16; " + ask + "ibuffer+98304 <- 1; ");
+    expect(modelArm, 2, {2, 0x10000, 0x10000},
+           "34 02 80 00 00/16; 0A 00 40 01/8; ibuffer+0 <- 32768; 0A 01 40 01/8; ibuffer+32768 <- 32768; ");
+    expect(modelArm, 5, {1, 0x8001, 0x10000, 0, 0, 1},
+           "34 06 81 00 00/16; " + ask + "ibuf2 <- 32768; 0A 01 40 02/8; ibuf2 <- 1; ");
+    // Programming: the last block is counted in bytes.
+    expect(model32f, 3, {1, 0x30000, 0x18000},
+           announce + "ibuffer+0 -> 49152; ibuffer+49152 -> 49152; 34 04 00 00 00/16; " + announce +
+               "ibuffer+98304 -> 49152; ibuffer+147456 -> 49152; 34 04 80 01 00/16; ");
+    expect(model32f, 3, {2, 0x8040, 0x8080},
+           announce + "ibuffer+0 -> 49152; ibuffer+49152 -> 16512; 34 04 80 00 00/16; ");
+    expect(modelArm, 3, {1, 0xFFFF, 0xFFFF, 0, 0, 1},
+           announce + "ibuffer+0 -> 32768; ibuffer+32768 -> 32767; 34 04 81 00 00/16; ");
+    // The automatic sequence never rounds; its last chunk takes 100 bytes more where they fit.
+    expect(modelArm, 0, {1, 0x10080, 0x20000},
+           announceArm + "ibuffer+0 -> 65536; ibuffer+65536 -> 228; 34 01 80 00 00/16; ");
+    expect(model32f, 0, {1, 49051, 0x10000}, announce + "ibuffer+0 -> 49151; 34 01 80 00 00/16; ");
+    expect(model32f, 0, {1, 49052, 0x10000}, announce + "ibuffer+0 -> 49052; 34 01 80 00 00/16; ");
+
     ArmRig rig({.addresses = 0x808000, .block = 0x8000, .model = modelArm}, 0x808000);
     rig.run(3);
     EXPECT_TRUE(rig.operationTraffic().ends_with("ibuffer+8388608 -> 32768; 34 04 80 00 01/16; " + pass));
@@ -289,6 +266,13 @@ TEST(BlockTransfer, ProgressGrowsWithBlocksAndChunks) {
         rig.run(operation);
         EXPECT_EQ(rig.progress, progress) << int{operation};
     }
+}
+
+TEST(ErrorLine, TheBufferAddressOfAWordHasEightPlaces) {
+    ArmRig rig({.width = 2});
+    rig.runs = {{{0, 0xFA, 0, 0x10, 0, 0, 0}}, {{0, 0xFA, 0, 0, 0, 0, 0x40}}};
+    EXPECT_NE(rig.run(3).find("Buffer Address:20      H"), std::string::npos) << rig.log();
+    EXPECT_EQ(rig.run(3), startLine(3) + aborted) << "an overflow";
 }
 
 TEST(AutoProgram, VerifyNotesBelongToTheirBlock) {
