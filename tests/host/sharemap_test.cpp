@@ -110,6 +110,8 @@ TEST_F(Sharemap, ABlockTooSmallForItsArrayIsReportedAndTheNextAttached) {
     EXPECT_EQ(blocks.ibuf2.count(), 1U);
     EXPECT_EQ(blocks.ibuf2(0), 0);
     EXPECT_EQ(blocks.usbpip0readresult.count(), 2U);
+    ASSERT_TRUE(host.UnMapFile() && host.OpenAndMapMemoryBlock("tamselibuf21", 40));
+    EXPECT_EQ(firstByte(host), 0) << "nobody held the block any more";
     const auto expectReport = [this](Long size) {
         ui.boxes.clear();
         blocks.MapDeviceBuffer(size, ui);
