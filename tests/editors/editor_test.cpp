@@ -6,15 +6,19 @@
 namespace kx3::test {
 namespace {
 
-TEST_F(EditorTest, FramesAreNumberedAndOkKeepsWhatOkHasWritten) {
+TEST_F(EditorTest, FramesAndLabelsAreNumberedAndOkKeepsWhatOkHasWritten) {
     for (const Byte mode : editorModes) {
         device(mode);
         plugin.setBuffer(sampleImage(plugin.host.ibuffer.count()));
         open([](Person &person) {
             int frames = 0;
             for (const Control &control : person.form.controls()) {
-                if (control.kind() != ControlKind::frame) continue;
-                EXPECT_EQ(control.name(), "Frame" + std::to_string(++frames));
+                const std::string &name = control.name();
+                if (control.kind() == ControlKind::frame) {
+                    EXPECT_EQ(name, "Frame" + std::to_string(++frames));
+                } else if (control.kind() == ControlKind::label) {
+                    EXPECT_EQ(name.find_first_not_of("0123456789", 5), std::string::npos) << name;
+                }
             }
             person.ok();
         });
