@@ -80,5 +80,13 @@ TEST(DialogLayout, CaptionsHaveAccessKeysAndNames) {
                              "1-0|11|取消|Ночь|нет|яА|q & A&B|OK|Cancel|");
 }
 
+TEST(DialogLayout, TheFirstAndLastOfEveryAlphabetAreAccessKeys) {
+    for (const char *captions : {"a z а я 0 9", "A Z А Я"}) {
+        const Sketch form(captions);
+        for (const Placement &place : dialogLayout(form).placements)
+            EXPECT_EQ(place.markedCaption, u"&" + place.control->caption());
+    }
+}
+
 } // namespace
 } // namespace kx3::test
