@@ -43,9 +43,9 @@ enable = True
 mpu.runMpu6Prg enable
 Check "usbenable after runMpu6Prg", enable, True
 
-mpu.exitpower = True
+mpu.exitpower = 5
 Check "exitpower as written", mpu.exitpower, True
-mpu.buflg = 123456
+mpu.buflg = 123456.0
 Check "buflg as written", mpu.buflg, CLng(123456)
 
 mpu.freesharebuffermpu6

@@ -2,107 +2,139 @@
 
 #include "com/dispatch_session_host.h"
 
-#include "windows/suite.h"
+#include "com/server.h"
+#include "host/error_of.h"
+#include "windows/host.h"
 
+#include <functional>
+#include <gtest/gtest.h>
 #include <sstream>
+#include <vector>
 
 namespace kx3::com {
 namespace {
 
 using test::failureOf;
-using test::valueOf;
 
-class ProxyTest : public ::testing::Test {
+VARIANT valueOf(VARTYPE type, Long number) {
+    VARIANT made{};
+    V_VT(&made) = type;
+    V_I4(&made) = number;
+    return made;
+}
+
+/// Stands for the session host, whose class is registered; answers as a test says.
+class ProxyTest : public ::testing::Test, public IDispatch {
   protected:
-    void answerWith(const VARIANT &value) {
-        script.answer = [value](auto &, auto &, VARIANT *result, auto *) {
-            *result = value;
-            return S_OK;
-        };
+    ProxyTest() {
+        EXPECT_EQ(programmerLibrary.call("DllRegisterServer"), S_OK);
+        CLSID classId{};
+        EXPECT_EQ(::CLSIDFromProgID(sessionHostProgId, &classId), S_OK);
+        served = this;
+        ::CoRegisterClassObject(classId, &factory, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie);
+    }
+    ~ProxyTest() override {
+        EXPECT_EQ(references, 1U);
+        ::CoRevokeClassObject(cookie);
+        EXPECT_EQ(programmerLibrary.call("DllUnregisterServer"), S_OK);
     }
 
-    test::ComThread com;
-    test::Registered registered{L"kx3host.dll"};
-    test::ScriptedHost script;
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void **object) override {
+        EXPECT_EQ(id, IID_IDispatch);
+        AddRef();
+        *object = static_cast<IDispatch *>(this);
+        return S_OK;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
+    ULONG STDMETHODCALLTYPE Release() override { return --references; }
+    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT *) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo **) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR *asked, UINT, LCID, DISPID *identifiers) override {
+        const std::wstring name(*asked);
+        names.emplace_back(name.begin(), name.end());
+        *identifiers = static_cast<DISPID>(names.size());
+        return lookUp;
+    }
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID identifier, REFIID, LCID, WORD, DISPPARAMS *parameters, VARIANT *result,
+                                     EXCEPINFO *exception, UINT *) override {
+        return answer(names.at(static_cast<std::size_t>(identifier - 1)), *parameters, *result, *exception);
+    }
+
+    const test::ComThread com;
+    const test::Library programmerLibrary{L"kx3host.dll"};
+    int created = 0;
+    static inline ProxyTest *served = nullptr;
+    static inline ClassFactory factory{[](REFIID id, void **object) {
+        ++served->created;
+        return served->QueryInterface(id, object);
+    }};
+    DWORD cookie = 0;
+    ULONG references = 1;
+    std::vector<std::string> names; ///< that were asked for
+    HRESULT lookUp = S_OK;
+    std::function<HRESULT(const std::string &name, DISPPARAMS &, VARIANT &result, EXCEPINFO &)> answer =
+        [](auto &&...) { return S_OK; };
 };
+
+/// Call an operation with the numbers 1, 2, 3 ...
+template <class Result, class... Values> void call(SessionHost &host, Result (SessionHost::*operation)(Values...)) {
+    [&]<std::size_t... Index>(std::index_sequence<Index...>) {
+        (void)(host.*operation)(static_cast<Values>(Index + 1)...);
+    }
+    (std::index_sequence_for<Values...>());
+}
 
 TEST_F(ProxyTest, ArgumentsGoByReferenceInTheOrderOfTheOperation) {
     std::ostringstream calls;
-    script.answer = [&](const std::wstring &name, DISPPARAMS &parameters, auto *, auto *) {
-        calls << std::string(name.begin(), name.end());
+    answer = [&](const std::string &name, DISPPARAMS &parameters, auto &&...) {
+        calls << name;
         for (UINT i = parameters.cArgs; i-- > 0;) {
             const VARIANTARG &argument = parameters.rgvarg[i];
-            if (V_VT(&argument) == (VT_BYREF | VT_UI1))
-                calls << " byte " << int{(*V_UI1REF(&argument))++};
-            else if (V_VT(&argument) == (VT_BYREF | VT_I4))
-                calls << " long " << (*V_I4REF(&argument))++;
-            else
-                calls << " type " << V_VT(&argument);
+            const bool isByte = V_VT(&argument) == (VT_BYREF | VT_UI1);
+            EXPECT_TRUE(isByte || V_VT(&argument) == (VT_BYREF | VT_I4)) << V_VT(&argument);
+            calls << (isByte ? " byte " : " long ") << (isByte ? *V_UI1REF(&argument) : *V_I4REF(&argument));
         }
         calls << '\n';
         return S_OK;
     };
     DispatchSessionHost host;
     host.EndOperation();
-    host.SetVcc(3300);
-    host.SetGndPin(7, 1);
-    host.PowerStep(0);
-    host.SignalPass(0);
-    host.SignalFail(0);
-    (void)host.StartCheck();
-    host.Delay(250);
-    (void)host.PollStatus(15);
-    host.ReportStartFailure();
-    (void)host.PrepareChip(4);
-    (void)host.PrepareDevice32f(4, 0);
-    (void)host.PrepareDevice(5, 0);
-    (void)host.CompareWord(1, 2, 70000, 4, 5);
-    (void)host.CompareByte(1, 70000, 3);
-    host.AlgorithmLoaded(24576);
-    host.EndOperation();
-    EXPECT_EQ(calls.str(), "EndOperation\nSetVcc long 3300\nSetGndPin byte 7 byte 1\nPowerStep long 0\n"
-                           "SignalPass long 0\nSignalFail long 0\nStartCheck\nDelay long 250\nPollStatus long 15\n"
-                           "ReportStartFailure\nPrepareChip byte 4\nPrepareDevice32f byte 4 byte 0\n"
-                           "PrepareDevice byte 5 byte 0\nCompareWord byte 1 byte 2 long 70000 long 4 long 5\n"
-                           "CompareByte byte 1 long 70000 long 3\nAlgorithmLoaded long 24576\nEndOperation\n");
-    EXPECT_EQ(script.lookups, 16) << "each name is asked for once";
-    EXPECT_EQ(script.created, 1);
+#define KX3_OPERATION(name, result, parameters, arguments) call(host, &SessionHost::name);
+#include "outside/session_host_operations.inc"
+    EXPECT_EQ(calls.str(), "EndOperation\nEndOperation\nSetVcc long 1\nSetGndPin byte 1 byte 2\nPowerStep long 1\n"
+                           "SignalPass long 1\nSignalFail long 1\nStartCheck\nDelay long 1\nPollStatus long 1\n"
+                           "ReportStartFailure\nPrepareChip byte 1\nPrepareDevice32f byte 1 byte 2\n"
+                           "PrepareDevice byte 1 byte 2\nCompareWord byte 1 byte 2 long 3 long 4 long 5\n"
+                           "CompareByte byte 1 long 2 long 3\nAlgorithmLoaded long 1\n");
+    EXPECT_EQ(names.size(), 16U) << "each name is asked for once";
 }
 
 TEST_F(ProxyTest, ResultsAreConverted) {
     DispatchSessionHost host;
     const struct {
         VARIANT result;
-        Long asByte;
-        Long asNumber;
-        bool polled;
+        Long asByte, asNumber;
+        bool polled = true;
     } cases[] = {
-        {valueOf(VT_EMPTY, 0), 0, 0, true},
-        {valueOf(VT_I4, 2), 2, 2, true},
-        {valueOf(VT_UI1, 1), 1, 1, true},
-        {valueOf(VT_I2, 300), 300, 300, true},
-        {valueOf(VT_I4, 0), 0, 0, true},
-        {valueOf(VT_BOOL, VARIANT_TRUE), 255, -1, true},
+        {valueOf(VT_EMPTY, 0), 0, 0},
+        {valueOf(VT_I4, 2), 2, 2},
+        {valueOf(VT_UI1, 1), 1, 1},
+        {valueOf(VT_I2, 300), 300, 300},
+        {valueOf(VT_BOOL, VARIANT_TRUE), 255, -1},
         {valueOf(VT_BOOL, VARIANT_FALSE), 0, 0, false},
     };
     for (const auto &c : cases) {
-        answerWith(c.result);
+        answer = [&](auto &, auto &, VARIANT &result, auto &) { return result = c.result, S_OK; };
         EXPECT_EQ(host.PrepareChip(0), c.asByte) << V_VT(&c.result);
         EXPECT_EQ(host.CompareByte(0, 0, 0), c.asNumber) << V_VT(&c.result);
         EXPECT_EQ(host.PollStatus(15), c.polled) << V_VT(&c.result);
     }
-    for (const auto &[text, expected] : {std::pair(L"2", 2), std::pair(L"no number", -1)}) {
-        script.answer = [asText = text](auto &, auto &, VARIANT *result, auto *) {
-            V_VT(result) = VT_BSTR;
-            V_BSTR(result) = ::SysAllocString(asText);
-            return S_OK;
-        };
-        Long got = -1;
-        const Failure failure = failureOf([&] { got = host.StartCheck(); });
-        EXPECT_EQ(got, expected);
-        EXPECT_EQ(failure.description, got < 0 ? u"SessionHost.StartCheck: Type mismatch" : u"");
-        EXPECT_TRUE(host.PollStatus(15));
-    }
+    answer = [](auto &, auto &, VARIANT &result, auto &) {
+        V_VT(&result) = VT_BSTR;
+        V_BSTR(&result) = ::SysAllocString(L"no number");
+        return S_OK;
+    };
+    EXPECT_EQ(failureOf([&] { (void)host.StartCheck(); })->description, u"SessionHost.StartCheck: Type mismatch");
 }
 
 HRESULT CALLBACK fillInLate(EXCEPINFO *exception) {
@@ -133,35 +165,32 @@ TEST_F(ProxyTest, FailingCallOrLookUpCarriesNumberDescriptionAndName) {
         {RPC_E_DISCONNECTED, 0, 0, nullptr, 440, u"Automation error 80010108"},
     };
     for (const auto &c : cases) {
-        script.answer = [&](auto &, auto &, VARIANT *, EXCEPINFO *exception) {
-            exception->scode = static_cast<SCODE>(c.scode);
-            exception->wCode = c.code;
-            exception->bstrDescription = ::SysAllocString(c.description);
-            if (c.number == 5) exception->pfnDeferredFillIn = &fillInLate;
+        answer = [&](auto &, auto &, auto &, EXCEPINFO &exception) {
+            exception.scode = static_cast<SCODE>(c.scode);
+            exception.wCode = c.code;
+            exception.bstrDescription = ::SysAllocString(c.description);
+            if (c.number == 5) exception.pfnDeferredFillIn = &fillInLate;
             return c.status;
         };
-        const Failure failure = failureOf([&] { host.Delay(1); });
-        EXPECT_EQ(static_cast<int>(failure.number), c.number);
-        EXPECT_EQ(failure.description, u"SessionHost.Delay: " + std::u16string(c.text));
+        const auto failure = failureOf([&] { host.Delay(1); });
+        ASSERT_TRUE(failure);
+        EXPECT_EQ(static_cast<int>(failure->number), c.number);
+        EXPECT_EQ(failure->description, u"SessionHost.Delay: " + std::u16string(c.text));
     }
-    script.knows = [](const std::wstring &) { return false; };
-    EXPECT_EQ(failureOf([&] { (void)host.PrepareDevice(1, 0); }).description,
+    lookUp = DISP_E_UNKNOWNNAME;
+    EXPECT_EQ(failureOf([&] { (void)host.PrepareDevice(1, 0); })->description,
               u"SessionHost.PrepareDevice: Object doesn't support this property or method");
 }
 
 TEST_F(ProxyTest, ObjectIsGivenUpAndMadeAgain) {
-    {
-        DispatchSessionHost host;
-        EXPECT_EQ(script.references, 2U);
-        host.disconnect();
-        EXPECT_EQ(script.references, 1U);
-        host.EndOperation();
-        EXPECT_EQ(script.created, 2);
-        // A host may drop the plug-in's last object from inside a call.
-        script.answer = [&](auto &&...) { return host.disconnect(), S_OK; };
-        host.EndOperation();
-    }
-    EXPECT_EQ(script.references, 1U);
+    DispatchSessionHost host;
+    EXPECT_EQ(references, 2U);
+    host.disconnect();
+    EXPECT_EQ(references, 1U);
+    // A host may drop the plug-in's last object from inside a call.
+    answer = [&](auto &&...) { return host.disconnect(), S_OK; };
+    host.EndOperation();
+    EXPECT_EQ(created, 2);
 }
 
 } // namespace

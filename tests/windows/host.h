@@ -9,6 +9,9 @@
 
 namespace kx3::test {
 
+inline constexpr auto overflowStatus = static_cast<HRESULT>(0x800A0006);
+inline constexpr auto subscriptStatus = static_cast<HRESULT>(0x800A0009);
+
 /// COM on the calling thread, as long as the object lives.
 class ComThread {
   public:
@@ -18,16 +21,12 @@ class ComThread {
     ComThread &operator=(const ComThread &) = delete;
 };
 
-/// The identifier of a registered class; GUID_NULL when there is none.
-inline CLSID classIdOf(const wchar_t *progId) {
+/// An object of a registered class; null when there is none of that name.
+template <class Interface> com::ComPtr<Interface> createByName(const wchar_t *progId) {
     CLSID classId{};
     ::CLSIDFromProgID(progId, &classId);
-    return classId;
-}
-
-template <class Interface> com::ComPtr<Interface> createByName(const wchar_t *progId) {
     com::ComPtr<Interface> made;
-    ::CoCreateInstance(classIdOf(progId), nullptr, CLSCTX_INPROC_SERVER, __uuidof(Interface), com::receive(made));
+    ::CoCreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER, __uuidof(Interface), com::receive(made));
     return made;
 }
 
@@ -65,6 +64,8 @@ class Library {
   private:
     platform::UniqueModule module_;
 };
+
+inline HRESULT attach(::_clsMPU &mpu, SHORT instance) { return mpu.bufcommpu6(&instance); }
 
 /// One block that the host has created with the system's own call.
 class HostBlock {

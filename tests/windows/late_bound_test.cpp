@@ -1,74 +1,46 @@
-// Calls as scripts and other late-bound hosts make them.
+// Late-bound calls that a script cannot make, or not so exactly; client.vbs makes the others.
 
-#include "windows/host.h"
+#include "windows/plugin.h"
 
-#include <gtest/gtest.h>
 #include <vector>
 
 namespace kx3::test {
 namespace {
 
-constexpr DISPID idBuflg = 0x40030000, idExitpower = 0x40030001, idRun = 0x60030000, idWarn = 0x60030001,
-                 idAttach = 0x60030004, idRelease = 0x60030006, idDefaults = 0x60030007;
+constexpr DISPID idBuflg = 0x40030000, idRun = 0x60030000, idWarn = 0x60030001, idAttach = 0x60030004,
+                 idDefaults = 0x60030007;
 
-class LateBound : public ::testing::Test {
+VARIANTARG value(VARTYPE type, Long number) {
+    VARIANTARG made{};
+    V_VT(&made) = type;
+    V_I4(&made) = number;
+    return made;
+}
+VARIANTARG reference(VARTYPE type, void *variable) {
+    VARIANTARG made{};
+    V_VT(&made) = static_cast<VARTYPE>(VT_BYREF | type);
+    V_BYREF(&made) = variable;
+    return made;
+}
+
+class LateBound : public Plugin {
   protected:
-    ~LateBound() override { EXPECT_EQ(invoke(idRelease, DISPATCH_METHOD), S_OK); }
-
     HRESULT invoke(DISPID member, WORD flags, std::vector<VARIANTARG> arguments = {}, std::vector<DISPID> named = {}) {
         DISPPARAMS parameters{arguments.data(), named.data(), static_cast<UINT>(arguments.size()),
                               static_cast<UINT>(named.size())};
         EXCEPINFO exception{};
         const HRESULT status =
-            mpu->Invoke(member, IID_NULL, LOCALE_USER_DEFAULT, flags, &parameters, result.get(), &exception, nullptr);
+            mpu->Invoke(member, IID_NULL, LOCALE_USER_DEFAULT, flags, &parameters, nullptr, &exception, nullptr);
         const com::Bstr source(exception.bstrSource), text(exception.bstrDescription);
         scode = exception.scode;
         told = std::wstring(source ? source.get() : L"") + L": " + (text ? text.get() : L"");
         return status;
     }
     HRESULT call(DISPID member, VARIANTARG argument) { return invoke(member, DISPATCH_METHOD, {argument}); }
-    HRESULT put(DISPID member, VARIANTARG value) {
-        return invoke(member, DISPATCH_PROPERTYPUT, {value}, {DISPID_PROPERTYPUT});
-    }
 
-    static VARIANTARG value(VARTYPE type, long long number) {
-        VARIANTARG made{};
-        V_VT(&made) = type;
-        V_I8(&made) = number;
-        if (type == VT_R8) V_R8(&made) = static_cast<double>(number);
-        return made;
-    }
-    static VARIANTARG reference(VARTYPE type, void *variable) {
-        VARIANTARG made{};
-        V_VT(&made) = static_cast<VARTYPE>(VT_BYREF | type);
-        V_BYREF(&made) = variable;
-        return made;
-    }
-
-    ComThread com;
-    Library plugIn;
-    com::ComPtr<::_clsMPU> mpu = plugIn.create();
-    com::OwnedVariant result;
     SCODE scode = 0;
     std::wstring told; ///< source and description of a failed call
 };
-
-TEST_F(LateBound, PropertiesAreReadAndWritten) {
-    EXPECT_EQ(put(idBuflg, value(VT_R8, 70000)), S_OK);
-    EXPECT_EQ(invoke(idBuflg, DISPATCH_METHOD | DISPATCH_PROPERTYGET), S_OK);
-    EXPECT_EQ(V_VT(result.get()), VT_I4);
-    EXPECT_EQ(V_I4(result.get()), 70000);
-    short five = 5;
-    VARIANTARG typed = reference(VT_I2, &five);
-    for (VARIANTARG given : {value(VT_I2, 5), typed, reference(VT_VARIANT, &typed)}) {
-        EXPECT_EQ(put(idExitpower, value(VT_BOOL, 0)), S_OK);
-        EXPECT_EQ(put(idExitpower, given), S_OK);
-        EXPECT_EQ(invoke(idExitpower, DISPATCH_PROPERTYGET), S_OK);
-        EXPECT_EQ(V_VT(result.get()), VT_BOOL);
-        EXPECT_EQ(V_BOOL(result.get()), VARIANT_TRUE);
-    }
-    EXPECT_EQ(five, 5);
-}
 
 TEST_F(LateBound, ChangedArgumentComesBackInTheCallersType) {
     ASSERT_EQ(call(idAttach, value(VT_I2, 21)), S_OK);
@@ -86,11 +58,15 @@ TEST_F(LateBound, ChangedArgumentComesBackInTheCallersType) {
         }
     }
     EXPECT_EQ(call(idWarn, value(VT_I4, 0x85)), S_OK) << "a value goes nowhere back";
+    VARIANT unchanged = value(VT_I4, 7); // becomes True on the way in
+    EXPECT_EQ(call(idRun, reference(VT_VARIANT, &unchanged)), S_OK);
+    EXPECT_EQ(V_VT(&unchanged), VT_I4);
+    EXPECT_EQ(V_I4(&unchanged), 7);
 }
 
 TEST_F(LateBound, FailingCallGivesBackWhatItHasChanged) {
     const HostBlock language("tamselLanguage21", 40);
-    language.at<short>(0) = 1; // which has no texts
+    language.at<Long>(0) = 1; // which has no texts
     ASSERT_EQ(call(idAttach, value(VT_I2, 21)), S_OK);
     VARIANT masked = value(VT_I2, 0x80 + 75);
     EXPECT_EQ(call(idWarn, reference(VT_VARIANT, &masked)), DISP_E_EXCEPTION);
@@ -101,10 +77,6 @@ TEST_F(LateBound, FailingCallGivesBackWhatItHasChanged) {
     EXPECT_EQ(mpu->Invoke(idWarn, IID_NULL, 0, DISPATCH_METHOD, &parameters, nullptr, nullptr, nullptr),
               DISP_E_EXCEPTION);
     EXPECT_EQ(takeErrorText(), told.substr(16)) << "without a place for it the error object stays";
-    VARIANT unchanged = value(VT_I4, 7); // becomes True on the way in
-    EXPECT_EQ(call(idRun, reference(VT_VARIANT, &unchanged)), S_OK);
-    EXPECT_EQ(V_VT(&unchanged), VT_I4);
-    EXPECT_EQ(V_I4(&unchanged), 7);
 }
 
 TEST_F(LateBound, BadCallsAreRefusedWithTheCulpritsName) {
@@ -116,24 +88,19 @@ TEST_F(LateBound, BadCallsAreRefusedWithTheCulpritsName) {
         DISPID member;
         std::vector<VARIANTARG> arguments;
         HRESULT status;
-        const wchar_t *text;
+        const wchar_t *text = L"";
         WORD flags = DISPATCH_METHOD;
         std::vector<DISPID> named = {};
     } cases[] = {
-        {idWarn, {value(VT_I2, 256)}, DISP_E_OVERFLOW, L"mpu6warn: no: Overflow"},
         {idWarn, {value(VT_I2, -1)}, DISP_E_OVERFLOW, L"mpu6warn: no: Overflow"},
-        {idAttach, {value(VT_I4, 32768)}, DISP_E_OVERFLOW, L"bufcommpu6: num: Overflow"},
         {idAttach, {unknown}, DISP_E_TYPEMISMATCH, L"bufcommpu6: num: Type mismatch"},
-        {idAttach, {value(VT_ARRAY | VT_UI1, 0)}, DISP_E_TYPEMISMATCH, L"bufcommpu6: num: Type mismatch"},
-        {idAttach, {value(VT_NULL, 0)}, DISP_E_TYPEMISMATCH, L"bufcommpu6: num: Type mismatch"},
         {idAttach, {reference(VT_BSTR, &typedText)}, DISP_E_TYPEMISMATCH, L"bufcommpu6: num: Type mismatch"},
         {idAttach, {reference(VT_VARIANT, &inner)}, DISP_E_TYPEMISMATCH, L"bufcommpu6: num: Type mismatch"},
         {idAttach, {missing}, DISP_E_PARAMNOTOPTIONAL, L"bufcommpu6: num: Argument not optional"},
         {idAttach, {reference(VT_I2, nullptr)}, E_POINTER, L"bufcommpu6: num: Invalid procedure call or argument"},
         {idAttach, {reference(VT_VARIANT, nullptr)}, E_POINTER, L"bufcommpu6: num: Invalid procedure call or argument"},
-        {idAttach, {}, DISP_E_BADPARAMCOUNT, L"bufcommpu6: Wrong number of arguments"},
         {idAttach, {missing, missing}, DISP_E_BADPARAMCOUNT, L"bufcommpu6: Wrong number of arguments"},
-        {idDefaults, {value(VT_I2, 1)}, DISP_E_BADPARAMCOUNT, L"sinitmpu6: Wrong number of arguments"},
+        {idDefaults, {missing}, DISP_E_BADPARAMCOUNT, L"sinitmpu6: Wrong number of arguments"},
         {idAttach, {missing}, DISP_E_PARAMNOTFOUND, L"bufcommpu6: Named argument not found", DISPATCH_METHOD, {1}},
         {idBuflg, {missing}, DISP_E_PARAMNOTFOUND, L"buflg: Named argument not found", DISPATCH_PROPERTYPUT},
         {idBuflg,
@@ -142,19 +109,15 @@ TEST_F(LateBound, BadCallsAreRefusedWithTheCulpritsName) {
          L"buflg: buflg: Type mismatch",
          DISPATCH_PROPERTYPUT,
          {DISPID_PROPERTYPUT}},
-        {0x60030003, {}, DISP_E_MEMBERNOTFOUND, L""},
-        {0x60000001, {}, DISP_E_MEMBERNOTFOUND, L""}, // AddRef
+        {0x60030003, {}, DISP_E_MEMBERNOTFOUND},
+        {0x60000001, {}, DISP_E_MEMBERNOTFOUND}, // AddRef
         {idDefaults, {}, DISP_E_MEMBERNOTFOUND, L"", DISPATCH_PROPERTYGET},
-        {idBuflg, {missing}, DISP_E_MEMBERNOTFOUND, L"", DISPATCH_PROPERTYPUTREF, {DISPID_PROPERTYPUT}},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(&c - cases);
         EXPECT_EQ(invoke(c.member, c.flags, c.arguments, c.named), c.status);
         EXPECT_EQ(takeErrorText(), c.text);
     }
-    DISPPARAMS none{};
-    EXPECT_EQ(mpu->Invoke(idDefaults, IID_IUnknown, 0, DISPATCH_METHOD, &none, nullptr, nullptr, nullptr),
-              DISP_E_UNKNOWNINTERFACE);
     EXPECT_FALSE(blockExists("tamselalgobuf21")) << "no call was made";
 }
 
@@ -163,13 +126,9 @@ TEST_F(LateBound, NamesOfMembersAndArguments) {
         std::vector<const wchar_t *> names;
         std::vector<DISPID> identifiers;
     } cases[] = {
-        {{L"bufcommpu6", L"num"}, {idAttach, 0}},
-        {{L"RUNMPU6PRG"}, {idRun}},
-        {{L"buflg"}, {idBuflg}},
-        {{L"absent"}, {DISPID_UNKNOWN}},
+        {{L"BUFCOMMPU6", L"num"}, {idAttach, 0}},
         {{L"AddRef"}, {DISPID_UNKNOWN}},
         {{L"buflg", L"value"}, {idBuflg, DISPID_UNKNOWN}},
-        {{L"bufcommpu6", L"no"}, {idAttach, DISPID_UNKNOWN}},
         {{L"sinitmpu6", L"num"}, {idDefaults, DISPID_UNKNOWN}},
     };
     for (const auto &c : cases) {

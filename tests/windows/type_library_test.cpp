@@ -1,8 +1,7 @@
 // The type library, read back out of the built file.
 
-#include "windows/host.h"
+#include "windows/plugin.h"
 
-#include <gtest/gtest.h>
 #include <sstream>
 
 namespace kx3::test {
@@ -11,19 +10,12 @@ namespace {
 using com::ComPtr;
 using com::receive;
 
-/// Runs `body` on the description of a type that is given back afterwards.
-template <class Body> auto withAttributes(ITypeInfo &info, Body body) {
-    TYPEATTR *attributes = nullptr;
-    EXPECT_EQ(info.GetTypeAttr(&attributes), S_OK);
-    auto result = body(*attributes);
-    info.ReleaseTypeAttr(attributes);
-    return result;
-}
-WORD flagsOf(ITypeInfo &info) {
-    return withAttributes(info, [](const TYPEATTR &type) { return type.wTypeFlags; });
-}
-GUID identifierOf(ITypeInfo &info) {
-    return withAttributes(info, [](const TYPEATTR &type) { return type.guid; });
+TYPEATTR attributesOf(ITypeInfo &info) {
+    TYPEATTR *given = nullptr;
+    EXPECT_EQ(info.GetTypeAttr(&given), S_OK);
+    const TYPEATTR attributes = *given;
+    info.ReleaseTypeAttr(given);
+    return attributes;
 }
 ComPtr<ITypeInfo> referredBy(ITypeInfo &info, UINT index) {
     HREFTYPE reference = 0;
@@ -55,18 +47,16 @@ std::string membersOf(ITypeInfo &info) {
     return text.str();
 }
 
-TEST(TypeLibrary, IsWhatHostsHaveCompiledIn) {
-    const ComThread com;
-    const Library plugIn;
-    ComPtr<ITypeLib> library;
-    ASSERT_EQ(::LoadTypeLibEx(L"kx3mpu6.dll", REGKIND_NONE, receive(library)), S_OK);
+TEST_F(Plugin, TypeLibraryIsWhatHostsHaveCompiledIn) {
     ComPtr<ITypeInfo> dispatch;
-    ASSERT_EQ(library->GetTypeInfoOfGuid(__uuidof(::_clsMPU), receive(dispatch)), S_OK);
+    EXPECT_EQ(mpu->GetTypeInfo(1, LOCALE_USER_DEFAULT, receive(dispatch)), DISP_E_BADINDEX);
+    ASSERT_EQ(mpu->GetTypeInfo(0, LOCALE_USER_DEFAULT, receive(dispatch)), S_OK);
+    EXPECT_EQ(attributesOf(*dispatch).guid, __uuidof(::_clsMPU));
     constexpr WORD flags = TYPEFLAG_FHIDDEN | TYPEFLAG_FDUAL | TYPEFLAG_FNONEXTENSIBLE;
-    EXPECT_EQ(flagsOf(*dispatch) & flags, flags);
+    EXPECT_EQ(attributesOf(*dispatch).wTypeFlags & flags, flags);
     // A dual interface shows the side that is called through its table under the reference -1.
     const auto table = referredBy(*dispatch, static_cast<UINT>(-1));
-    EXPECT_NE(flagsOf(*table) & TYPEFLAG_FOLEAUTOMATION, 0);
+    EXPECT_NE(attributesOf(*table).wTypeFlags & TYPEFLAG_FOLEAUTOMATION, 0);
     // Nothing in here ever changes: kinds 1 method, 2 get, 4 put; types 2 Integer, 3 Long, 11 Boolean, 17 Byte;
     // directions 1 in, 2 out, 10 result.
     EXPECT_EQ(membersOf(*table), "2 buflg 40030000 7: 3* 10\n"
@@ -80,21 +70,16 @@ TEST(TypeLibrary, IsWhatHostsHaveCompiledIn) {
                                  "1 freesharebuffermpu6 60030006 15:\n"
                                  "1 sinitmpu6 60030007 16:\n");
 
+    ComPtr<ITypeLib> library;
     ComPtr<ITypeInfo> entry;
+    UINT index = 0;
+    ASSERT_EQ(dispatch->GetContainingTypeLib(receive(library), &index), S_OK);
     ASSERT_EQ(library->GetTypeInfoOfGuid(__uuidof(::clsMPU), receive(entry)), S_OK);
-    EXPECT_EQ(flagsOf(*entry), TYPEFLAG_FAPPOBJECT | TYPEFLAG_FCANCREATE | TYPEFLAG_FPREDECLID);
-    EXPECT_EQ(identifierOf(*referredBy(*entry, 0)), __uuidof(::_clsMPU));
+    EXPECT_EQ(attributesOf(*entry).wTypeFlags, TYPEFLAG_FAPPOBJECT | TYPEFLAG_FCANCREATE | TYPEFLAG_FPREDECLID);
+    EXPECT_EQ(attributesOf(*referredBy(*entry, 0)).guid, __uuidof(::_clsMPU));
     INT implemented = 0;
     EXPECT_EQ(entry->GetImplTypeFlags(0, &implemented), S_OK);
     EXPECT_EQ(implemented, IMPLTYPEFLAG_FDEFAULT);
-
-    const auto mpu = plugIn.create();
-    UINT count = 0;
-    EXPECT_EQ(mpu->GetTypeInfoCount(&count), S_OK);
-    EXPECT_EQ(count, 1U);
-    ASSERT_EQ(mpu->GetTypeInfo(0, LOCALE_USER_DEFAULT, receive(dispatch)), S_OK);
-    EXPECT_EQ(identifierOf(*dispatch), __uuidof(::_clsMPU));
-    EXPECT_EQ(mpu->GetTypeInfo(1, LOCALE_USER_DEFAULT, receive(dispatch)), DISP_E_BADINDEX);
 }
 
 } // namespace
