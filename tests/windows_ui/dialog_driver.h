@@ -6,7 +6,6 @@
 #include "win32/form_dialog.h"
 
 #include <array>
-#include <chrono>
 #include <functional>
 #include <gtest/gtest.h>
 #include <string>
@@ -45,37 +44,28 @@ inline Step post(UINT message, WPARAM wide = 0, LPARAM parameter = 1) {
 inline Step key(WPARAM virtualKey) { return post(WM_KEYDOWN, virtualKey); }
 inline Step character(wchar_t typed) { return post(WM_CHAR, typed); }
 
-/// What a person does, step by step.
-struct Script {
-    std::vector<Step> steps;
-    std::size_t next = 0;
-    int idle = 0;
-    std::chrono::steady_clock::time_point end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-
-    static Script &current() {
-        static Script script;
-        return script;
-    }
-    static void CALLBACK tick(HWND, UINT, UINT_PTR, DWORD) {
-        if (HWND dialog = openDialog(); dialog != nullptr) current().advance(dialog);
-    }
-    void advance(HWND dialog) {
-        if (next < steps.size() && std::chrono::steady_clock::now() < end) return steps[next++](dialog);
-        if (++idle < 5) return; // the last step's messages have a turn to close the dialog
-        ADD_FAILURE() << "the dialog is still open";
-        ::PostMessageW(dialog, WM_CLOSE, 0, 0);
-    }
-};
-
 /// Show `form` modally and take a step whenever its message loop has nothing else to do, so that the
 /// messages of one step have arrived before the next. A dialog that closes before the last step, or is
-/// still open after it or after a minute, is a failure.
+/// still open some time after it, is a failure.
 inline void showAndWork(Form &form, std::vector<Step> steps) {
-    Script::current() = {std::move(steps)};
-    const UINT_PTR timer = ::SetTimer(nullptr, 0, USER_TIMER_MINIMUM, Script::tick);
+    static std::vector<Step> script;
+    static std::size_t turns;
+    script = std::move(steps);
+    turns = 0;
+    const auto tick = +[](HWND, UINT, UINT_PTR, DWORD) __attribute__((stdcall)) {
+        constexpr std::size_t patience = 5; // the last step's messages have a turn to close the dialog
+        HWND dialog = openDialog();
+        if (dialog == nullptr) return;
+        const std::size_t turn = turns++;
+        if (turn < script.size()) return script[turn](dialog);
+        if (turn < script.size() + patience) return;
+        ADD_FAILURE() << "the dialog is still open";
+        ::PostMessageW(dialog, WM_CLOSE, 0, 0);
+    };
+    const UINT_PTR timer = ::SetTimer(nullptr, 0, USER_TIMER_MINIMUM, tick);
     win32::showModal(form);
     ::KillTimer(nullptr, timer);
-    EXPECT_EQ(Script::current().next, Script::current().steps.size()) << "the dialog has closed before the last step";
+    EXPECT_GE(turns, script.size()) << "the dialog has closed before the last step";
 }
 
 } // namespace kx3::test
