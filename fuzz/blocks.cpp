@@ -41,7 +41,7 @@ void connect(Host &t, Input &input) {
 
 } // namespace
 
-void run(Input input) {
+void blocks(Input input) {
     Host &t = Host::fresh();
     constexpr Integer models[] = {40, 50, 80};
     t.host.modeltype(0) = models[input.below(std::size(models))];

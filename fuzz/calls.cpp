@@ -17,12 +17,9 @@ struct Host {
     ~Host() {
         kx3_set_ui(nullptr);
         kx3_set_session_host(nullptr);
-        for (kx3_mpu *object : objects)
-            kx3_mpu_release(object);
-        for (kx3_block *block : blocks)
-            kx3_block_close(block);
-        for (const std::uint32_t handle : strings)
-            kx3_string_free(handle);
+        std::ranges::for_each(objects, kx3_mpu_release);
+        std::ranges::for_each(blocks, kx3_block_close);
+        std::ranges::for_each(strings, kx3_string_free);
     }
     Host(const Host &) = delete;
     Host &operator=(const Host &) = delete;
@@ -183,16 +180,21 @@ void createOrOpen(Host &host) {
 void describeEditor(Host &host) {
     Input &input = host.input;
     const kx3_device device{input.number<std::int32_t>(), input.number<std::int16_t>(), input.number(), input.number()};
+    std::array<std::int32_t, 4> addresses{};
+    std::array<std::uint8_t, 4> values{};
+    std::size_t count = 0;
+    (void)kx3_default_bytes(&device, addresses.data(), values.data(), device.prgmode % 5, &count);
     kx3_editor *editor = nullptr;
     if (kx3_editor_describe(&device, static_cast<std::int32_t>(3000 * input.below(14)), &editor) != KX3_OK) return;
     kx3_field_info field{};
     kx3_config_byte_info byte{};
+    kx3_config_byte_detail detail{sizeof detail, 0, 0, 0, 0};
     kx3_text text{};
     for (std::int32_t i = -1; i <= kx3_editor_field_count(editor); ++i)
         if (kx3_editor_field(editor, i, &field) == KX3_OK)
             promise(kx3_editor_item(editor, i, field.items, &text) != KX3_OK, "no item behind the last");
     for (std::int32_t i = -1; i <= kx3_editor_byte_count(editor); ++i)
-        (void)kx3_editor_byte(editor, i, &byte);
+        promise(kx3_editor_byte(editor, i, &byte) == kx3_editor_byte_detail(editor, i, &detail), "a byte has details");
     (void)kx3_editor_name(editor);
     (void)kx3_editor_mirror(editor);
     kx3_editor_free(editor);
@@ -257,7 +259,7 @@ void callOnce(Host &host) {
 
 } // namespace
 
-void run(Input input) {
+void calls(Input input) {
     standingBlocks().clear();
     Host host(input);
     for (int i = 0; i < 100 && !input.empty(); ++i)

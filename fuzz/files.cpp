@@ -65,7 +65,7 @@ void readChip(Input &input) {
 
 } // namespace
 
-void run(Input input) {
+void files(Input input) {
     try {
         switch (input.number() % 4) {
         case 0: return readLoadFile(input);

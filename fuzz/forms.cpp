@@ -32,7 +32,7 @@ void act(Form &form, Input &input) {
 
 } // namespace
 
-void run(Input input) {
+void forms(Input input) {
     Host &t = Host::fresh();
     constexpr Long lengths[] = {64, 2048, 0x1000, -1, INT32_MAX, 0};
     t.host.prgmode(0) = input.number();

@@ -36,8 +36,12 @@ class Input {
     std::span<const std::uint8_t> rest_;
 };
 
-/// What a fuzzer does with an input.
-void run(Input input);
+// The targets: what a fuzzer does with an input.
+void reports(Input input);
+void blocks(Input input);
+void forms(Input input);
+void calls(Input input);
+void files(Input input);
 
 /// A promise of the plug-in.
 inline void promise(bool holds, const char *text) {

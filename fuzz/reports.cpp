@@ -30,7 +30,7 @@ void connect(Host &t, Input &input) {
 
 } // namespace
 
-void run(Input input) {
+void reports(Input input) {
     Host &t = Host::fresh();
     constexpr Integer models[] = {40, 50, 80};
     const Integer model = models[input.below(std::size(models))];

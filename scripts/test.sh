@@ -164,7 +164,7 @@ suite_valgrind() { run_counting valgrind scripts/valgrind.sh; }
 suite_torture() { run_counting torture scripts/torture.sh; }
 
 # A short run of each fuzzer; their corpora are tests of the suites release and sanitize.
-suite_fuzz() { run_counting fuzz scripts/fuzz.sh 25; }
+suite_fuzz() { run_counting fuzz scripts/fuzz.sh 10; }
 
 run_two_threads() {
     cmake --preset thread && cmake --build --preset thread -j "$(jobs)" --target thread_stress torture &&

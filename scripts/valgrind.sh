@@ -32,11 +32,11 @@ cmake --build --preset release -j "$(jobs)" >/dev/null
 
 # The engine: all operations, editors and notes; the C interface called by hosts good and bad; files.
 check torture --digests torture/digests.txt
-check fuzz_calls fuzz/corpus/calls
-check fuzz_files fuzz/corpus/files
+check fuzz_replay calls fuzz/corpus/calls
+check fuzz_replay files fuzz/corpus/files
 check unload_while_bound "$PWD/$bin/libkx3mpu6.so"
 if [ "${1:-}" = all ]; then
-    for fuzzer in reports blocks forms; do check "fuzz_$fuzzer" "fuzz/corpus/$fuzzer"; done
+    for fuzzer in reports blocks forms; do check fuzz_replay "$fuzzer" "fuzz/corpus/$fuzzer"; done
     for suite in engine console simulator; do check "${suite}_tests" --gtest_brief=1; done
     # The allocator that fails on purpose is replaced by valgrind's.
     check native_tests --gtest_brief=1 --gtest_filter=-Native.WithoutMemoryACallFailsAndTheNextOneWorks
