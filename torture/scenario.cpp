@@ -2,6 +2,8 @@
 
 #include "rig/editor_modes.h"
 
+#include <ranges>
+
 namespace kx3::torture {
 
 namespace {
@@ -28,90 +30,87 @@ constexpr Target windowTarget{"window", {.width = 2, .addresses = 0x80, .model =
 constexpr Target editorTarget{"editor", {.addresses = 9000, .block = 9000}, 0, false};
 constexpr Target noteTarget{"note", editorTarget.device, 0, false};
 
-enum class Of : Byte { arm, window, both };
+using Rows = std::vector<Scenario>;
 
-struct Operation {
-    Of kind;
-    const char *name;
-    Byte number;
-    ChipState before;
-    bool passes = true;
-    bool bufferChanges = false;
+const Rows ofArm = {
+    {.name = "auto"},
+    {.name = "auto-again", .before = programmed},
+    {.name = "auto-unprotects", .before = isProtected},
+    {.name = "auto-quiet", .operation = 6},
+    {.name = "check-configuration-blank", .operation = 10, .passes = false},
+};
+const Rows ofWindow = {
+    {.name = "auto", .operation = 6},
+    {.name = "unknown", .operation = 11, .passes = false},
+};
+const Rows ofBoth = {
+    {.name = "read", .operation = 2, .before = programmed, .bufferChanges = true},
+    {.name = "read-protected", .operation = 2, .before = isProtected, .passes = false, .bufferChanges = true},
+    {.name = "program", .operation = 3},
+    {.name = "program-dirty", .operation = 3, .before = dirty, .passes = false},
+    {.name = "blank-check", .operation = 4},
+    {.name = "blank-check-programmed", .operation = 4, .before = programmed, .passes = false},
+    {.name = "verify", .operation = 5, .before = programmed},
+    {.name = "verify-differs", .operation = 5, .before = differs, .passes = false},
+    {.name = "protect", .operation = 7, .before = programmed},
+    {.name = "erase", .operation = 8, .before = programmed},
+    {.name = "program-configuration", .operation = 9},
+    {.name = "check-configuration", .operation = 10, .before = programmed},
+};
+const Rows ofFamilies = {
+    {.name = "erase", .operation = 8, .before = programmed},
+    {.name = "check-configuration", .operation = 10, .before = programmed},
 };
 
-constexpr Operation operations[] = {
-    {Of::arm, "auto", 0, blank},
-    {Of::arm, "auto-again", 0, programmed},
-    {Of::arm, "auto-unprotects", 0, isProtected},
-    {Of::arm, "auto-quiet", 6, blank},
-    {Of::arm, "check-configuration-blank", 10, blank, false},
-    {Of::window, "auto", 6, blank},
-    {Of::window, "unknown", 11, blank, false},
-    {Of::both, "read", 2, programmed, true, true},
-    {Of::both, "read-protected", 2, isProtected, false, true},
-    {Of::both, "program", 3, blank},
-    {Of::both, "program-dirty", 3, dirty, false},
-    {Of::both, "blank-check", 4, blank},
-    {Of::both, "blank-check-programmed", 4, programmed, false},
-    {Of::both, "verify", 5, programmed},
-    {Of::both, "verify-differs", 5, differs, false},
-    {Of::both, "protect", 7, programmed},
-    {Of::both, "erase", 8, programmed},
-    {Of::both, "program-configuration", 9, blank},
-    {Of::both, "check-configuration", 10, programmed},
-};
+Rows identityRows(Byte automatic) {
+    return {{.name = "auto-identity", .operation = automatic, .chipIdIsChecked = true},
+            {.name = "auto-other-identity", .operation = automatic, .chipIdIsChecked = true, .chipIdDiffers = true}};
+}
 
-class Scenarios {
-  public:
-    Scenarios() {
-        for (const Target &target : targets)
-            addOperations(target, Kind::arm, Of::arm, 0);
-        for (const Target &target : familyTargets) {
-            add(target, Kind::arm, "erase", 8, programmed);
-            add(target, Kind::arm, "check-configuration", 10, programmed);
-        }
-        constexpr Byte windowAuto = 6;
-        addOperations(windowTarget, Kind::window, Of::window, windowAuto);
-        add(windowTarget, Kind::window, "sequence", 0, dirty).sequence = {8, 4, 3, 5, 9};
-        add(windowTarget, Kind::window, "sequence-not-blank", 0, programmed).sequence = {4, 8, 3, 5, 9};
-        add(targets[0], Kind::attach, "attach", 0);
-        add(targets[1], Kind::attach, "attach", 0);
-        add(windowTarget, Kind::attach, "attach", windowAuto);
-        add(targets[0], Kind::attachAlone, "attach-alone", 0).passes = false;
-        for (const Byte mode : test::editorModes) {
-            Scenario &opened = add(editorTarget, Kind::editor, std::to_string(mode), mode);
-            opened.passes = false;
-            opened.bufferChanges = true;
-        }
-        constexpr Byte firstNote = 61, lastNote = 75;
-        for (Byte number = firstNote; number <= lastNote; ++number)
-            add(noteTarget, Kind::note, std::to_string(number), number).passes = false;
-    }
-    std::vector<Scenario> all;
+/// The row for each of some numbers.
+template <class Numbers> Rows numbered(const Numbers &numbers, bool bufferChanges) {
+    Rows rows;
+    for (const Byte number : numbers)
+        rows.push_back(
+            {.name = std::to_string(number), .operation = number, .passes = false, .bufferChanges = bufferChanges});
+    return rows;
+}
 
-  private:
-    Scenario &add(const Target &target, Kind kind, const std::string &name, Byte operation, ChipState before = blank) {
-        all.push_back({std::string(target.name) + '/' + name, &target, kind, operation, before});
-        return all.back();
-    }
-    void addOperations(const Target &target, Kind kind, Of of, Byte automatic) {
-        for (const Operation &operation : operations) {
-            if (operation.kind != of && operation.kind != Of::both) continue;
-            Scenario &added = add(target, kind, operation.name, operation.number, operation.before);
-            added.passes = operation.passes;
-            added.bufferChanges = operation.bufferChanges;
+Rows scenarios() {
+    Rows all;
+    const auto add = [&all](const Target &target, Kind kind, const Rows &rows) {
+        for (const Scenario &row : rows) {
+            all.push_back(row);
+            all.back().name = std::string(target.name) + '/' + row.name;
+            all.back().target = &target;
+            all.back().kind = kind;
         }
-        add(target, kind, "auto-identity", automatic).chipIdIsChecked = true;
-        Scenario &other = add(target, kind, "auto-other-identity", automatic);
-        other.chipIdIsChecked = other.chipIdDiffers = true;
-    }
-};
+    };
+    for (const Target &target : targets)
+        for (const Rows &rows : {ofArm, ofBoth, identityRows(0)})
+            add(target, Kind::arm, rows);
+    for (const Target &target : familyTargets)
+        add(target, Kind::arm, ofFamilies);
+    constexpr Byte windowAuto = 6, firstNote = 61, lastNote = 75;
+    for (const Rows &rows : {ofWindow, ofBoth, identityRows(windowAuto)})
+        add(windowTarget, Kind::window, rows);
+    add(windowTarget, Kind::window,
+        {{.name = "sequence", .before = dirty, .sequence = {8, 4, 3, 5, 9}},
+         {.name = "sequence-not-blank", .before = programmed, .sequence = {4, 8, 3, 5, 9}}});
+    add(targets[0], Kind::attach, {{.name = "attach"}});
+    add(targets[1], Kind::attach, {{.name = "attach"}});
+    add(windowTarget, Kind::attach, {{.name = "attach", .operation = windowAuto}});
+    add(targets[0], Kind::attachAlone, {{.name = "attach-alone", .passes = false}});
+    add(editorTarget, Kind::editor, numbered(test::editorModes, true));
+    add(noteTarget, Kind::note, numbered(std::views::iota(firstNote, Byte{lastNote + 1}), false));
+    return all;
+}
 
 } // namespace
 
 const std::vector<Scenario> &allScenarios() {
-    static const Scenarios scenarios;
-    return scenarios.all;
+    static const Rows all = scenarios();
+    return all;
 }
 
 } // namespace kx3::torture

@@ -20,9 +20,9 @@ enum class ChipState : std::uint8_t { blank, programmed, differs, dirty, isProte
 
 struct Scenario {
     std::string name;
-    const Target *target;
-    Kind kind;
-    Byte operation; ///< of a session; mode of an editor; number of a note
+    const Target *target = nullptr;
+    Kind kind = Kind::arm;
+    Byte operation = 0; ///< of a session; mode of an editor; number of a note
     ChipState before = ChipState::blank;
     bool passes = true; ///< the clean run ends with the pass signal
     bool bufferChanges = false;

@@ -16,15 +16,13 @@ using kx3::Byte;
 using kx3::Integer;
 using kx3::Long;
 using Bytes = std::vector<Byte>;
-using Report = std::array<Byte, KX6SIM_REPORT_BYTES>;
 
 /// Run codes.
 enum Code : Byte { autos = 1, read, program = 4, blankCheck, verify, protect = 8, erase, fuse, check };
 
-/// A device in bank 1; without arguments one of 1000 hex bytes in blocks of 400.
-inline kx6sim_geometry device(Long addresses = 0x1000, Long width = 1, Long block = 0x400, Long first = 0,
-                              Byte family = 0) {
-    return {addresses, width, block, first, 0, 0, 1, family, KX6SIM_MODULE_ARM_PRG, 0};
+/// A device of one byte per address, in bank 1.
+inline kx6sim_geometry device(Long addresses = 0x1000, Long block = 0x400) {
+    return {addresses, 1, block, 0, 0, 0, 1, 0, KX6SIM_MODULE_ARM_PRG, 0};
 }
 
 inline Bytes pattern(std::size_t count, unsigned salt = 0) {
@@ -34,19 +32,13 @@ inline Bytes pattern(std::size_t count, unsigned salt = 0) {
     return bytes;
 }
 
-/// How a command ended.
-struct Outcome {
-    std::vector<Report> reports;
-    [[nodiscard]] Bytes part(std::size_t first, std::size_t count) const {
-        const auto &last = reports.empty() ? Report{} : reports.back();
-        return {&last[first], &last[first] + count};
-    }
-    [[nodiscard]] Byte event() const { return part(1, 1)[0]; }
-    [[nodiscard]] bool passed() const { return part(0, 2) == Bytes{100, 0}; }
-    [[nodiscard]] std::uint32_t address() const {
-        const Bytes bytes = part(3, 4);
-        return bytes[0] + 256U * bytes[1] + 65536U * bytes[2] + 16777216U * bytes[3];
-    }
+/// The last of a command's status reports.
+struct Report {
+    std::array<Byte, KX6SIM_REPORT_BYTES> bytes{};
+    int number = 0; ///< from 1; 0 when none came
+    [[nodiscard]] Byte event() const { return bytes[1]; }
+    [[nodiscard]] bool passed() const { return bytes[0] == 100 && event() == 0; }
+    [[nodiscard]] std::uint32_t address() const { return bytes[3] + 256U * bytes[4] + 65536U * bytes[5]; }
 };
 
 /// A programmer that was just switched on, with a device and its blank chip.
@@ -54,7 +46,7 @@ struct Packets {
     explicit Packets(const kx6sim_geometry &itsDevice = test::device(), const char *faults = "") : device(itsDevice) {
         kx6sim_reset();
         const kx6sim_identity identity{0x1F, 2, {0x95, 0x0F}};
-        EXPECT_EQ(kx6sim_insert_blank_chip(bytes(device.addresses), 0, &identity), KX6SIM_OK);
+        EXPECT_EQ(kx6sim_insert_blank_chip(chipBytes(), 0, &identity), KX6SIM_OK);
         EXPECT_EQ(kx6sim_set_faults(faults, 1), KX6SIM_OK);
         prepare();
     }
@@ -63,9 +55,6 @@ struct Packets {
         EXPECT_EQ(download(), 0);
     }
 
-    [[nodiscard]] std::size_t bytes(Long addresses) const {
-        return static_cast<std::size_t>(addresses) * static_cast<std::size_t>(device.bytes_per_address);
-    }
     Integer send(Bytes packet, std::size_t count) {
         packet.resize(count);
         return io.usbcomwrite(packet.data(), static_cast<Long>(count));
@@ -82,13 +71,12 @@ struct Packets {
         if (state == 0) io.usbbulkread(destination.data(), static_cast<Long>(destination.size()), &state);
         return state;
     }
-    static Outcome reports() {
-        Outcome outcome;
-        for (Report report; kx6sim_fetch_report(report.data()) != 0;)
-            outcome.reports.push_back(report);
-        return outcome;
+    static Report lastReport() {
+        Report report;
+        while (kx6sim_fetch_report(report.bytes.data()) != 0)
+            ++report.number;
+        return report;
     }
-    Outcome command(const Bytes &packet) { return send(packet, 16) == 0 ? reports() : Outcome{}; }
 
     /// Run packet: code, bank with the mark of the last block, block, configuration.
     Bytes runPacket(Byte code, Byte block = 0, bool isLast = false) const {
@@ -96,14 +84,15 @@ struct Packets {
         packet.insert(packet.end(), configuration.begin(), configuration.end());
         return packet;
     }
-    Outcome run(Byte code) { return command(runPacket(code)); }
-    Outcome run(Byte code, const Bytes &data, Byte block = 0, bool isLast = false) {
+    Report run(Byte code) { return send(runPacket(code), 16) == 0 ? lastReport() : Report{}; }
+    Report run(Byte code, const Bytes &data, Byte block = 0, bool isLast = false) {
         sendData(data);
-        return command(runPacket(code, block, isLast));
+        return send(runPacket(code, block, isLast), 16) == 0 ? lastReport() : Report{};
     }
+    [[nodiscard]] std::size_t chipBytes() const { return static_cast<std::size_t>(device.addresses); }
     /// The chip's main memory.
     Bytes chip() {
-        Bytes memory(bytes(device.addresses));
+        Bytes memory(chipBytes());
         EXPECT_EQ(kx6sim_peek(KX6SIM_AREA_MAIN, 0, memory.data(), memory.size()), KX6SIM_OK);
         return memory;
     }
@@ -115,7 +104,6 @@ struct Packets {
 
     kx3::ProgrammerLibraries io; ///< as the plug-in binds them
     kx6sim_geometry device;
-    Byte dataBank;  ///< that data travel through
     Byte state = 0; ///< of the newest read
     Bytes algorithm = pattern(0x300, 1);
     Bytes configuration = pattern(11, 7);
