@@ -35,10 +35,8 @@ class Sweep {
     int run() {
         for (const Scenario &scenario : allScenarios()) {
             const Trace reference = player_.reference(scenario).trace;
-            if (share_.allocations)
-                failAllocations(scenario, reference.allocations);
-            else
-                failCalls(scenario, reference.calls);
+            failCalls(scenario,
+                      share_.allocations ? std::vector(reference.allocations, Point::allocation) : reference.calls);
         }
         while (!share_.allocations && !enough())
             combine();
@@ -50,11 +48,6 @@ class Sweep {
   private:
     [[nodiscard]] bool enough() const { return runs_ * share_.parts >= share_.count; }
 
-    void failAllocations(const Scenario &scenario, std::uint64_t allocations) {
-        for (std::uint64_t k = 1; k <= allocations; ++k)
-            onceAndFromThenOn(scenario, k, *findFault("allocation"));
-    }
-
     /// Long verifies make one call a byte, all alike: beyond `alike` of them some stand for all.
     void failCalls(const Scenario &scenario, const std::vector<Point> &calls) {
         constexpr std::size_t alike = 128;
@@ -64,13 +57,10 @@ class Sweep {
         for (std::size_t k = 0; k < calls.size(); ++k) {
             if (calls[k] == Point::compare && compare++ % stride != 0 && compare != compares) continue;
             for (const Fault &fault : allFaults())
-                if (fault.applies(calls[k])) onceAndFromThenOn(scenario, k + 1, fault);
+                for (const bool fromThenOn : {false, true})
+                    if (fault.applies(calls[k]) && next_++ % share_.parts == share_.part - 1)
+                        play({&scenario, {{k + 1, &fault, fromThenOn}}});
         }
-    }
-
-    void onceAndFromThenOn(const Scenario &scenario, std::uint64_t call, const Fault &fault) {
-        for (const bool fromThenOn : {false, true})
-            if (next_++ % share_.parts == share_.part - 1) play({&scenario, {{call, &fault, fromThenOn}}});
     }
 
     /// Two or three faults in one run, for a while on each scenario in turn.

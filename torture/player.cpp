@@ -3,6 +3,7 @@
 #include "base/text.h"
 
 #include <algorithm>
+#include <tuple>
 
 namespace kx3::torture {
 
@@ -24,6 +25,61 @@ bool isLie(const Case &faulted) {
     if (faulted.plan.size() > 1 && faulted.has({"poll=", "gone"}) && faulted.has({"write=", "gone"})) return true;
     // A programmer that says "stopped" without being asked ends an operation that it runs alone.
     return faulted.has({"poll-stopped"});
+}
+
+using Objection = std::string; ///< empty when there is none
+
+Objection judgePass(const Case &faulted, const Outcome &outcome, const Outcome &reference) {
+    if (outcome.signal != Signal::pass || isLie(faulted)) return {};
+    // A message box has told that a block is missing; its zero is what the operation goes by.
+    if (!outcome.attached && outcome.boxes > reference.boxes) return {};
+    if (reference.signal != Signal::pass) return "FALSE OK: the operation cannot pass";
+    if (outcome.chip != reference.chip) return "FALSE OK: the chip is not as asked";
+    if (outcome.buffer != reference.buffer) return "FALSE OK: the buffer is not as asked";
+    return {};
+}
+
+/// With one fault that strikes once: an ARM session ends in order, a failed allocation is told.
+Objection judgeEnd(const Case &faulted, const Outcome &outcome, const Outcome &reference) {
+    const Scenario &scenario = *faulted.scenario;
+    if (faulted.plan.size() > 1 || faulted.plan.front().fromThenOn) return {};
+    if (scenario.kind == Kind::arm) {
+        if (outcome.raised) return "a session raised instead of ending in order";
+        const bool mayBeRefused = scenario.chipIdIsChecked;
+        if (!mayBeRefused && !outcome.log.ends_with(u"Sec\n")) return "no time line: " + toUtf8(outcome.log);
+    }
+    // An attach that finds another way to its block has lost nothing.
+    const bool anotherWay = scenario.kind >= Kind::attach && outcome.attached && outcome.boxes == reference.boxes;
+    if (!faulted.has({"allocation"}) || anotherWay) return {};
+    const bool told = outcome.raised ? *outcome.raised == ErrorNumber::outOfMemory
+                                     : outcome.failure == standardDescription(ErrorNumber::outOfMemory) ||
+                                           outcome.boxes > reference.boxes;
+    return told ? "" : "a failed allocation was not told as such";
+}
+
+/// Only bytes that the clean run writes may change, and a run that changes none writes none.
+Objection judgeBuffer(const Case &faulted, const Outcome &outcome, const Outcome &reference, const Bytes &before) {
+    const Scenario &scenario = *faulted.scenario;
+    constexpr std::size_t configurationBytes = 24;
+    const std::size_t readBytes = static_cast<std::size_t>(scenario.target->device.bytes()) + configurationBytes;
+    for (std::size_t i = 0; i < before.size(); ++i) {
+        if (outcome.buffer[i] == before[i]) continue;
+        const bool mayChange = scenario.kind == Kind::editor ? reference.buffer[i] != before[i] : i < readBytes;
+        if (!scenario.bufferChanges || !mayChange)
+            return "buffer byte " + std::to_string(i) + " outside the operation's target changed";
+    }
+    return {};
+}
+
+Objection judgeNext(const Case &faulted, const Outcome &next, const Outcome &reference) {
+    // A name that could not be removed is found, and removed, by the next one who opens the block.
+    const bool sameCalls = next.trace.digest == reference.trace.digest || faulted.scenario->kind == Kind::attachAlone;
+    if (!sameCalls) return "the next clean run makes other calls";
+    const auto result = [](const Outcome &of) {
+        return std::tie(of.raised, of.signal, of.names, of.log, of.buffer, of.chip);
+    };
+    if (!next.attached || result(next) != result(reference)) return "the next clean run has another result";
+    return next.objection;
 }
 
 } // namespace
@@ -61,63 +117,10 @@ std::optional<std::string> Player::play(const Case &faulted) {
     const Outcome outcome = world_->play(*faulted.scenario, faulted.plan, budget);
     if (!outcome.trace.struck) return std::nullopt;
     for (const Objection &objection :
-         {outcome.objection, judgePass(faulted, outcome), judgeEnd(faulted, outcome), judgeBuffer(faulted, outcome)})
+         {outcome.objection, judgePass(faulted, outcome, reference_), judgeEnd(faulted, outcome, reference_),
+          judgeBuffer(faulted, outcome, reference_, world_->image())})
         if (!objection.empty()) return objection;
-    return judgeNext(faulted, world_->play(*faulted.scenario));
-}
-
-Player::Objection Player::judgePass(const Case &faulted, const Outcome &outcome) const {
-    if (outcome.signal != Signal::pass || isLie(faulted)) return {};
-    // A message box has told that a block is missing; its zero is what the operation goes by.
-    if (!outcome.attached && outcome.boxes > reference_.boxes) return {};
-    if (reference_.signal != Signal::pass) return "FALSE OK: the operation cannot pass";
-    if (outcome.chip != reference_.chip) return "FALSE OK: the chip is not as asked";
-    if (outcome.buffer != reference_.buffer) return "FALSE OK: the buffer is not as asked";
-    return {};
-}
-
-/// With one fault that strikes once: an ARM session ends in order, a failed allocation is told.
-Player::Objection Player::judgeEnd(const Case &faulted, const Outcome &outcome) const {
-    const Scenario &scenario = *faulted.scenario;
-    if (faulted.plan.size() > 1 || faulted.plan.front().fromThenOn) return {};
-    if (scenario.kind == Kind::arm) {
-        if (outcome.raised) return "a session raised instead of ending in order";
-        const bool mayBeRefused = scenario.chipIdIsChecked;
-        if (!mayBeRefused && !outcome.log.ends_with(u"Sec\n")) return "no time line: " + toUtf8(outcome.log);
-    }
-    // An attach that finds another way to its block has lost nothing.
-    const bool anotherWay = scenario.kind >= Kind::attach && outcome.attached && outcome.boxes == reference_.boxes;
-    if (!faulted.has({"allocation"}) || anotherWay) return {};
-    const bool told = outcome.raised ? *outcome.raised == ErrorNumber::outOfMemory
-                                     : outcome.failure == standardDescription(ErrorNumber::outOfMemory) ||
-                                           outcome.boxes > reference_.boxes;
-    return told ? "" : "a failed allocation was not told as such";
-}
-
-/// Only bytes that the clean run writes may change, and a run that changes none writes none.
-Player::Objection Player::judgeBuffer(const Case &faulted, const Outcome &outcome) const {
-    const Bytes &before = world_->image();
-    const Scenario &scenario = *faulted.scenario;
-    constexpr std::size_t configurationBytes = 24;
-    const std::size_t readBytes = static_cast<std::size_t>(scenario.target->device.bytes()) + configurationBytes;
-    for (std::size_t i = 0; i < before.size(); ++i) {
-        if (outcome.buffer[i] == before[i]) continue;
-        const bool mayChange = scenario.kind == Kind::editor ? reference_.buffer[i] != before[i] : i < readBytes;
-        if (!scenario.bufferChanges || !mayChange)
-            return "buffer byte " + std::to_string(i) + " outside the operation's target changed";
-    }
-    return {};
-}
-
-Player::Objection Player::judgeNext(const Case &faulted, const Outcome &next) const {
-    if (next.raised || next.signal != reference_.signal) return "the next clean run ends otherwise";
-    // A name that could not be removed is found, and removed, by the next one who opens the block.
-    const bool sameCalls = next.trace.digest == reference_.trace.digest || faulted.scenario->kind == Kind::attachAlone;
-    if (!sameCalls) return "the next clean run makes other calls";
-    if (next.names != reference_.names || !next.attached) return "the next clean run leaves other blocks";
-    if (next.log != reference_.log || next.buffer != reference_.buffer || next.chip != reference_.chip)
-        return "the next clean run has another result";
-    return next.objection;
+    return judgeNext(faulted, world_->play(*faulted.scenario), reference_);
 }
 
 } // namespace kx3::torture

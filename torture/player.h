@@ -26,13 +26,6 @@ class Player {
     [[nodiscard]] std::optional<std::string> play(const Case &faulted);
 
   private:
-    using Objection = std::string; ///< empty when there is none
-
-    [[nodiscard]] Objection judgePass(const Case &faulted, const Outcome &outcome) const;
-    [[nodiscard]] Objection judgeEnd(const Case &faulted, const Outcome &outcome) const;
-    [[nodiscard]] Objection judgeBuffer(const Case &faulted, const Outcome &outcome) const;
-    [[nodiscard]] Objection judgeNext(const Case &faulted, const Outcome &next) const;
-
     std::optional<World> world_;
     const Scenario *scenario_ = nullptr;
     Outcome reference_;
