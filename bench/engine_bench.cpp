@@ -200,8 +200,12 @@ void changeOneField(Form &form) {
     if (form.loaded()) std::abort();
 }
 
-/// One mode of each editor.
-constexpr std::array<Byte, 11> editorModes{2, 10, 12, 15, 22, 24, 41, 46, 50, 51, 64};
+/// The first mode of each editor.
+#define KX3_EDITOR(name, mode, ...) Byte{mode},
+constexpr auto editorModes = std::to_array({
+#include "editors/editor_list.inc"
+});
+#undef KX3_EDITOR
 
 void editors(benchmark::State &state) {
     BareSession session(byteDevice(256));

@@ -193,8 +193,11 @@ void describeEditor(Host &host) {
     for (std::int32_t i = -1; i <= kx3_editor_field_count(editor); ++i)
         if (kx3_editor_field(editor, i, &field) == KX3_OK)
             promise(kx3_editor_item(editor, i, field.items, &text) != KX3_OK, "no item behind the last");
-    for (std::int32_t i = -1; i <= kx3_editor_byte_count(editor); ++i)
-        promise(kx3_editor_byte(editor, i, &byte) == kx3_editor_byte_detail(editor, i, &detail), "a byte has details");
+    for (std::int32_t i = -1; i <= kx3_editor_byte_count(editor); ++i) {
+        const kx3_status addressed = kx3_editor_byte(editor, i, &byte); // an address can be an Overflow
+        const kx3_status detailed = kx3_editor_byte_detail(editor, i, &detail);
+        promise(addressed != KX3_OK || detailed == KX3_OK, "a byte with an address has details");
+    }
     (void)kx3_editor_name(editor);
     (void)kx3_editor_mirror(editor);
     kx3_editor_free(editor);

@@ -130,7 +130,6 @@ void Chip::massErase() {
     for (Memory *memory : {&main, &eeprom, &configuration})
         memory->erase(0, memory->size());
     isProtected = false;
-    changed = true;
 }
 
 } // namespace kx3sim

@@ -49,6 +49,7 @@ class Memory {
     void erase(std::size_t offset, std::size_t count);
     /// Any value replaces any other.
     void store(std::size_t offset, std::span<const Byte> source);
+    void flip(std::size_t offset, unsigned bit) { *cells(offset) ^= static_cast<Byte>(1U << bit); }
     /// As flash does: bits only become 0. Stops at the first byte that would need a 1 and returns its
     /// offset; that byte and all before it have been programmed.
     [[nodiscard]] std::optional<std::size_t> program(std::size_t offset, std::span<const Byte> wanted);

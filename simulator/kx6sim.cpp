@@ -84,11 +84,6 @@ struct Range {
     }
 };
 
-void store(Chip &chip, const Range &range, const Byte *source) {
-    range.memory.store(range.offset, {source, range.count});
-    chip.changed = true;
-}
-
 void refuseWhenProtected(const Chip &chip) {
     if (chip.isProtected) throw Failure(KX6SIM_REFUSED, "the chip is protected");
 }
@@ -184,8 +179,7 @@ kx6sim_status kx6sim_set_identity(const kx6sim_identity *identity) {
     return guarded([&](SimulatedProgrammer &programmer) {
         require(identity != nullptr, "no identity");
         requireValid(*identity);
-        programmer.chip().identity = *identity;
-        programmer.chip().changed = true;
+        programmer.changedChip().identity = *identity;
     });
 }
 
@@ -198,7 +192,9 @@ kx6sim_status kx6sim_peek(int32_t area, uint64_t offset, uint8_t *destination, u
 
 kx6sim_status kx6sim_poke(int32_t area, uint64_t offset, const uint8_t *source, uint64_t count) {
     return guarded([&](SimulatedProgrammer &programmer) {
-        store(programmer.chip(), Range(programmer.chip(), area, offset, count, source), source);
+        const Range range(programmer.chip(), area, offset, count, source);
+        programmer.changedChip();
+        range.memory.store(range.offset, {source, range.count});
     });
 }
 
@@ -207,27 +203,27 @@ kx6sim_status kx6sim_flip_bit(int32_t area, uint64_t offset, uint8_t bit) {
         constexpr uint8_t highestBit = 7;
         require(bit <= highestBit, "a byte has bits 0 to 7");
         const Range range(programmer.chip(), area, offset, 1, &bit);
-        const auto flipped = static_cast<Byte>(range.memory[range.offset] ^ (1U << bit));
-        store(programmer.chip(), range, &flipped);
+        programmer.changedChip();
+        range.memory.flip(range.offset, bit);
     });
 }
 
 kx6sim_status kx6sim_chip_erase(void) {
-    return guarded([](SimulatedProgrammer &programmer) { programmer.chip().massErase(); });
+    return guarded([](SimulatedProgrammer &programmer) { programmer.changedChip().massErase(); });
 }
 
 kx6sim_status kx6sim_chip_program(int32_t area, uint64_t offset, const uint8_t *source, uint64_t count,
                                   int32_t *differs, kx6sim_difference *difference) {
     return guarded([&](SimulatedProgrammer &programmer) {
         require(differs != nullptr && difference != nullptr, "no place for a difference");
-        Chip &chip = programmer.chip();
-        const Range range(chip, area, offset, count, source);
-        refuseWhenProtected(chip);
+        const Range range(programmer.chip(), area, offset, count, source);
+        refuseWhenProtected(programmer.chip());
+        Chip &chip = programmer.changedChip();
         std::optional<std::size_t> stuck;
         if (&range.memory == &chip.main)
             stuck = programmer.programMain(range.offset, {source, range.count});
         else
-            store(chip, range, source);
+            range.memory.store(range.offset, {source, range.count});
         *differs = stuck ? 1 : 0;
         if (stuck) *difference = {*stuck, chip.main[*stuck], source[*stuck - range.offset]};
     });
@@ -258,10 +254,7 @@ kx6sim_status kx6sim_chip_read(int32_t area, uint64_t offset, uint8_t *destinati
 }
 
 kx6sim_status kx6sim_chip_protect(void) {
-    return guarded([](SimulatedProgrammer &programmer) {
-        programmer.chip().isProtected = true;
-        programmer.chip().changed = true;
-    });
+    return guarded([](SimulatedProgrammer &programmer) { programmer.changedChip().isProtected = true; });
 }
 
 void kx6sim_set_firmware_version(uint8_t version) {

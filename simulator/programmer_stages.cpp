@@ -15,14 +15,10 @@ SimulatedProgrammer::StageResult SimulatedProgrammer::perform(Work work) {
     case Work::verify: return compareStaged(device_->bytesOf(run_->block));
     case Work::programConfiguration:
         if (isProtected) return refusal(Event::identityError, first);
-        chip().configuration.store(0, run_->configuration);
-        chip().changed = true;
+        changedChip().configuration.store(0, run_->configuration);
         return std::nullopt;
     case Work::checkConfiguration: return isProtected ? refusal(Event::identityError, first) : checkConfiguration();
-    case Work::protect:
-        chip().isProtected = true;
-        chip().changed = true;
-        return std::nullopt;
+    case Work::protect: changedChip().isProtected = true; return std::nullopt;
     case Work::read:
         if (isProtected) return refusal(Event::compareError, first);
         window_ = {.offered = device_->bytesOf(run_->block)};
@@ -37,14 +33,13 @@ SimulatedProgrammer::StageResult SimulatedProgrammer::perform(Work work) {
 /// An automatic sequence erases the addresses that it programs; an erase, and any that has to lift the
 /// protection, erases the whole chip.
 void SimulatedProgrammer::erase() {
-    Chip &target = chip();
+    Chip &target = changedChip();
     if (run_->facts->operation == Operation::erase || target.isProtected) {
         target.massErase();
         return;
     }
     const std::size_t first = device_->bytesOf(run_->block).offset;
     target.main.erase(first, target.main.size() - first);
-    target.changed = true;
 }
 
 SimulatedProgrammer::StageResult SimulatedProgrammer::blankCheck() {

@@ -38,14 +38,17 @@ Chip &SimulatedProgrammer::chip() {
     return *chip_;
 }
 
-std::optional<std::size_t> SimulatedProgrammer::programMain(std::size_t offset, std::span<const Byte> wanted) {
+Chip &SimulatedProgrammer::changedChip() {
     chip().changed = true;
-    if (const std::optional<std::size_t> stuck = chip().main.program(offset, wanted)) return stuck;
+    return *chip_;
+}
+
+std::optional<std::size_t> SimulatedProgrammer::programMain(std::size_t offset, std::span<const Byte> wanted) {
+    Memory &main = changedChip().main;
+    if (const std::optional<std::size_t> stuck = main.program(offset, wanted)) return stuck;
     for (BitFlip &flip : faults_.bitFlips()) {
         if (flip.done || flip.offset < offset || flip.offset - offset >= wanted.size()) continue;
-        const auto place = static_cast<std::size_t>(flip.offset);
-        const auto flipped = static_cast<Byte>(chip().main[place] ^ (1U << flip.bit));
-        chip().main.store(place, {&flipped, 1});
+        main.flip(static_cast<std::size_t>(flip.offset), flip.bit);
         flip.done = true;
     }
     return std::nullopt;

@@ -22,6 +22,8 @@ class SimulatedProgrammer {
     void insert(Chip chip);
     /// Throws Failure when the socket is empty.
     [[nodiscard]] Chip &chip();
+    /// The same for a change of its contents.
+    Chip &changedChip();
     [[nodiscard]] const std::optional<Chip> &socket() const noexcept { return chip_; }
     /// Program main memory by the rules of flash, with the bit flips that are ordered. The offset of
     /// the first byte that cannot become what is wanted.

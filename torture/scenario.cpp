@@ -2,7 +2,7 @@
 
 #include "rig/editor_modes.h"
 
-#include <ranges>
+#include <numeric>
 
 namespace kx3::torture {
 
@@ -68,7 +68,7 @@ Rows identityRows(Byte automatic) {
 }
 
 /// The row for each of some numbers.
-template <class Numbers> Rows numbered(const Numbers &numbers, bool bufferChanges) {
+Rows numbered(const std::vector<Byte> &numbers, bool bufferChanges) {
     Rows rows;
     for (const Byte number : numbers)
         rows.push_back(
@@ -102,7 +102,9 @@ Rows scenarios() {
     add(windowTarget, Kind::attach, {{.name = "attach", .operation = windowAuto}});
     add(targets[0], Kind::attachAlone, {{.name = "attach-alone", .passes = false}});
     add(editorTarget, Kind::editor, numbered(test::editorModes, true));
-    add(noteTarget, Kind::note, numbered(std::views::iota(firstNote, Byte{lastNote + 1}), false));
+    std::vector<Byte> notes(lastNote - firstNote + 1);
+    std::iota(notes.begin(), notes.end(), firstNote);
+    add(noteTarget, Kind::note, numbered(notes, false));
     return all;
 }
 

@@ -46,9 +46,9 @@ TEST(SessionHost, CarriesOutWhatTheWindowAnnounces) {
     plugIn.host.bvcc(0) = 500;
     constexpr Long behind = 0x1000, eepromPlace = behind + pinDrivenConfigurationBytes, end = eepromPlace + 8;
     const Bytes whole = plugIn.ApartmentOn::buffer(end); // configuration bytes and EEPROM, too
-    const std::pair<Byte, Byte> codeOfOperation[] = {{blankCheck, 0}, {autos, 0},   {check, 0},  {protect, 0},
-                                                     {read, 1},       {program, 1}, {verify, 1}, {erase, 0},
-                                                     {check, 1},      {unknown, 3}, {autos, 0}};
+    const std::pair<Byte, Byte> codeOfOperation[] = {{blankCheck, 0}, {autos, 0},   {check, 0}, {protect, 0}, {read, 1},
+                                                     {program, 1},    {verify, 1},  {erase, 0}, {check, 1},   {fuse, 0},
+                                                     {check, 0},      {unknown, 3}, {autos, 0}};
     for (const auto &[operation, code] : codeOfOperation) {
         EXPECT_EQ(plugIn.run(operation), code == 0 ? Signal::pass : Signal::fail) << int{operation};
         EXPECT_EQ(plugIn.host.prgresult(0), code) << int{operation};
