@@ -20,6 +20,7 @@ struct Device {
     Long addresses = 0x100;
     Long block = 0x100; ///< addresses of one run
     Double first = 0;
+    Double dataOffset = 0;
     Byte bank = 0;
     Long margin = 0;
     Byte family = 0;
@@ -65,6 +66,7 @@ template <class Io, class Host, class Window = FakeUi, class Time = FakeClock> c
         host.tlength(0) = device.addresses;
         host.ramlg(0) = device.block;
         host.wltbigendbuf(0) = device.first;
+        host.wltbigendbuf(2) = device.dataOffset;
         host.rambknum(0) = device.bank;
         host.wlverifyvcc(0) = device.margin;
         host.prgmode(0) = device.family;
