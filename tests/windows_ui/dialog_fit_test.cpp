@@ -89,6 +89,27 @@ void expectFits(HWND dialog, int dpi) {
     }
 }
 
+/// The windows show what the model holds.
+void expectShown(const win32::FormDialog &dialog, const Form &form) {
+    for (const Control &control : form.controls()) {
+        if (!form.isShown(control)) continue;
+        HWND window = dialog.windowOf(control);
+        SCOPED_TRACE(control.name());
+        if (control.kind() == ControlKind::checkBox) {
+            EXPECT_EQ(::SendMessageW(window, BM_GETCHECK, 0, 0) == BST_CHECKED, control.checked());
+        }
+        if (control.kind() == ControlKind::comboBox) {
+            EXPECT_EQ(::SendMessageW(window, CB_GETCURSEL, 0, 0), control.listIndex());
+        } else {
+            EXPECT_EQ(textOf(window).empty(), control.caption().empty() && control.text().empty());
+        }
+        // A field's name for a screen reader is the text of the label directly before it.
+        if (control.label() != nullptr) {
+            EXPECT_EQ(::GetWindow(window, GW_HWNDPREV), dialog.windowOf(*control.label()));
+        }
+    }
+}
+
 class DialogFit : public EditorTest, public ::testing::WithParamInterface<int> {};
 
 TEST_P(DialogFit, EveryModeAndLanguage) {
@@ -105,11 +126,7 @@ TEST_P(DialogFit, EveryModeAndLanguage) {
             win32::FormDialog dialog(form, GetParam());
             ::ShowWindow(dialog.window(), SW_SHOWNA);
             expectFits(dialog.window(), GetParam());
-            // A field's name for a screen reader is the text of the label directly before it.
-            for (const Control &control : form.controls()) {
-                if (control.label() == nullptr || !form.isShown(control)) continue;
-                EXPECT_EQ(::GetWindow(dialog.windowOf(control), GW_HWNDPREV), dialog.windowOf(*control.label()));
-            }
+            expectShown(dialog, form);
         };
         const Long step = isNew && GetParam() == win32::designDpi ? languageStep : russian;
         for (Long language = 0; language <= russian && !HasFailure(); language += step) {
