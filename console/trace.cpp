@@ -47,7 +47,7 @@ Json describePoll(bool arrived, std::span<const std::uint8_t> bytes) {
 
 /// Calls that are written as one line: equal status reports, or comparisons of addresses in a row.
 struct Trace::Pending {
-    Json report;
+    Json report = Json::object();
     const char *comparison = nullptr;
     std::int32_t first = 0;
     std::int32_t last = 0;

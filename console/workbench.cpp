@@ -29,9 +29,9 @@ class OpenForm {
     /// Make all entries. One may enable the control of another, so those that cannot be made are tried
     /// again as long as others can.
     void enter(const std::vector<Assignment> &assignments) const {
-        std::vector<const Assignment *> waiting;
-        for (const Assignment &assignment : assignments)
-            waiting.push_back(&assignment);
+        std::vector<const Assignment *> waiting(assignments.size());
+        std::transform(assignments.begin(), assignments.end(), waiting.begin(),
+                       [](const Assignment &each) { return &each; });
         while (!waiting.empty()) {
             const auto made = std::erase_if(waiting, [this](const Assignment *each) { return enter(*each); });
             if (made != 0) continue;

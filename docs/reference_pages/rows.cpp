@@ -76,13 +76,13 @@ std::string valuesOf(const Field &field) {
 }
 
 std::string remarksOf(const Field &field) {
-    if (!field.visible)
+    if (field.visible == 0)
         return field.coding == KX3_CODING_INDEX_OR_FIRST ? "hidden; a value without an item becomes 0"
                                                          : "hidden; its bits are kept";
     std::vector<std::string> remarks;
     if (field.read_only != 0)
         remarks.emplace_back("never written");
-    else if (!field.enabled)
+    else if (field.enabled == 0)
         remarks.emplace_back("greyed when the dialog opens");
     if (field.hazard != KX3_HAZARD_NONE) remarks.push_back(fmt::format("careful: {}", field.hazardName()));
     return fmt::format("{}", fmt::join(remarks, "; "));
