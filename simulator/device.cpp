@@ -1,5 +1,6 @@
 #include "simulator/device.h"
 
+#include "outside/driver_table.h"
 #include "simulator/chip.h"
 
 #include <algorithm>

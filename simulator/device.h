@@ -1,12 +1,15 @@
 // The device as the host prepared it: its blocks, and the data that its operations take.
 #pragma once
 
-#include "outside/driver_table.h"
 #include "simulator/kx6sim.h"
 #include "simulator/protocol.h"
 
 #include <cstdint>
 #include <optional>
+
+namespace kx3 {
+struct ArmProfile;
+}
 
 namespace kx3sim {
 

@@ -1,6 +1,7 @@
 // Sessions, packets, transfers and reports.
 #include "simulator/simulated_programmer.h"
 
+#include "outside/driver_table.h"
 #include <algorithm>
 #include <utility>
 
