@@ -214,6 +214,7 @@ void SessionHost::PowerStep(Long /*step*/) { powered_ = pinDriven_ && millivolts
 void SessionHost::AlgorithmLoaded(Long /*length*/) {} // the programmer gets the image by its own download
 
 void SessionHost::Delay(Long /*milliseconds*/) {} // everything is immediate
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): each host has its own yields
 void SessionHost::duringYield() { kx6sim_advance(); }
 
 // --- Status reports ---------------------------------------------------------------------------
