@@ -15,9 +15,9 @@ import pathlib
 import shlex
 import subprocess
 import sys
+import tempfile
 
 BUILD = pathlib.Path("build/sanitize").resolve()
-OUTPUT = BUILD / "lint"
 PRODUCT = ("src/", "plugin/native/", "console/", "simulator/", "ui/")
 
 
@@ -33,10 +33,10 @@ def groups(folders):
     return [(options, sorted(sources)) for (_, options), sources in sorted(found.items())]
 
 
-def units(number, options, sources):
+def units(output, number, options, sources):
     """The translation units to check for a group: one of all its sources, or each source by itself."""
     if len(sources) > 1:
-        unit = OUTPUT / f"{number}.cpp"
+        unit = output / f"{number}.cpp"
         unit.write_text("".join(f'#include "{os.path.abspath(source)}"\n' for source in sources))
         joins = subprocess.run([*options, "-fsyntax-only", unit], cwd=BUILD, capture_output=True, check=False)
         if joins.returncode == 0:
@@ -48,16 +48,17 @@ def main():
     arguments = sys.argv[1:]
     analyze = "--analyze" in arguments
     folders = tuple(argument for argument in arguments if argument != "--analyze") or ("",)
-    OUTPUT.mkdir(exist_ok=True)
-    with concurrent.futures.ThreadPoolExecutor(int(os.environ.get("KX3_JOBS", os.cpu_count()))) as pool:
-        work = [pool.submit(units, number, *group) for number, group in enumerate(groups(folders))]
+    jobs = int(os.environ.get("KX3_JOBS", os.cpu_count()))
+    with tempfile.TemporaryDirectory(dir=BUILD) as folder, concurrent.futures.ThreadPoolExecutor(jobs) as pool:
+        output = pathlib.Path(folder)
+        work = [pool.submit(units, output, number, *group) for number, group in enumerate(groups(folders))]
         checked = [unit for task in work for unit in task.result()]
-        (OUTPUT / "compile_commands.json").write_text(
+        (output / "compile_commands.json").write_text(
             json.dumps([{"directory": str(BUILD), "file": unit, "arguments": [*options, "-c", unit]}
                         for options, unit in checked]))
         # A unit of several sources includes them by their names.
         left_out = "-bugprone-suspicious-include" + ("" if analyze else ",-clang-analyzer-*")
-        tidy = ["clang-tidy", "--quiet", "-p", str(OUTPUT), f"--checks={left_out}"]
+        tidy = ["clang-tidy", "--quiet", "-p", str(output), f"--checks={left_out}"]
         results = pool.map(lambda unit: subprocess.run([*tidy, unit[1]], capture_output=True, text=True, check=False),
                            checked)
         failed = 0
