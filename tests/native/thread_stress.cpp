@@ -3,6 +3,7 @@
 // read its beginning here, and the editors of each thread keep to bytes of their own behind that.
 #include "forms/form.h"
 #include "rig/apartment.h"
+#include "rig/own_blocks.h"
 
 #include <cstdio>
 #include <thread>
@@ -54,6 +55,7 @@ void work(Integer instance, int &done) {
 int main() {
     int first = 0;
     int second = 0;
+    test::useOwnNamespace();
     std::thread other(work, Integer{2}, std::ref(second));
     work(1, first);
     other.join();

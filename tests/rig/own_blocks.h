@@ -21,7 +21,10 @@ inline const std::string &ownNamespace() {
     static const std::string name = "test" + std::to_string(::getpid());
     return name;
 }
-inline void useOwnNamespace() { ::setenv("KX3MPU6_NAMESPACE", ownNamespace().c_str(), 1); }
+/// Says it to the process once: the other threads of a test read the environment meanwhile.
+inline void useOwnNamespace() {
+    [[maybe_unused]] static const int said = ::setenv("KX3MPU6_NAMESPACE", ownNamespace().c_str(), 1);
+}
 
 /// The file that stands for the block of that name.
 inline std::filesystem::path blockFile(const std::string &name) {
