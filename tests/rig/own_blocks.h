@@ -21,9 +21,11 @@ inline const std::string &ownNamespace() {
     static const std::string name = "test" + std::to_string(::getpid());
     return name;
 }
-/// Says it to the process once: the other threads of a test read the environment meanwhile.
+/// Writes the environment only when it says something else: other threads of a test read it meanwhile.
 inline void useOwnNamespace() {
-    [[maybe_unused]] static const int said = ::setenv("KX3MPU6_NAMESPACE", ownNamespace().c_str(), 1);
+    constexpr const char *variable = "KX3MPU6_NAMESPACE";
+    const char *said = std::getenv(variable);
+    if (said == nullptr || said != ownNamespace()) ::setenv(variable, ownNamespace().c_str(), 1);
 }
 
 /// The file that stands for the block of that name.
