@@ -1,13 +1,16 @@
 #include "blocks/array.h"
 
 #include "base/text.h"
+#include "blocks/block_table.h"
 #include "platform/strings.h"
 
 #include <cstring>
 
 namespace kx3 {
 
-ArrayBase::ArrayBase(ElementType type) noexcept : type_(type) { descriptor_.cbElements = elementWidth(type); }
+ArrayBase::ArrayBase(ElementType type, std::string_view root) noexcept : type_(type), root_(root) {
+    descriptor_.cbElements = elementWidth(type);
+}
 
 ArrayBase::~ArrayBase() { freeOwnText(); }
 
@@ -21,6 +24,12 @@ void ArrayBase::reset() {
     descriptor_.pvData = own_;
     descriptor_.rgsabound[0] = {1, 0};
     variable_ = &descriptor_;
+}
+
+void ArrayBase::refuse(std::int64_t index) const {
+    raise(ErrorNumber::subscript,
+          join(standardDescription(ErrorNumber::subscript), u": ", fromUtf8(blockPrefix), fromUtf8(root_), u"(",
+               fromUtf8(std::to_string(index)), u") of ", fromUtf8(std::to_string(count()))));
 }
 
 void ArrayBase::freeOwnText() noexcept {

@@ -74,8 +74,12 @@ class ArrayBase {
     [[nodiscard]] std::uint32_t count() const noexcept { return descriptor_.rgsabound[0].cElements; }
 
   protected:
-    explicit ArrayBase(ElementType type) noexcept;
+    /// `root` is the name of the block that the array shows, without its prefix; it stays valid.
+    ArrayBase(ElementType type, std::string_view root) noexcept;
     ~ArrayBase();
+
+    /// Raise the subscript error of element `index`, which this array does not have.
+    [[noreturn]] void refuse(std::int64_t index) const;
 
   private:
     void freeOwnText() noexcept;
@@ -83,15 +87,16 @@ class ArrayBase {
     ArrayDescriptor descriptor_;
     ArrayDescriptor *variable_ = nullptr;
     ElementType type_;
+    std::string_view root_;
     alignas(8) std::byte own_[8] = {};
 };
 
 /// Array of `T` (Byte, Boolean, Integer, Long, Double or String), indexed from its lower bound,
 /// which is 0 for every shared block. Each access is tested against the bounds; a bad index is the
-/// subscript error.
+/// subscript error, which names the block and the index.
 template <class T> class Array : public ArrayBase {
   public:
-    Array() noexcept : ArrayBase(elementTypeOf<T>) {}
+    explicit Array(std::string_view root) noexcept : ArrayBase(elementTypeOf<T>, root) {}
 
     /// Element `index`, in place.
     [[nodiscard]] T &operator()(Long index) { return *static_cast<T *>(element(index)); }
@@ -101,7 +106,7 @@ template <class T> class Array : public ArrayBase {
     /// inside the array; a length below 0 is a subscript error, too. A length of 0 needs a valid
     /// first index, since an address goes outside.
     [[nodiscard]] std::span<T> range(Long first, Long length) {
-        if (length < 0) raise(ErrorNumber::subscript);
+        if (length < 0) refuse(std::int64_t{first} + length);
         if (length > 1) (void)dataForLast(first, length);
         return {static_cast<T *>(element(first)), static_cast<std::size_t>(length)};
     }
@@ -111,12 +116,12 @@ template <class T> class Array : public ArrayBase {
         const ArrayBound &bound = descriptor().rgsabound[0];
         const std::uint32_t offset = static_cast<std::uint32_t>(index) - static_cast<std::uint32_t>(bound.lLbound);
         if (offset >= bound.cElements) [[unlikely]]
-            raise(ErrorNumber::subscript);
+            refuse(index);
         return static_cast<T *>(descriptor().pvData) + offset;
     }
     [[nodiscard]] void *dataForLast(Long first, Long length) const {
         const std::int64_t last = static_cast<std::int64_t>(first) + length - 1;
-        if (last > INT32_MAX) raise(ErrorNumber::subscript);
+        if (last > INT32_MAX) refuse(last);
         return element(static_cast<Long>(last));
     }
 };

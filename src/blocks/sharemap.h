@@ -14,11 +14,11 @@ namespace kx3 {
 /// The plug-in's arrays, by the blocks' roots (`typeid_` is the block "typeid"). Before any attach
 /// every array is unset; element access then raises the subscript error.
 struct BlockArrays {
-#define KX3_BLOCK(member, root, type, count, bytes) Array<type> member;
+#define KX3_BLOCK(member, root, type, count, bytes) Array<type> member{root};
 #include "blocks/block_table.inc"
 #undef KX3_BLOCK
-    Array<Byte> ibuffer;
-    Array<Byte> ibuffer66;
+    Array<Byte> ibuffer{deviceBufferRow.root};
+    Array<Byte> ibuffer66{deviceBuffer66Row.root};
 };
 
 /// One host thread's bindings: the arrays of all 62 blocks, a mapping object and a binder for each.
@@ -30,7 +30,8 @@ class sharemap : public BlockArrays {
 
     /// Attach blocks 1 to 60 of host instance `num`. A block that cannot be attached, or whose view
     /// is smaller than its array, is reported by a message box of `ui` and keeps an array of one
-    /// zero element; the others are attached all the same.
+    /// zero element; the others are attached all the same, also when the message box fails, whose
+    /// first error is raised at the end.
     void MapSharedBlocks(Integer num, Ui &ui);
     /// Attach `ibuffer` with `size` bytes, then `ibuffer66`; failures as above.
     void MapDeviceBuffer(Long size, Ui &ui);

@@ -31,13 +31,13 @@ class BoundArray : public testing::Test {
         binder.PointerToData(memory.data());
     }
     std::array<Long, 8> memory{10, 11, 12, 13, 14, 15, 16, 17};
-    Array<Long> array;
+    Array<Long> array{"test"};
     decltype(stateOf(array)) before;
     clsSafeArray binder;
 };
 
 TEST(Array, HasNoElementUntilItIsResetToOneZero) {
-    Array<Double> array;
+    Array<Double> array{"test"};
     EXPECT_EQ(errorOf([&] { (void)array(0); }), ErrorNumber::subscript);
     EXPECT_EQ(errorOf([&] { (void)array.range(0, 0); }), ErrorNumber::subscript);
     array.reset();
@@ -91,7 +91,7 @@ TEST_F(BoundArray, ReleaseRestoresTheDescriptorExactly) {
 }
 
 TEST_F(BoundArray, AnotherBindingAndTheEndOfTheBinderRelease) {
-    Array<Byte> second;
+    Array<Byte> second{"test"};
     second.reset();
     const auto secondBefore = stateOf(second);
     {
@@ -121,7 +121,7 @@ TEST_F(BoundArray, ADimensionThatIsNoneIsZeroAndKeepsNothing) {
 }
 
 TEST(SafeArray, TakesAnArrayOrTheAddressOfOne) {
-    Array<Integer> array;
+    Array<Integer> array{"test"};
     array.reset();
     const auto address = reinterpret_cast<std::intptr_t>(array.variable());
     ArrayDescriptor *unset = nullptr;
