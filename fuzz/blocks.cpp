@@ -59,7 +59,7 @@ void blocks(Input input) {
         default: return t.mpu.runMpu6Prg(enabled);
         }
     });
-    promise(!t.apartment.running(), "no operation is left running");
+    promise(!t.apartment.inUse(), "no operation is left running");
 }
 
 } // namespace kx3::fuzz

@@ -170,7 +170,7 @@ Outcome World::play(const Scenario &scenario, std::vector<Planned> plan, std::si
     outcome.boxes = ui->boxes;
     outcome.attached = apartment.blocks().attachedCompletely() && apartment.blocks().ibuffer.count() == image_.size();
     if (scenario.kind == Kind::attachAlone) outcome.names = test::blockFiles().size();
-    if (apartment.running()) objection_ = "an operation is still marked as running";
+    if (apartment.inUse()) objection_ = "an operation is still marked as running";
     if (scenario.kind == Kind::arm && host.prgmode(1) != 0) objection_ = "prgmode(1) is not 0";
     if (scenario.kind == Kind::window && apartment.sessionWindow().loaded()) objection_ = "the window is loaded";
     outcome.objection = std::move(objection_);

@@ -60,6 +60,25 @@ struct Failure {
     std::u16string description;
 };
 
+/// Runs steps that must all be tried, and keeps the first error among them.
+class FirstError {
+  public:
+    template <class Step> void attempt(Step step) {
+        try {
+            step();
+        } catch (...) {
+            if (!error_) error_ = std::current_exception();
+        }
+    }
+    /// Raise the error that was kept, if any.
+    void rethrow() const {
+        if (error_) std::rethrow_exception(error_);
+    }
+
+  private:
+    std::exception_ptr error_;
+};
+
 /// Describe the exception being handled. Call only inside a catch block. An exception of a foreign
 /// type becomes the internal error; it never throws.
 [[nodiscard]] Failure describeCurrentException() noexcept;

@@ -30,13 +30,18 @@ sharemap::sharemap()
 }
 
 void sharemap::MapSharedBlocks(Integer num, Ui &ui) {
+    FirstError error;
     for (std::size_t i = 0; i < blockTable.size(); ++i)
-        attach(i, blockName(blockTable[i], num), blockTable[i].count, blockTable[i].bytes, ui);
+        error.attempt([&] { attach(i, blockName(blockTable[i], num), blockTable[i].count, blockTable[i].bytes, ui); });
+    error.rethrow();
 }
 
 void sharemap::MapDeviceBuffer(Long size, Ui &ui) {
-    attach(deviceBufferSlot, blockName(deviceBufferRow), size, size, ui);
-    attach(deviceBufferSlot + 1, blockName(deviceBuffer66Row), deviceBuffer66Row.count, deviceBuffer66Row.bytes, ui);
+    const BlockRow &small = deviceBuffer66Row;
+    FirstError error;
+    error.attempt([&] { attach(deviceBufferSlot, blockName(deviceBufferRow), size, size, ui); });
+    error.attempt([&] { attach(deviceBufferSlot + 1, blockName(small), small.count, small.bytes, ui); });
+    error.rethrow();
 }
 
 bool sharemap::attachedCompletely() const noexcept {

@@ -6,21 +6,33 @@
 
 namespace kx3 {
 
-class Apartment::Operation {
+class Apartment::Use {
   public:
-    explicit Operation(Apartment &apartment) : apartment_(apartment) {
-        if (apartment.running_) raise(ErrorNumber::invalidCall, u"Another operation is running");
-        apartment.running_ = true;
-    }
-    ~Operation() {
-        apartment_.running_ = false;
+    explicit Use(Apartment &apartment) noexcept : apartment_(apartment) { ++apartment_.uses_; }
+    ~Use() {
+        --apartment_.uses_;
         if (apartment_.releasePending_) apartment_.releaseMainBlocks();
     }
+    Use(const Use &) = delete;
+    Use &operator=(const Use &) = delete;
+
+  private:
+    Apartment &apartment_;
+};
+
+class Apartment::Operation {
+  public:
+    explicit Operation(Apartment &apartment) : running_(apartment.running_), use_(apartment) {
+        if (running_) raise(ErrorNumber::invalidCall, u"Another operation is running");
+        running_ = true;
+    }
+    ~Operation() { running_ = false; }
     Operation(const Operation &) = delete;
     Operation &operator=(const Operation &) = delete;
 
   private:
-    Apartment &apartment_;
+    bool &running_;
+    Use use_;
 };
 
 Apartment::Apartment(Outside outside)
@@ -54,12 +66,18 @@ void Apartment::runSessionWindow() {
 
 void Apartment::openEditor(Byte mode) {
     if (!editors_) editors_ = std::make_unique<Editors>(context_);
+    const Use use(*this);
     editors_->open(mode);
 }
 
+void Apartment::refuseWhileInUse() const {
+    if (running_) raise(ErrorNumber::invalidCall, u"Not possible while an operation is running");
+    if (inUse()) raise(ErrorNumber::invalidCall, u"Not possible while a dialog is open");
+}
+
 void Apartment::releaseMainBlocks() noexcept {
-    releasePending_ = running_;
-    if (!running_) blocks_.UnmapSharedBlocks();
+    releasePending_ = inUse();
+    if (!inUse()) blocks_.UnmapSharedBlocks();
 }
 
 } // namespace kx3

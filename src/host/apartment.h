@@ -49,12 +49,17 @@ class Apartment {
     /// Open the editor of programming mode `mode` modally; return when it is closed.
     void openEditor(Byte mode);
 
-    /// True while an operation runs. Its transfers and loops hold addresses inside the blocks.
-    [[nodiscard]] bool running() const noexcept { return running_; }
-    /// Release the 60 main blocks; while an operation runs, at its end.
+    /// True while an operation runs or a dialog is open.
+    [[nodiscard]] bool inUse() const noexcept { return uses_ > 0; }
+    /// The blocks stay where they are while they are in use: transfers and loops of an operation hold
+    /// addresses inside them, and a dialog writes where it has read. Raises "invalid call" then.
+    void refuseWhileInUse() const;
+    /// Release the 60 main blocks; while they are in use, at its end.
     void releaseMainBlocks() noexcept;
 
   private:
+    /// Marks the blocks as in use.
+    class Use;
     /// Marks an operation as running; refuses a second one from inside the first.
     class Operation;
 
@@ -66,6 +71,7 @@ class Apartment {
     const ArmSession *lastArmSession_ = nullptr;
     std::unique_ptr<usbmpu6prg> sessionWindow_;
     std::unique_ptr<Editors> editors_;
+    int uses_ = 0;
     bool running_ = false;
     bool releasePending_ = false;
 };

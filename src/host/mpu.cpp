@@ -8,29 +8,24 @@
 
 namespace kx3 {
 
-namespace {
-
-/// The blocks stay where they are while an operation works on them.
-void refuseWhileRunning(const Apartment &apartment) {
-    if (apartment.running()) raise(ErrorNumber::invalidCall, u"Not possible while an operation is running");
-}
-
-} // namespace
-
 clsMPU::~clsMPU() { apartment_.releaseMainBlocks(); }
 
 void clsMPU::bufcommpu6(const Integer &num) {
-    refuseWhileRunning(apartment_);
+    apartment_.refuseWhileInUse();
     sharemap &blocks = apartment_.blocks();
     Ui &ui = apartment_.context().ui;
-    blocks.MapSharedBlocks(num, ui);
-    const Checked size = Checked(blocks.buflength(0)) + deviceBufferExtra;
-    blocks.MapDeviceBuffer(size.value(), ui);
-    buflg = blocks.buflength(0);
+    FirstError error;
+    error.attempt([&] { blocks.MapSharedBlocks(num, ui); });
+    error.attempt([&] {
+        const Checked size = Checked(blocks.buflength(0)) + deviceBufferExtra;
+        error.attempt([&] { blocks.MapDeviceBuffer(size.value(), ui); });
+        buflg = blocks.buflength(0);
+    });
+    error.rethrow();
 }
 
 void clsMPU::freesharebuffermpu6() {
-    refuseWhileRunning(apartment_);
+    apartment_.refuseWhileInUse();
     apartment_.blocks().UnmapDeviceBuffer();
 }
 
