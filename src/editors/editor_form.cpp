@@ -105,7 +105,11 @@ void EditorForm::showField(const Field &field, Control &control) {
 /// Keep the copy at `tlength`(0) equal to the byte itself, also when nothing is changed later. The
 /// last step of the load, so that a load that fails has changed nothing.
 void EditorForm::mirrorByte() {
-    if (layout_.mirrored) context_.blocks.ibuffer(device_.tlength) = loaded_.front();
+    if (layout_.mirrored) mirroredBefore_ = std::exchange(context_.blocks.ibuffer(device_.tlength), loaded_.front());
+}
+
+void EditorForm::undoLoad() {
+    if (layout_.mirrored) context_.blocks.ibuffer(device_.tlength) = mirroredBefore_;
 }
 
 // Events

@@ -21,6 +21,8 @@ class EditorForm final : public Form {
 
     /// Mode of the next load.
     void setMode(Byte mode) noexcept { mode_ = mode; }
+    /// Take back what the load has written, for a form that could not be shown.
+    void undoLoad();
 
   protected:
     void onLoad() override;
@@ -58,6 +60,7 @@ class EditorForm final : public Form {
     EditorLayout layout_;
     std::vector<Control *> controls_; ///< beside `layout_.fields`
     std::vector<Byte> loaded_;        ///< beside `layout_.bytes`
+    Byte mirroredBefore_ = 0;         ///< the mirrored byte's copy before the load
 };
 
 } // namespace kx3

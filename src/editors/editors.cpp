@@ -21,7 +21,13 @@ void Editors::open(Byte mode) {
     form->setMode(mode);
     form->load();
     const UnloadAtEnd unloadAtEnd(*form);
-    context_.ui.showModal(*form);
+    const std::uint64_t opened = form->revision();
+    try {
+        context_.ui.showModal(*form);
+    } catch (...) {
+        if (form->loaded() && form->revision() == opened) form->undoLoad(); // nobody has seen it
+        throw;
+    }
     form->rethrowFailure();
 }
 

@@ -231,7 +231,7 @@ bool Form::keyDown(const Control &control, Integer keyCode) noexcept {
     return act(control, ControlKind::textBox, [&](Control &box) {
         Integer code = keyCode;
         onKeyDown(box, code);
-        if (code == 0) return true;
+        if (code == 0) return false;
         if (code != keyDelete) return moveCaret(box, code);
         const Long rest = static_cast<Long>(box.text_.size()) - box.selectionStart();
         box.replaceText(box.selectionStart(), std::min(std::max(box.selectionLength(), 1), rest), {});
