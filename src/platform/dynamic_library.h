@@ -18,7 +18,7 @@ class DynamicLibrary {
   public:
     /// Open library `name` without prefix and extension ("kx6io" is kx6io.dll on Windows,
     /// libkx6io.so elsewhere): first beside this plug-in, then by the system's search. Raises
-    /// "File not found" with the file's name.
+    /// "File not found" with the file's name, and "Error in loading DLL" for a file that is no library.
     explicit DynamicLibrary(std::string_view name);
     ~DynamicLibrary();
     DynamicLibrary(const DynamicLibrary &) = delete;

@@ -63,10 +63,15 @@ class CallbackSessionHost final : public SessionHost {
     template <class... Arguments, class... Values>
     void call(kx3_status (*kx3_session_host::*member)(void *, Arguments...), const char *name, Values... values) {
         const kx3_session_host &host = callbacks_.sessionHost;
-        if (host.*member == nullptr) raise(ErrorNumber::memberNotFound, join(u"SessionHost has no ", fromUtf8(name)));
+        if (host.*member == nullptr) raiseMissing(name);
         const kx3_status status = (host.*member)(host.context, values...);
         if (status != KX3_OK) [[unlikely]]
             requireOk(callbacks_, status, name);
+    }
+
+    [[noreturn]] void raiseMissing(const char *name) const {
+        if (callbacks_.hasSessionHost) raise(ErrorNumber::memberNotFound, join(u"SessionHost has no ", fromUtf8(name)));
+        raise(ErrorNumber::objectNotSet, u"SessionHost was taken away; call kx3_set_session_host");
     }
 
     /// The operation behind `member`, to be called with its arguments.

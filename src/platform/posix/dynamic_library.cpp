@@ -3,8 +3,10 @@
 #include "base/error.h"
 #include "base/text.h"
 
+#include <cerrno>
 #include <dlfcn.h>
 #include <filesystem>
+#include <system_error>
 
 namespace kx3::platform {
 
@@ -26,14 +28,25 @@ std::string ownFolder() noexcept {
 /// Taken while the library is being loaded: its path may be relative to the directory of that moment.
 const std::string folderAtLoad = ownFolder();
 
+void *load(const std::string &fileName) {
+    const std::string beside = folderAtLoad + fileName;
+    if (void *handle = ::dlopen(beside.c_str(), RTLD_NOW | RTLD_LOCAL)) return handle;
+    const std::string besideTrouble = ::dlerror();
+    if (void *handle = ::dlopen(fileName.c_str(), RTLD_NOW | RTLD_LOCAL)) return handle;
+    const std::string trouble = ::dlerror();
+    if (std::error_code ignored; std::filesystem::exists(beside, ignored))
+        raise(ErrorNumber::loadLibrary, join(u"Error in loading DLL: ", fromUtf8(besideTrouble)));
+    // The system's search says that nothing has this name; any other trouble is a file that is no library.
+    const std::string nothing = std::generic_category().message(ENOENT);
+    if (trouble.starts_with(fileName + ':') && trouble.ends_with(nothing))
+        raise(ErrorNumber::fileNotFound, join(u"File not found: ", fromUtf8(fileName)));
+    raise(ErrorNumber::loadLibrary, join(u"Error in loading DLL: ", fromUtf8(trouble)));
+}
+
 } // namespace
 
 DynamicLibrary::DynamicLibrary(std::string_view name)
-    : fileName_(std::string("lib").append(name).append(".so")),
-      handle_(::dlopen((folderAtLoad + fileName_).c_str(), RTLD_NOW | RTLD_LOCAL)) {
-    if (handle_ == nullptr) handle_ = ::dlopen(fileName_.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (handle_ == nullptr) raise(ErrorNumber::fileNotFound, join(u"File not found: ", fromUtf8(fileName_)));
-}
+    : fileName_(std::string("lib").append(name).append(".so")), handle_(load(fileName_)) {}
 
 DynamicLibrary::~DynamicLibrary() { ::dlclose(handle_); }
 
