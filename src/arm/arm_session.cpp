@@ -18,7 +18,7 @@ constexpr Byte preparationRefused = 2;
 constexpr std::u16string_view algorithmFileError = u"Read algo file error!";
 constexpr std::u16string_view updateWarning = u"\nProgrammer soft need update now !!!\n\n";
 
-/// Progress is reset whatever way a session ends, also when its error path fails.
+/// Progress is reset also when a session's error path fails.
 class ProgressReset {
   public:
     explicit ProgressReset(sharemap &blocks) noexcept : blocks_(blocks) {}
@@ -43,13 +43,13 @@ ByteResult prepareDevice(SessionHost &host, PrepareCall call, Byte figmode) {
 } // namespace
 
 void ArmSession::run() {
-    const ProgressReset reset(driver_.blocks());
     start_ = driver_.context.clock.secondsSinceMidnight();
     failure_.clear();
     try {
         finish(perform());
     } catch (...) {
         failure_ = describeCurrentException().description;
+        const ProgressReset reset(driver_.blocks());
         finish(End::aborted);
     }
 }
@@ -136,6 +136,7 @@ void ArmSession::finish(End end) {
     }
     if (end == End::aborted) driver_.context.logLine(driver_.context.note(noteError));
     if (end != End::silent) driver_.context.logElapsed(start_);
+    driver_.setProgress(0);
 }
 
 ArmSession::End ArmSession::signalResult() {

@@ -103,6 +103,7 @@ void AutoSequence::appendStageError() const {
 }
 
 void AutoSequence::followStage(Long block) {
+    if (beforeProgramming()) driver_.setProgress(driver_.link.progress());
     if (driver_.link.inStage(Stage::verify)) {
         verifying_ = true;
         noteVerify(block);
@@ -139,11 +140,8 @@ void AutoSequence::noteVerifyVoltage(Double factor) {
 
 void AutoSequence::showProgress(Long block) {
     constexpr Long wholeRun = 100;
+    if (beforeProgramming()) return; // the stage has shown it
     const Byte reported = driver_.link.progress();
-    if (beforeProgramming()) {
-        driver_.setProgress(reported);
-        return;
-    }
     // A block counts once for programming and once for each of its verify passes.
     const bool twoPasses = margin() > 0;
     const Long shares = twoPasses ? 3 : 2;

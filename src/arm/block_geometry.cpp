@@ -22,7 +22,7 @@ BlockGeometry::BlockGeometry(BlockArrays &blocks, Long chunkBytes, EndRounding r
     const Long size = blocks.tlength(0);
     const Checked first = roundToLong(blocks.wltbigendbuf(0));
     const Checked last = lastAddress(size, rounding);
-    if (size < 1 || first > last || blockSize_ < 0) raise(ErrorNumber::subscript);
+    if (size < 1 || first > last || blockSize_ < 1) raise(ErrorNumber::subscript);
     lastBlock_ = ((last - first) / blockSize_).value();
     rest_ = ((last - first) % blockSize_).value();
 }
