@@ -163,7 +163,7 @@ Outcome World::play(const Scenario &scenario, std::vector<Planned> plan, std::si
     io.forgetPending();
     kx6sim_end_operation();
     outcome.signal = programmer().signal();
-    if (scenario.kind == Kind::arm) outcome.failure = apartment.sessionFailure();
+    if (scenario.kind == Kind::arm) outcome.failure = apartment.report().failure;
     outcome.log = readText(host.MainRtstr, 0);
     outcome.buffer = buffer();
     if (outcome.signal == kx3sim::Signal::pass || !outcome.trace.struck) outcome.chip = chipContents();

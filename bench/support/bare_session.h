@@ -95,7 +95,7 @@ class BareSession : public test::ApartmentOn<ImmediateProgrammer, ImmediateSessi
     /// session does not pass.
     void run(Byte number) {
         ApartmentOn::run(number);
-        const std::u16string failure = apartment.sessionFailure();
+        const std::u16string failure = apartment.report().failure;
         if (failure.empty() && host.prgresult(0) == 0 && sessionHost->differences == 0) return;
         std::cerr << "session failed: " << toUtf8(failure) << '\n';
         std::abort();

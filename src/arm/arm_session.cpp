@@ -1,6 +1,7 @@
 #include "arm/arm_session.h"
 
 #include "base/error.h"
+#include "context/session_report.h"
 #include "outside/clock.h"
 #include "outside/driver_table.h"
 #include "outside/programmer_io.h"
@@ -15,7 +16,6 @@ namespace {
 constexpr Byte startRefused = 1;
 constexpr Byte preparationRefused = 2;
 
-constexpr std::u16string_view algorithmFileError = u"Read algo file error!";
 constexpr std::u16string_view updateWarning = u"\nProgrammer soft need update now !!!\n\n";
 
 /// Progress is reset also when a session's error path fails.
@@ -44,11 +44,12 @@ ByteResult prepareDevice(SessionHost &host, PrepareCall call, Byte figmode) {
 
 void ArmSession::run() {
     start_ = driver_.context.clock.secondsSinceMidnight();
-    failure_.clear();
     try {
         finish(perform());
     } catch (...) {
-        failure_ = describeCurrentException().description;
+        SessionReport &report = driver_.context.report;
+        report.failure = describeCurrentException().description;
+        report.endWithError(report.failure);
         const ProgressReset reset(driver_.blocks());
         finish(End::aborted);
     }
@@ -59,6 +60,7 @@ ArmSession::End ArmSession::perform() {
     const std::optional<AlgorithmImage> image = loadAlgorithm(driver_.blocks(), driver_.profile);
     if (!image) {
         driver_.context.logLine(algorithmFileError);
+        driver_.context.report.endWithResult(ResultCode::algorithmFile);
         return End::timed;
     }
     return operate(*image);
@@ -67,17 +69,25 @@ ArmSession::End ArmSession::perform() {
 bool ArmSession::mayStart() {
     const sharemap &blocks = driver_.blocks();
     SessionHost &host = *driver_.context.sessionHost;
-    if (narrow<Byte>(host.StartCheck()) == startRefused) return false;
+    if (narrow<Byte>(host.StartCheck()) == startRefused) {
+        driver_.context.report.end(SessionOutcome::refused, refusedStart);
+        return false;
+    }
     if (blocks.figvol(1) == blocks.modeltype(2)) driver_.link.sendSignature();
     const ByteResult prepared = prepareDevice(host, driver_.profile.prepareCall, blocks.figmode(0));
-    return narrow<Byte>(prepared) != preparationRefused;
+    if (narrow<Byte>(prepared) != preparationRefused) return true;
+    driver_.context.report.end(SessionOutcome::refused, refusedDevice);
+    return false;
 }
 
 ArmSession::End ArmSession::operate(const AlgorithmImage &image) {
     SessionHost &host = *driver_.context.sessionHost;
     sharemap &blocks = driver_.blocks();
     host.AlgorithmLoaded(image.length);
-    if (!download(image)) return End::aborted;
+    if (!download(image)) {
+        driver_.context.report.end(SessionOutcome::error, u"The programmer did not take the algorithm image");
+        return End::aborted;
+    }
     if (!checkVersion()) return End::fatal;
     driver_.link.captureConfiguration();
     if (blocks.chipidtestmode(0) && ReadChipId(driver_) == IdCheck::aborted) {
@@ -131,6 +141,7 @@ Outcome ArmSession::dispatch() {
 void ArmSession::finish(End end) {
     if (end == End::result) end = signalResult();
     if (end == End::fatal) {
+        driver_.context.report.end(SessionOutcome::error, u"No status report came, or a transfer failed");
         driver_.context.sessionHost->EndOperation();
         end = End::aborted;
     }
@@ -142,6 +153,7 @@ void ArmSession::finish(End end) {
 ArmSession::End ArmSession::signalResult() {
     SessionHost &host = *driver_.context.sessionHost;
     host.EndOperation();
+    driver_.context.report.endWithResult(driver_.result());
     if (driver_.hasResult(ResultCode::passed))
         host.SignalPass(0);
     else

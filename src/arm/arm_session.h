@@ -4,7 +4,6 @@
 #include "arm/algorithm_file.h"
 #include "arm/arm_driver.h"
 
-#include <string>
 #include <vector>
 
 namespace kx3 {
@@ -18,12 +17,9 @@ class ArmSession {
     ArmSession(const ArmSession &) = delete;
     ArmSession &operator=(const ArmSession &) = delete;
 
-    /// Perform one complete session. An error inside it is kept in `failure` and ends the session on
+    /// Perform one complete session. An error inside it is kept in the report and ends the session on
     /// its orderly path; only an error inside that path is raised.
     void run();
-
-    /// Description of the error that ended the last session; empty when none did.
-    [[nodiscard]] const std::u16string &failure() const noexcept { return failure_; }
 
   private:
     /// Where the session goes on after its steps.
@@ -48,7 +44,6 @@ class ArmSession {
     float start_ = 0;
     // Kept between sessions, so that a transfer which ends late never writes into freed memory.
     std::vector<Byte> readBack_;
-    std::u16string failure_;
 };
 
 } // namespace kx3

@@ -95,11 +95,11 @@ bool AutoSequence::endedByEvent() {
 
 void AutoSequence::appendStageError() const {
     if (driver_.link.inStage(Stage::erase))
-        driver_.context.logLine(driver_.context.caption(eraseCaption), driver_.context.note(noteFailed));
+        driver_.context.logFinding(join(driver_.context.caption(eraseCaption), driver_.context.note(noteFailed)));
     else if (driver_.link.inStage(Stage::blankCheck))
-        driver_.context.logLine(driver_.link.compareErrorLine());
+        driver_.context.logFinding(driver_.link.compareErrorLine());
     else
-        driver_.context.logLine(driver_.link.programErrorLine());
+        driver_.context.logFinding(driver_.link.programErrorLine());
 }
 
 void AutoSequence::followStage(Long block) {

@@ -15,7 +15,7 @@ Outcome ProgramBlocks(ArmDriver &driver) {
         driver.link.clearReport(3);
         driver.link.run({driver.runCode(), block, geometry.isLast(block)});
         const RunEnd end = awaitBlockRun(
-            driver, [&] { driver.context.logLine(driver.link.programErrorLine()); },
+            driver, [&] { driver.context.logFinding(driver.link.programErrorLine()); },
             [&] {
                 const Checked done = Checked(wholeRun) * block + driver.link.progress();
                 driver.setProgress(done / (Checked(geometry.lastBlock()) + 1));

@@ -2,6 +2,7 @@
 #include "arm/block_geometry.h"
 #include "arm/block_run.h"
 #include "arm/verify_ranges.h"
+#include "context/session_report.h"
 #include "outside/session_host.h"
 
 namespace kx3 {
@@ -109,7 +110,10 @@ RunEnd BlockReader::receive(Long block) {
         if (askEachChunk) driver_.link.requestData(k);
         const Chunk chunk = geometry_.chunk(block, k, last);
         if (ReadBulkRetry(chunk) == Outcome::fatal) return RunEnd::fatal;
-        if (verify_ && !compare(chunk)) return RunEnd::ended;
+        if (verify_ && !compare(chunk)) {
+            driver_.context.report.differs = true;
+            return RunEnd::ended;
+        }
         showProgress(block, Checked(runShare) + k);
     }
     return RunEnd::complete;

@@ -1,4 +1,5 @@
 #include "arm/arm_driver.h"
+#include "context/session_report.h"
 #include "outside/session_host.h"
 #include "outside/ui.h"
 
@@ -23,7 +24,7 @@ Answer askUser(const ArmDriver &driver, const std::u16string &prompt) {
     switch (context.ui.messageBox(prompt, messageBoxAbortRetryIgnoreExclamation, title)) {
     case MessageBoxResult::retry: return Answer::retry;
     case MessageBoxResult::ignore: return Answer::goOn;
-    default: return Answer::aborted;
+    default: context.report.end(SessionOutcome::stopped, prompt); return Answer::aborted;
     }
 }
 
@@ -42,7 +43,8 @@ Answer readOnce(ArmDriver &driver) {
     do {
         if (!driver.link.poll()) return Answer::goOn;
         if (driver.link.hasEvent(Event::compareError)) {
-            driver.context.logLine(u">>", driver.context.text(textDeviceCodeError));
+            driver.context.logFinding(join(u">>", driver.context.text(textDeviceCodeError)));
+            driver.context.report.end(SessionOutcome::failed, {});
             return Answer::aborted;
         }
     } while (!driver.link.finished());

@@ -36,12 +36,12 @@ bool noteFirstStage(const ArmDriver &driver) {
 /// True when an event ends the run.
 bool endedByEvent(const ArmDriver &driver) {
     if (driver.link.hasEvent(Event::compareError)) {
-        driver.context.logLine(driver.link.compareErrorLine());
+        driver.context.logFinding(driver.link.compareErrorLine());
         driver.setResult(ResultCode::failed);
         return true;
     }
     if (driver.link.hasEvent(Event::idError)) {
-        driver.context.logLine(u">>ID Check Error!!!");
+        driver.context.logFinding(u">>ID Check Error!!!");
         driver.setResult(ResultCode::failed);
         return true;
     }

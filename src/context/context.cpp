@@ -1,6 +1,7 @@
 #include "context/context.h"
 
 #include "blocks/sharemap.h"
+#include "context/session_report.h"
 #include "outside/clock.h"
 
 namespace kx3 {
@@ -17,11 +18,21 @@ void Context::logElapsed(float start) const {
     logLine(u">> ", twoDecimals(elapsedSeconds(start, clock.secondsSinceMidnight())), u"Sec");
 }
 
+void Context::logFinding(std::u16string_view line) const {
+    logLine(line);
+    report.explanation = line;
+}
+
 void Context::replaceLogByExtraOutput() const {
     Array<String> &texts = blocks.MainRtstr;
     const std::u16string first = note(noteFirstHeading);
     const std::u16string second = note(noteSecondHeading);
-    storeText(texts, logText, join(first, u"\n", second, u"\n", readText(texts, extraOutput)));
+    const std::u16string found = readText(texts, extraOutput);
+    if (!found.empty()) {
+        report.differs = true;
+        report.explanation = found;
+    }
+    storeText(texts, logText, join(first, u"\n", second, u"\n", found));
     storeText(texts, extraOutput, {});
 }
 

@@ -12,6 +12,7 @@ class ProgrammerIo;
 class SessionHostSlot;
 class sharemap;
 class Ui;
+struct SessionReport;
 
 /// One host thread's shared blocks and outside components. All of it outlives the rooms.
 struct Context {
@@ -20,6 +21,7 @@ struct Context {
     SessionHostSlot &sessionHost;
     Ui &ui;
     Clock &clock;
+    SessionReport &report;
 
     /// text(id): the string table's text at `Language`(0) + `id`. Raises "resource not found" for a
     /// language the table does not have.
@@ -35,7 +37,10 @@ struct Context {
     template <class... Pieces> void logLine(const Pieces &...pieces) const { appendLog(join(pieces..., u"\n")); }
     /// Append the line of the time that has passed since `start`, a reading of the clock.
     void logElapsed(float start) const;
-    /// Replace the log by two headings and what comparisons have found; that is cleared.
+    /// Append a line about the device to the log; it explains how the session ends.
+    void logFinding(std::u16string_view line) const;
+    /// Replace the log by two headings and what comparisons have found; that is cleared. Anything found is a
+    /// difference for the session's report.
     void replaceLogByExtraOutput() const;
 };
 

@@ -37,7 +37,7 @@ class Apartment::Operation {
 
 Apartment::Apartment(Outside outside)
     : outside_(std::move(outside)),
-      sessionHost_(outside_.sessionHost), context_{blocks_, *outside_.io, sessionHost_, *outside_.ui, *outside_.clock} {
+      sessionHost_(outside_.sessionHost), context_{blocks_, *outside_.io, sessionHost_, *outside_.ui, *outside_.clock, report_} {
 }
 
 Apartment::~Apartment() = default;
@@ -47,15 +47,14 @@ usbmpu6prg &Apartment::sessionWindow() {
     return *sessionWindow_;
 }
 
-std::u16string Apartment::sessionFailure() const {
-    return lastArmSession_ == nullptr ? std::u16string() : lastArmSession_->failure();
+void Apartment::beginReport() {
+    if (!running_) report_ = {};
 }
 
 void Apartment::runArmSession(const ArmProfile &profile) {
     const Operation operation(*this);
     std::unique_ptr<ArmSession> &slot = armSessions_[&profile];
     if (!slot) slot = std::make_unique<ArmSession>(context_, profile);
-    lastArmSession_ = slot.get();
     slot->run();
 }
 

@@ -3,6 +3,7 @@
 
 #include "blocks/sharemap.h"
 #include "context/context.h"
+#include "context/session_report.h"
 #include "outside/clock.h"
 #include "outside/programmer_io.h"
 #include "outside/session_host.h"
@@ -40,8 +41,10 @@ class Apartment {
     /// The session window, for a host that shows it.
     [[nodiscard]] usbmpu6prg &sessionWindow();
 
-    /// Why the last ARM session ended on its error path; empty when it did not.
-    [[nodiscard]] std::u16string sessionFailure() const;
+    /// How the latest session ended.
+    [[nodiscard]] const SessionReport &report() const noexcept { return report_; }
+    /// Begin a new report, unless an operation is running.
+    void beginReport();
     /// Run one session of the driver module that `profile` describes; it is a row of the table.
     void runArmSession(const ArmProfile &profile);
     /// Run one session of the session window.
@@ -66,9 +69,9 @@ class Apartment {
     Outside outside_;
     sharemap blocks_;
     SessionHostSlot sessionHost_;
+    SessionReport report_;
     Context context_;
     std::map<const ArmProfile *, std::unique_ptr<ArmSession>> armSessions_;
-    const ArmSession *lastArmSession_ = nullptr;
     std::unique_ptr<usbmpu6prg> sessionWindow_;
     std::unique_ptr<Editors> editors_;
     int uses_ = 0;

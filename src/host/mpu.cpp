@@ -30,6 +30,7 @@ void clsMPU::freesharebuffermpu6() {
 }
 
 void clsMPU::runMpu6Prg(Boolean & /*usbenable*/) {
+    apartment_.beginReport();
     const sharemap &blocks = apartment_.blocks();
     const Integer modelType = blocks.modeltype(0);
     if (modelType < firstModelType) return;

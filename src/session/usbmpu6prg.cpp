@@ -2,6 +2,7 @@
 
 #include "base/checked.h"
 #include "blocks/sharemap.h"
+#include "context/session_report.h"
 #include "outside/clock.h"
 #include "outside/session_host.h"
 #include "outside/ui.h"
@@ -68,9 +69,21 @@ void usbmpu6prg::onClick(Control & /*stopButton*/) { setResult(ResultCode::stopp
 
 void usbmpu6prg::wmpu0() {
     const UnloadAtEnd unloadAtEnd(*this);
+    try {
+        runSession();
+    } catch (...) {
+        context_.report.endWithError(describeCurrentException().description);
+        throw;
+    }
+}
+
+void usbmpu6prg::runSession() {
     switch (prgpowerup()) {
-    case PowerUp::startRefused: context_.sessionHost->ReportStartFailure(); return;
-    case PowerUp::chipRefused: return;
+    case PowerUp::startRefused:
+        context_.report.end(SessionOutcome::refused, refusedStart);
+        context_.sessionHost->ReportStartFailure();
+        return;
+    case PowerUp::chipRefused: context_.report.end(SessionOutcome::refused, refusedDevice); return;
     case PowerUp::done: break;
     }
     if (identifierAllowsOperations()) runOperations();
@@ -102,7 +115,10 @@ void usbmpu6prg::connectPower() {
 
 bool usbmpu6prg::identifierAllowsOperations() {
     if (!context_.blocks.chipidtestmode(0)) return true;
-    return prgidtest() == IdTest::goOn && result() != ResultCode::stopped;
+    if (prgidtest() == IdTest::aborted) return false;
+    if (result() != ResultCode::stopped) return true;
+    context_.report.endWithResult(ResultCode::stopped);
+    return false;
 }
 
 usbmpu6prg::IdTest usbmpu6prg::prgidtest() {
@@ -117,7 +133,10 @@ usbmpu6prg::IdTest usbmpu6prg::prgidtest() {
         switch (askAboutIdentifier(identifier)) {
         case MessageBoxResult::retry: continue;
         case MessageBoxResult::ignore: return IdTest::goOn;
-        default: context_.sessionHost->EndOperation(); return IdTest::aborted;
+        default:
+            context_.report.end(SessionOutcome::stopped, identifier);
+            context_.sessionHost->EndOperation();
+            return IdTest::aborted;
         }
     }
 }
@@ -148,11 +167,13 @@ MessageBoxResult usbmpu6prg::askAboutIdentifier(std::u16string_view identifier) 
 void usbmpu6prg::runOperations() {
     const sharemap &blocks = context_.blocks;
     const float start = context_.clock.secondsSinceMidnight();
+    ranOperation_ = false;
     // The host may change its request while an operation runs: each step looks again.
     if (blocks.prgresult(1) == operationSequence && blocks.wautonum(0) == 0) prgstep(operationAutoProgram);
     if (blocks.prgresult(1) == operationSequence) runSequence(blocks.wautonum(0));
     if (const Byte operation = blocks.prgresult(1); operation > operationNone) prgstep(operation);
     context_.logElapsed(start);
+    if (ranOperation_) context_.report.endWithResult(result());
     signalOutcome();
 }
 
@@ -183,6 +204,7 @@ void usbmpu6prg::signalOutcome() {
 
 void usbmpu6prg::prgstep(Integer operation) {
     sharemap &blocks = context_.blocks;
+    ranOperation_ = true;
     setResult(ResultCode::passed);
     blocks.prgmode(1) = 0;
     clearLongLog();

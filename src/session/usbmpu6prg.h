@@ -30,6 +30,7 @@ class usbmpu6prg final : public Form {
     void onLoad() override;
     void onClick(Control &control) override;
 
+    void runSession();
     [[nodiscard]] PowerUp prgpowerup();
     void connectPower();
 
@@ -53,6 +54,7 @@ class usbmpu6prg final : public Form {
     void setResult(ResultCode code);
 
     Context &context_;
+    bool ranOperation_ = false; ///< in this session
 };
 
 } // namespace kx3

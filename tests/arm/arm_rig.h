@@ -53,7 +53,7 @@ class ArmRig : public Workplace, public TestApartment {
         EXPECT_EQ(failure(), error);
         EXPECT_EQ(host.prgmode(1), 0);
     }
-    [[nodiscard]] std::string failure() const { return toUtf8(apartment.sessionFailure()); }
+    [[nodiscard]] std::string failure() const { return toUtf8(apartment.report().failure); }
     /// What went on after the version query.
     [[nodiscard]] std::string operationTraffic() const {
         auto call = std::ranges::find(traffic, "34 1A 00 10 00/16");

@@ -67,7 +67,7 @@ const char *kx3_session_failure(void) {
     const char *text = "";
     (void)guarded([&] {
         ThreadState &state = threadState();
-        state.sessionFailure = toUtf8(state.apartment.sessionFailure());
+        state.sessionFailure = toUtf8(state.apartment.report().failure);
         text = state.sessionFailure.c_str();
     });
     return text;
