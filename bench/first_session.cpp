@@ -49,8 +49,7 @@ int main(int argc, char **argv) {
         std::fprintf(stderr, "first_session: %s\n", ::dlerror());
         return 1;
     }
-    kx3_session_host host{};
-    host.struct_size = sizeof host;
+    kx3_session_host host = kx3_session_host_init();
     host.StartCheck = startCheck;
     host.ReportStartFailure = reportStartFailure;
     CALL(kx3_set_session_host, &host);

@@ -49,7 +49,7 @@ SharedBlocks::SharedBlocks(std::optional<std::int16_t> instance, std::int32_t da
                                   KX3_ABI_VERSION),
                       "Install program and plug-in of one release.");
     for (std::int32_t i = 0; i < kx3_block_count(); ++i) {
-        kx3_block_info info{};
+        kx3_block_info info = kx3_block_info_init();
         if (kx3_block_describe(i, &info) != KX3_OK) throw pluginFailure("describing the shared blocks");
         create(info, dataBytes);
     }

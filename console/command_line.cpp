@@ -286,8 +286,9 @@ class Parser {
         options_.command = &command;
         refuseEmptyValues(chosen);
         if (mode_ && size_)
-            options_.plain = kx3_device{static_cast<std::int32_t>(*size_), static_cast<std::int16_t>(pins_),
-                                        static_cast<std::uint8_t>(*mode_), static_cast<std::uint8_t>(figvol_)};
+            options_.plain =
+                kx3_device{sizeof(kx3_device), static_cast<std::int32_t>(*size_), static_cast<std::int16_t>(pins_),
+                           static_cast<std::uint8_t>(*mode_), static_cast<std::uint8_t>(figvol_)};
         if (!format_.empty()) options_.format = requireFormat(format_);
         if (!base_.empty()) options_.base = requireAddress(base_);
         options_.language = requireLanguage(language_);

@@ -29,7 +29,8 @@ std::string plainCaption(const kx3_text &caption) {
 }
 
 Field fieldAt(const kx3_editor *editor, std::int32_t index) {
-    Field field{};
+    Field field;
+    static_cast<kx3_field_info &>(field) = kx3_field_info_init();
     require(kx3_editor_field(editor, index, &field));
     field.group = trimmed(shownText(field.frame));
     field.name = plainCaption(field.caption);
@@ -118,7 +119,7 @@ std::optional<Editor> describeEditor(const kx3_device &device, std::int32_t lang
     for (std::int32_t i = 0; i < kx3_editor_field_count(raw); ++i)
         editor.fields.push_back(fieldAt(raw, i));
     for (std::int32_t i = 0; i < kx3_editor_byte_count(raw); ++i)
-        require(kx3_editor_byte(raw, i, &editor.bytes.emplace_back()));
+        require(kx3_editor_byte(raw, i, &editor.bytes.emplace_back(kx3_config_byte_info_init())));
     if (const std::int32_t mirror = kx3_editor_mirror(raw); mirror >= 0) editor.mirror = mirror;
     return editor;
 }

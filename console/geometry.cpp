@@ -105,8 +105,7 @@ class Division {
 } // namespace
 
 std::optional<kx3_driver_info> driverOf(const Profile &profile) {
-    kx3_driver_info driver{};
-    driver.struct_size = sizeof driver;
+    kx3_driver_info driver = kx3_driver_info_init();
     const auto modelType = static_cast<std::int16_t>(profile.integer(ProfileKey::model_type));
     const auto selection = static_cast<std::uint8_t>(profile.integer(ProfileKey::selection));
     if (kx3_driver_describe(modelType, selection, &driver) != KX3_OK) return std::nullopt;

@@ -49,8 +49,7 @@ requires(!std::is_void_v<Result>) struct HostCalls::Callback<call, member> {
 
 HostCalls::HostCalls(Host &host, std::span<const std::uint8_t> report, Trace *trace)
     : host_(host), report_(report), trace_(trace) {
-    kx3_session_host callbacks{};
-    callbacks.struct_size = sizeof callbacks;
+    kx3_session_host callbacks = kx3_session_host_init();
     callbacks.context = this;
 #define KX3_OPERATION(name, ...) callbacks.name = Callback<HostCall::name, &Host::name>::run;
 #include "outside/session_host_operations.inc"

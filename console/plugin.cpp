@@ -53,8 +53,7 @@ void Plugin::Release::operator()(kx3_mpu *mpu) const noexcept {
 }
 
 Plugin::Plugin(const SharedBlocks &blocks, Callbacks callbacks) : callbacks_(std::move(callbacks)) {
-    kx3_ui ui{};
-    ui.struct_size = sizeof ui;
+    kx3_ui ui = kx3_ui_init();
     ui.context = this;
     ui.yield = [](void *context) {
         Plugin &plugin = *static_cast<Plugin *>(context);

@@ -166,7 +166,8 @@ toml::table parse(std::string_view text, const std::string &file) {
 bool Profile::isHostDriven() const { return !driverOf(*this); }
 
 kx3_device Profile::traits() const {
-    return {static_cast<std::int32_t>(integer(ProfileKey::size)), static_cast<std::int16_t>(integer(ProfileKey::pins)),
+    return {sizeof(kx3_device), static_cast<std::int32_t>(integer(ProfileKey::size)),
+            static_cast<std::int16_t>(integer(ProfileKey::pins)),
             static_cast<std::uint8_t>(integer(ProfileKey::family)),
             static_cast<std::uint8_t>(integer(ProfileKey::editor_option))};
 }

@@ -27,6 +27,8 @@ constexpr std::uint8_t finished = 100;
 constexpr std::uint8_t lastGoodReadState = 3;
 /// Yields after which the pages of the device buffer that comparisons have touched are given back.
 constexpr std::uint64_t releaseInterval = 16;
+/// The outcome's explanation of an algorithm image that is missing or refused; the image itself says more.
+constexpr std::string_view algorithmFileError = "Read algo file error!";
 
 kx3sim::Options simulatorOptions(const Options &options, const Profile &profile) {
     kx3sim::Options simulator;
@@ -141,7 +143,9 @@ void Programmer::collect() {
     // The plug-in takes the value back before it returns.
     if (seen.signalledPass) display_.progress(caption_, 100);
     display_.endProgress();
-    seen.sessionFailure = kx3_session_failure();
+    const char *explanation = nullptr;
+    if (kx3_session_outcome(&explanation) == KX3_ENDED_BY_ERROR && explanation != algorithmFileError)
+        seen.sessionFailure = explanation;
     showLog();
     seen.trouble = host_.trouble();
     seen.resultCode = result_[resultCode];

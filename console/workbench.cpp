@@ -71,13 +71,13 @@ class OpenForm {
     }
 
     [[nodiscard]] kx3_control_info at(std::int32_t control) const {
-        kx3_control_info info{};
+        kx3_control_info info = kx3_control_info_init();
         require(kx3_form_control(form_, control, &info), "looking at a field");
         return info;
     }
 
     [[nodiscard]] kx3_form_info form() const {
-        kx3_form_info info{};
+        kx3_form_info info = kx3_form_info_init();
         require(kx3_form_describe(form_, &info), "looking at the editor");
         return info;
     }

@@ -87,8 +87,8 @@ kx3_status showForm(void *context, kx3_form *form) {
         const auto value = input.number<std::int32_t>();
         const auto units = host.units();
         std::int32_t done = 0;
-        kx3_form_info info{};
-        kx3_control_info shown{};
+        kx3_form_info info = kx3_form_info_init();
+        kx3_control_info shown = kx3_control_info_init();
         kx3_text text{};
         switch (input.below(12)) {
         case 0: kx3_form_describe(form, &info); break;
@@ -116,8 +116,7 @@ void setUi(Host &host) {
 }
 
 void setSessionHost(Host &host) {
-    kx3_session_host session{};
-    session.struct_size = sizeof session;
+    kx3_session_host session = kx3_session_host_init();
     session.context = &host;
 #define KX3_OPERATION(name, result, parameters, arguments) session.name = operationLike(session.name);
 #include "outside/session_host_operations.inc"
@@ -179,25 +178,22 @@ void createOrOpen(Host &host) {
 
 void describeEditor(Host &host) {
     Input &input = host.input;
-    const kx3_device device{input.number<std::int32_t>(), input.number<std::int16_t>(), input.number(), input.number()};
+    const kx3_device device{sizeof(kx3_device), input.number<std::int32_t>(), input.number<std::int16_t>(),
+                            input.number(), input.number()};
     std::array<std::int32_t, 4> addresses{};
     std::array<std::uint8_t, 4> values{};
     std::size_t count = 0;
     (void)kx3_default_bytes(&device, addresses.data(), values.data(), device.prgmode % 5, &count);
     kx3_editor *editor = nullptr;
     if (kx3_editor_describe(&device, static_cast<std::int32_t>(3000 * input.below(14)), &editor) != KX3_OK) return;
-    kx3_field_info field{};
-    kx3_config_byte_info byte{};
-    kx3_config_byte_detail detail{sizeof detail, 0, 0, 0, 0};
+    kx3_field_info field = kx3_field_info_init();
+    kx3_config_byte_info byte = kx3_config_byte_info_init();
     kx3_text text{};
     for (std::int32_t i = -1; i <= kx3_editor_field_count(editor); ++i)
         if (kx3_editor_field(editor, i, &field) == KX3_OK)
             promise(kx3_editor_item(editor, i, field.items, &text) != KX3_OK, "no item behind the last");
-    for (std::int32_t i = -1; i <= kx3_editor_byte_count(editor); ++i) {
-        const kx3_status addressed = kx3_editor_byte(editor, i, &byte); // an address can be an Overflow
-        const kx3_status detailed = kx3_editor_byte_detail(editor, i, &detail);
-        promise(addressed != KX3_OK || detailed == KX3_OK, "a byte with an address has details");
-    }
+    for (std::int32_t i = -1; i <= kx3_editor_byte_count(editor); ++i)
+        (void)kx3_editor_byte(editor, i, &byte); // an address can be an Overflow
     (void)kx3_editor_name(editor);
     (void)kx3_editor_mirror(editor);
     kx3_editor_free(editor);
@@ -256,7 +252,9 @@ void callOnce(Host &host) {
     case 9: kx3_findnum(host.input.below(4) == 0 ? nullptr : &number); break;
     default: callObject(host); break;
     }
-    promise(kx3_last_error() != nullptr && kx3_session_failure() != nullptr, "texts are never missing");
+    const char *explanation = nullptr;
+    (void)kx3_session_outcome(&explanation);
+    promise(kx3_last_error() != nullptr && explanation != nullptr, "texts are never missing");
     --host.depth;
 }
 

@@ -121,14 +121,15 @@ class EditorPage {
     };
 
     [[nodiscard]] std::string bodyOf(std::uint8_t mode) const {
-        const kx3_device usualDevice{usualSize, usualPins, mode, 0};
+        const kx3_device usualDevice{sizeof(kx3_device), usualSize, usualPins, mode, 0};
         const std::vector<ReferenceRow> usual = rowsOf(usualDevice);
         std::string body = tableOf(usual);
         if (describeEditor(usualDevice, english)->mirror)
             body += "\nThe byte is also kept at `t`; opening the dialog copies it there.\n";
         for (const Variant &variant : variants) {
             if (variant.editor != name_ || (variant.mode != 0 && variant.mode != mode)) continue;
-            const auto rows = differing(rowsOf({variant.size, variant.pins, mode, variant.figvol}), usual);
+            const auto rows =
+                differing(rowsOf({sizeof(kx3_device), variant.size, variant.pins, mode, variant.figvol}), usual);
             if (!rows.empty()) body += fmt::format("\nOther rows with {}:\n\n{}", variant.condition, tableOf(rows));
         }
         return body;
@@ -156,7 +157,7 @@ std::vector<Page> referencePages() {
     std::vector<EditorPage> editors;
     for (int mode = 0; mode <= highestMode; ++mode) {
         const auto number = static_cast<std::uint8_t>(mode);
-        const auto editor = describeEditor({usualSize, usualPins, number, 0}, english);
+        const auto editor = describeEditor({sizeof(kx3_device), usualSize, usualPins, number, 0}, english);
         if (!editor) continue;
         auto page = std::find_if(editors.begin(), editors.end(),
                                  [&editor](const EditorPage &each) { return each.name() == editor->name; });

@@ -18,11 +18,10 @@ using kx3console::Field;
 class AddressNames {
   public:
     AddressNames(const Editor &editor, const kx3_device &device) : size_(device.tlength), mirror_(editor.mirror) {
-        kx3_config_byte_detail detail{};
-        detail.struct_size = sizeof detail;
-        if (kx3_editor_byte_detail(editor.owner.get(), 0, &detail) != KX3_OK)
+        kx3_config_byte_info first = kx3_config_byte_info_init();
+        if (kx3_editor_byte(editor.owner.get(), 0, &first) != KX3_OK)
             throw kx3console::Failure(kx3console::Exit::failed, kx3_last_error());
-        factor_ = detail.base == KX3_BASE_BUFFER_START ? 0 : detail.base == KX3_BASE_LENGTH ? 1 : 2;
+        factor_ = first.base == KX3_BASE_BUFFER_START ? 0 : first.base == KX3_BASE_LENGTH ? 1 : 2;
     }
 
     [[nodiscard]] std::string of(std::int32_t address) const {

@@ -38,19 +38,20 @@ class Text(ctypes.Structure):
 
 class FormInfo(ctypes.Structure):
     _fields_ = (
-        [("name", c_char_p), ("caption", Text), ("message", Text)]
+        [("struct_size", c_size_t), ("name", c_char_p), ("caption", Text), ("message", Text)]
         + [(name, c_int32) for name in ("loaded", "on_screen", "controls", "focus")]
-        + [("revision", c_uint64)]
+        + [("revision", c_uint64), ("structure_revision", c_uint64)]
     )
 
 
 class ControlInfo(ctypes.Structure):
     _fields_ = (
-        [("name", c_char_p)]
+        [("struct_size", c_size_t), ("name", c_char_p)]
         + [(name, c_int32) for name in ("index", "kind", "parent", "label", "columns")]
         + [("caption", Text), ("text", Text)]
         + [(name, c_int32) for name in ("items", "list_index", "checked", "enabled", "visible", "max_length")]
         + [(name, c_int32) for name in ("selection_start", "selection_length", "marked", "is_default", "is_cancel")]
+        + [("revision", c_uint64)]
     )
 
 
@@ -72,12 +73,12 @@ class Editor:
         self.plug_in, self.form, self.must = plug_in, form, must
 
     def describe(self):
-        info = FormInfo()
+        info = FormInfo(struct_size=ctypes.sizeof(FormInfo))
         self.must(self.plug_in.kx3_form_describe(self.form, byref(info)))
         return info
 
     def control(self, number):
-        info = ControlInfo()
+        info = ControlInfo(struct_size=ctypes.sizeof(ControlInfo))
         self.must(self.plug_in.kx3_form_control(self.form, number, byref(info)))
         return info
 

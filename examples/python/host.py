@@ -21,7 +21,8 @@ INSTANCE = 1
 SIZE = 0x4000  # bytes of the device
 BUFFER_EXTRA = 2200  # the device buffer's bytes behind the device's data
 OPERATIONS = {"program": 3, "verify": 5}
-RESULTS = ("passed", "failed", "stopped", "error", "algorithm file error")
+OUTCOMES = ("never ran", "passed", "failed", "stopped", "refused", "ended by an error")
+PASSED = 1
 
 OK, DEVICE_IO = 0, 57  # statuses of the plug-in's interface
 BUTTON_ABORT = 3
@@ -34,7 +35,7 @@ ARM_PRG_32F = 1  # driver module of the simulated device
 
 
 class BlockInfo(ctypes.Structure):
-    _fields_ = [("root", c_char_p), ("type", c_int32), ("count", c_int32), ("bytes", c_int32), ("numbered", c_int32)]
+    _fields_ = [("struct_size", c_size_t), ("root", c_char_p), ("type", c_int32), ("count", c_int32), ("bytes", c_int32), ("numbered", c_int32)]
 
 
 ELEMENT = (c_uint8, c_int16, c_int16, c_int32, c_double, c_uint32)  # by BlockInfo.type
@@ -86,7 +87,6 @@ def load_plug_in(folder):
     """The plug-in with its functions' argument types declared."""
     library = ctypes.CDLL(str(folder / "libkx3mpu6.so"))
     library.kx3_last_error.restype = c_char_p
-    library.kx3_session_failure.restype = c_char_p
     library.kx3_block_data.restype = c_void_p
     library.kx3_block_data.argtypes = [c_void_p]
     library.kx3_block_close.argtypes = [c_void_p]
@@ -145,7 +145,7 @@ class Blocks:
         self.arrays = {}
         self.handles = []
         for index in range(plug_in.kx3_block_count()):
-            info = BlockInfo()
+            info = BlockInfo(struct_size=ctypes.sizeof(BlockInfo))
             self.must(plug_in.kx3_block_describe(index, byref(info)))
             self.create(info)
 
@@ -196,7 +196,6 @@ class Host:
         self.programmer = programmer
         self.blocks = blocks
         self.differences = 0
-        self.signal = None
         nothing = self.guarded(lambda *arguments: None)
         # The plug-in copies the structures; Python must keep the callbacks in them alive.
         self.ui = Ui(
@@ -213,8 +212,8 @@ class Host:
             PollStatus=Poll(self.guarded(self.poll)),
             CompareByte=CompareByte(self.guarded(self.compare)),
             Delay=CallWithLong(nothing),
-            SignalPass=CallWithLong(self.guarded(lambda value: setattr(self, "signal", "pass"))),
-            SignalFail=CallWithLong(self.guarded(lambda value: setattr(self, "signal", "fail"))),
+            SignalPass=CallWithLong(nothing),
+            SignalFail=CallWithLong(nothing),
             EndOperation=Call(self.guarded(self.end)),
         )
         blocks.must(plug_in.kx3_set_ui(byref(self.ui)))
@@ -242,7 +241,7 @@ class Host:
         button[0] = BUTTON_ABORT if style == ABORT_RETRY_IGNORE else 1
 
     def start_check(self, result):
-        self.signal, self.differences = None, 0
+        self.differences = 0
         result[0] = self.programmer.kx6sim_start_check()
 
     def prepare(self, figmode, zero, result):
@@ -261,7 +260,7 @@ class Host:
 
     def compare(self, data, address, mode, result):
         self.differences += data != self.blocks["ibuffer"][address]
-        result[0] = 0  # go on; 1 would stop the verify
+        result[0] = 1 if self.differences else 0  # 1 stops the verify, which has failed
 
     def end(self):
         self.programmer.kx6sim_end_operation()
@@ -302,13 +301,12 @@ def run(plug_in, mpu, blocks, host, operation):
     unused = c_int16()
     blocks.must(plug_in.kx3_mpu_runMpu6Prg(mpu, byref(unused)))
     print(blocks.text("MainRtstr", 0), end="")
-    result = blocks["prgresult"][0]
-    failure = plug_in.kx3_session_failure().decode()
-    if failure:
-        print("because:", failure)
-    passed = result == 0 and host.signal == "pass" and host.differences == 0 and not failure
-    print(f"{operation}: {RESULTS[result] if result < len(RESULTS) else result}, {host.differences} bytes differ")
-    return passed
+    explanation = c_char_p()
+    outcome = plug_in.kx3_session_outcome(byref(explanation))
+    print(f"{operation}: {OUTCOMES[outcome]}, {host.differences} bytes differ")
+    if outcome != PASSED:
+        print("because:", explanation.value.decode())
+    return outcome == PASSED
 
 
 def chip_contents(programmer):

@@ -17,9 +17,14 @@ std::u16string_view standardDescription(ErrorNumber number) noexcept {
     case ErrorNumber::typeMismatch: return u"Type mismatch";
     case ErrorNumber::loadLibrary: return u"Error in loading DLL";
     case ErrorNumber::internal: return u"Internal error";
+    case ErrorNumber::badName: return u"Bad file name";
     case ErrorNumber::fileNotFound: return u"File not found";
     case ErrorNumber::deviceIo: return u"Device I/O error";
     case ErrorNumber::alreadyExists: return u"File already exists";
+    case ErrorNumber::noSpace: return u"Disk full";
+    case ErrorNumber::tooManyFiles: return u"Too many files";
+    case ErrorNumber::permissionDenied: return u"Permission denied";
+    case ErrorNumber::badNamespace: return u"KX3MPU6_NAMESPACE takes letters, digits, '-' and '_' only";
     case ErrorNumber::objectNotSet: return u"Object variable not set";
     case ErrorNumber::resourceNotFound: return u"Resource with identifier not found";
     case ErrorNumber::cannotCreateObject: return u"Component can't create object";

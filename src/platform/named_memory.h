@@ -14,6 +14,23 @@ inline constexpr std::size_t pageSize = 4096;
 /// 0 when none.
 using MappingHandle = std::intptr_t;
 
+/// Why a block could not be opened or created.
+enum class MappingError : std::uint8_t {
+    notFound,
+    exists,
+    badSize,
+    badName,
+    badNamespace, ///< the namespace that the environment asks for
+    tooManyFiles,
+    noSpace,
+    noMemory,
+    denied,
+    other,
+};
+
+/// Why the calling thread's latest open or create gave 0.
+[[nodiscard]] MappingError lastMappingError() noexcept;
+
 /// Open the existing block `name` for reading and writing; 0 when no live block of that name
 /// exists, or it belongs to another user or cannot be written.
 [[nodiscard]] MappingHandle openMapping(std::string_view name) noexcept;

@@ -7,7 +7,7 @@ namespace {
 
 /// A device of 0x8000 bytes, loaded from 0x100 on, whose fuses have names.
 Profile device(std::int64_t bytesPerAddress) {
-    Profile profile = plainDevice({0x8000, 0, 55, 0});
+    Profile profile = plainDevice({sizeof(kx3_device), 0x8000, 0, 55, 0});
     profile.value(ProfileKey::load_base) = std::int64_t{0x100};
     profile.value(ProfileKey::bytes_per_address) = bytesPerAddress;
     return profile;

@@ -29,13 +29,13 @@ class OpenForm {
     OpenForm(const Case &c, kx3_form *form) : case_(c), form_(form) {}
 
     [[nodiscard]] kx3_form_info info() const {
-        kx3_form_info shown{};
+        kx3_form_info shown = kx3_form_info_init();
         EXPECT_EQ(kx3_form_describe(form_, &shown), KX3_OK);
         return shown;
     }
     [[nodiscard]] bool isAccepted() const { return kx3_form_accepted(form_) != 0; }
     [[nodiscard]] kx3_control_info control(const std::string &name) const {
-        kx3_control_info shown{};
+        kx3_control_info shown = kx3_control_info_init();
         EXPECT_EQ(kx3_form_control(form_, find(name), &shown), KX3_OK) << name;
         return shown;
     }
@@ -82,7 +82,7 @@ class OpenForm {
     }
     void end(const std::string &how) {
         for (std::int32_t i = 0; i < info().controls; ++i) {
-            kx3_control_info button{};
+            kx3_control_info button = kx3_control_info_init();
             kx3_form_control(form_, i, &button);
             if (how == "ok" ? button.is_default : how == "cancel" && button.is_cancel)
                 kx3_form_click(form_, i, nullptr);
@@ -102,7 +102,7 @@ class OpenForm {
     }
     [[nodiscard]] std::int32_t findFrame(const std::string &caption) const {
         for (std::int32_t i = 0; i < info().controls; ++i) {
-            kx3_control_info frame{};
+            kx3_control_info frame = kx3_control_info_init();
             kx3_form_control(form_, i, &frame);
             if (frame.kind == KX3_FRAME && text(frame.caption) == caption) return i;
         }

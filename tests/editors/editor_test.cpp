@@ -213,8 +213,10 @@ TEST_F(EditorTest, AnUnknownLanguageChangesNothing) {
 
 TEST_F(EditorTest, AnErrorOfOkClosesTheEditorAndIsRaised) {
     device(13);
+    EXPECT_EQ(openError([&](Person &) { plugin.mpu.freesharebuffermpu6(); }), ErrorNumber::invalidCall)
+        << "an open dialog holds the blocks";
     EXPECT_EQ(openError([&](Person &person) {
-                  plugin.mpu.freesharebuffermpu6();
+                  plugin.apartment.blocks().UnmapDeviceBuffer();
                   EXPECT_FALSE(person.form.click(*person.form.defaultButton()));
                   EXPECT_FALSE(person.form.loaded());
               }),

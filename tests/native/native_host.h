@@ -42,7 +42,7 @@ class NativeHost {
     /// Create all blocks and attach an entry object to them.
     void attach(std::int32_t bufferLength) {
         for (std::int32_t i = 0; i < kx3_block_count(); ++i) {
-            kx3_block_info info{};
+            kx3_block_info info = kx3_block_info_init();
             ASSERT_EQ(kx3_block_describe(i, &info), KX3_OK);
             const std::string name = std::string("tamsel") + info.root + (info.numbered != 0 ? "1" : "");
             const std::int32_t bytes = info.bytes != 0 ? info.bytes : bufferLength + 2200;
@@ -59,8 +59,7 @@ class NativeHost {
 
     /// Have forms and message boxes shown by the two members below.
     void setUi() {
-        kx3_ui ui{};
-        ui.struct_size = sizeof ui;
+        kx3_ui ui = kx3_ui_init();
         ui.context = this;
         ui.show_form = [](void *context, kx3_form *form) -> kx3_status {
             return static_cast<NativeHost *>(context)->onForm(form), KX3_OK;

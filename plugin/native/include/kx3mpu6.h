@@ -11,16 +11,18 @@
  * and so on); kx3_last_error gives its description. No C++ exception crosses this interface. A
  * callback must not throw or longjmp either; it reports failure by its status.
  *
- * Structures that the host fills begin with `struct_size` = sizeof the structure, so that later
- * versions can append members; members that a host leaves out count as NULL. Where a structure that
- * the library fills has a `struct_size`, the host sets it before the call, and the library fills no
- * more than that.
+ * Structures begin with `struct_size` = sizeof the structure as its user knows it, so that later
+ * versions can append members. Whoever passes one to the library sets it, best by the structure's
+ * initialiser, `kx3_form_info info = kx3_form_info_init();`. Members that a host leaves out count as
+ * 0; the library fills no more of a structure than its user knows. A `struct_size` that is not set is
+ * KX3_INVALID_CALL. Only kx3_text, a pair of pointer and length, stays as it is.
  */
 #ifndef KX3MPU6_H
 #define KX3MPU6_H
 
 #include <stddef.h>
 #include <stdint.h>
+#include <string.h>
 
 #ifdef __cplusplus
 extern "C" {
@@ -31,6 +33,15 @@ extern "C" {
 #else
 #define KX3_API
 #endif
+
+/* Defines TYPE_init(), which gives a structure of zeros with its struct_size. */
+#define KX3_INITIALISER(type)                                                                                          \
+    static inline type type##_init(void) {                                                                             \
+        type made;                                                                                                     \
+        memset(&made, 0, sizeof made);                                                                                 \
+        made.struct_size = sizeof made;                                                                                \
+        return made;                                                                                                   \
+    }
 
 /* Version of this interface: raised only when something is taken away or changes its meaning. */
 #define KX3_ABI_VERSION 1
@@ -48,9 +59,14 @@ enum {
     KX3_TYPE_MISMATCH = 13,
     KX3_LOAD_LIBRARY = 48,
     KX3_INTERNAL = 51,
+    KX3_BAD_NAME = 52,
     KX3_FILE_NOT_FOUND = 53,
     KX3_DEVICE_IO = 57,
     KX3_ALREADY_EXISTS = 58,
+    KX3_NO_SPACE = 61,
+    KX3_TOO_MANY_FILES = 67,
+    KX3_PERMISSION_DENIED = 70,
+    KX3_BAD_NAMESPACE = 76,
     KX3_OBJECT_NOT_SET = 91,
     KX3_RESOURCE_NOT_FOUND = 326,
     KX3_CANNOT_CREATE_OBJECT = 429,
@@ -97,12 +113,14 @@ enum {
 
 /* One block of the table that host and plug-in agree on. */
 typedef struct kx3_block_info {
+    size_t struct_size;
     const char *root; /* the block's name is "tamsel", root, instance number */
     int32_t type;     /* KX3_BYTE ... KX3_STRING */
     int32_t count;    /* elements; 0 for "ibuffer", which has buflength(0) + 2200 */
     int32_t bytes;    /* size to create it with; 0 for "ibuffer": as many as elements */
     int32_t numbered; /* 1: the name ends with the instance number; 0: it does not */
 } kx3_block_info;
+KX3_INITIALISER(kx3_block_info)
 
 /* Number of blocks. */
 KX3_API int32_t kx3_block_count(void);
@@ -111,11 +129,13 @@ KX3_API kx3_status kx3_block_describe(int32_t index, kx3_block_info *info);
 
 typedef struct kx3_block kx3_block;
 
-/* Create block `name` with `bytes` (at least 1, rounded up to pages of 4096), zeroed, and map it.
- * KX3_ALREADY_EXISTS when a living host holds a block of that name; KX3_OUT_OF_MEMORY when it
- * cannot be created for another reason (another user's block, no shared memory left). */
+/* Create block `name` (letters, digits, '-', '_') with `bytes` (at least 1, rounded up to pages of 4096),
+ * zeroed, and map it. KX3_ALREADY_EXISTS when a living host holds a block of that name; KX3_BAD_NAME,
+ * KX3_BAD_NAMESPACE (the value of KX3MPU6_NAMESPACE), KX3_NO_SPACE (shared memory is full),
+ * KX3_TOO_MANY_FILES, KX3_PERMISSION_DENIED (a file of another user's stands in its place), KX3_INVALID_CALL
+ * for a size below 1, KX3_DEVICE_IO for anything else. */
 KX3_API kx3_status kx3_block_create(const char *name, int32_t bytes, kx3_block **block);
-/* Open and map an existing block. KX3_FILE_NOT_FOUND when there is none. */
+/* Open and map an existing block. KX3_FILE_NOT_FOUND when there is none; else as kx3_block_create. */
 KX3_API kx3_status kx3_block_open(const char *name, kx3_block **block);
 /* First byte of the block's view, and the view's size in bytes. */
 KX3_API void *kx3_block_data(const kx3_block *block);
@@ -152,6 +172,7 @@ typedef struct kx3_ui {
      * KX3_NOT_AVAILABLE. */
     kx3_status (*show_form)(void *context, kx3_form *form);
 } kx3_ui;
+KX3_INITIALISER(kx3_ui)
 
 /* Use these callbacks on the calling thread; the structure is copied. NULL takes them away. */
 KX3_API kx3_status kx3_set_ui(const kx3_ui *ui);
@@ -178,6 +199,7 @@ typedef struct kx3_session_host {
     kx3_status (*CompareByte)(void *context, uint8_t data, int32_t address, int32_t mode, int32_t *result);
     kx3_status (*AlgorithmLoaded)(void *context, int32_t length);
 } kx3_session_host;
+KX3_INITIALISER(kx3_session_host)
 
 /* Use this session host on the calling thread; the structure is copied. An operation whose member
  * is NULL fails with KX3_MEMBER_NOT_FOUND. NULL takes the session host away. */
@@ -187,6 +209,7 @@ KX3_API kx3_status kx3_set_session_host(const kx3_session_host *host);
 enum { KX3_USBCOMWRITE = 1, KX3_USBBULKWRITE = 2, KX3_USBBULKREAD = 3, KX3_DATSTR = 4 };
 
 typedef struct kx3_io_call {
+    size_t struct_size;
     int32_t function;    /* KX3_USBCOMWRITE ... KX3_DATSTR */
     const uint8_t *data; /* packet or data written; destination of a read; NULL for datstr */
     int32_t count;       /* bytes; for datstr the value */
@@ -231,15 +254,29 @@ typedef struct kx3_driver_info {
     int32_t large_device;            /* a verify, and some programming, of a device with more addresses than this ... */
     int32_t end_rounding;            /* ... ends at a multiple of so many */
 } kx3_driver_info;
+KX3_INITIALISER(kx3_driver_info)
 
 /* The driver of a device with these elements 0 of `modeltype` and `selmode`. KX3_NOT_AVAILABLE for a device
  * that no ARM driver serves. */
 KX3_API kx3_status kx3_driver_describe(int16_t model_type, uint8_t selection, kx3_driver_info *info);
 
-/* Why the thread's last ARM session ended on its error path, UTF-8: the description of the error that
- * the log shows only as the host's prepared text. "" when it did not. Valid until the thread's next
- * call of this function. */
-KX3_API const char *kx3_session_failure(void);
+/* How a session ended. */
+enum {
+    KX3_NEVER_RAN = 0,     /* no session yet, a model type below 40, or no operation in the session */
+    KX3_PASSED = 1,        /* the operation passed, and no comparison of a verify found a difference */
+    KX3_FAILED = 2,        /* the device or a comparison says no: a compare call answered 1, or the session host
+                              left text in `MainRtstr`(1) */
+    KX3_STOPPED = 3,       /* by the user, in the run or at the question about the chip's identifier */
+    KX3_REFUSED = 4,       /* the session host refused the start, or the device */
+    KX3_ENDED_BY_ERROR = 5 /* something went wrong: algorithm file, transfer, status report, a failing callback */
+};
+
+/* Did it pass? Gives how the thread's latest kx3_mpu_runMpu6Prg ended, also when the call itself failed.
+ * `explanation` (which may be NULL) gets what explains it, UTF-8, in one or more lines: the programmer's error
+ * line, what the session host found, or an error's description; "" for a pass. It is valid until the thread's
+ * next call of this function. `prgresult`(0) alone does not tell: it stays 0 when the algorithm file is missing,
+ * when a transfer fails and when a verify finds differences. */
+KX3_API int32_t kx3_session_outcome(const char **explanation);
 /* Show device note `no`, whose bit 7 is cleared first. */
 KX3_API kx3_status kx3_mpu_mpu6warn(kx3_mpu *mpu, uint8_t *no);
 /* Open the configuration editor of the selected device; returns when it is closed. */
@@ -266,17 +303,21 @@ typedef struct kx3_text {
 } kx3_text;
 
 typedef struct kx3_form_info {
+    size_t struct_size;
     const char *name; /* "edit_figmpu65" */
     kx3_text caption;
-    kx3_text message;  /* why the last OK was refused, in one line; empty when it was not */
-    int32_t loaded;    /* 0: the form has closed itself, show_form returns */
-    int32_t on_screen; /* 1: opens centred on the screen, 0: on its owner */
-    int32_t controls;  /* number of controls */
-    int32_t focus;     /* control with the focus, -1 for none */
-    uint64_t revision; /* counts every change; refresh when it differs */
+    kx3_text message;            /* why the last OK was refused, in one line; empty when it was not */
+    int32_t loaded;              /* 0: the form has closed itself, show_form returns */
+    int32_t on_screen;           /* 1: opens centred on the screen, 0: on its owner */
+    int32_t controls;            /* number of controls */
+    int32_t focus;               /* control with the focus, -1 for none */
+    uint64_t revision;           /* counts every change; refresh when it differs */
+    uint64_t structure_revision; /* the one that last changed captions, lists, places or the message */
 } kx3_form_info;
+KX3_INITIALISER(kx3_form_info)
 
 typedef struct kx3_control_info {
+    size_t struct_size;
     const char *name; /* "Combo1" */
     int32_t index;    /* element of the control array `name`, -1 when it is none */
     int32_t kind;     /* KX3_FRAME ... KX3_COMMAND_BUTTON */
@@ -296,18 +337,15 @@ typedef struct kx3_control_info {
     int32_t marked;     /* its entry was refused */
     int32_t is_default; /* pressed by Enter */
     int32_t is_cancel;  /* pressed by Escape */
+    uint64_t revision;  /* the form's that last changed the control or a frame around it */
 } kx3_control_info;
+KX3_INITIALISER(kx3_control_info)
 
 KX3_API kx3_status kx3_form_describe(const kx3_form *form, kx3_form_info *info);
 /* Whether the form is still open; 0 also for a handle that is not good any more. */
 KX3_API int32_t kx3_form_loaded(const kx3_form *form);
 /* Whether its default button (OK) has closed the form; 0 also for a handle that is not good any more. */
 KX3_API int32_t kx3_form_accepted(const kx3_form *form);
-/* What to show anew, for a program that draws the form: the revision that last changed its structure
- * (captions, lists, places or the message), and the one that last changed a control or a frame around
- * it. A program that has shown an older revision asks again. */
-KX3_API kx3_status kx3_form_structure_revision(const kx3_form *form, uint64_t *revision);
-KX3_API kx3_status kx3_form_control_revision(const kx3_form *form, int32_t control, uint64_t *revision);
 KX3_API kx3_status kx3_form_control(const kx3_form *form, int32_t control, kx3_control_info *info);
 /* Entry `item` of a combo box's list. */
 KX3_API kx3_status kx3_form_item(const kx3_form *form, int32_t control, int32_t item, kx3_text *text);
@@ -326,6 +364,7 @@ enum { KX3_PART_WHOLE = 0, KX3_PART_LABEL = 1, KX3_PART_FIELD = 2 };
 enum { KX3_BUTTON_ROW = -1 };
 
 typedef struct kx3_placement {
+    size_t struct_size;
     int32_t shown;            /* 0: the control is hidden, and the rest means nothing */
     int32_t column;           /* 0 or 1 inside `parent`, or KX3_BUTTON_ROW */
     int32_t block;            /* counts the form's blocks; rows with the same number share a grid */
@@ -338,6 +377,7 @@ typedef struct kx3_placement {
                                  access key: "&" in front of it, "&&" for each "&" */
     kx3_text accessible_name; /* for a screen reader, with the captions of the frames around the control */
 } kx3_placement;
+KX3_INITIALISER(kx3_placement)
 
 KX3_API kx3_status kx3_form_place(const kx3_form *form, int32_t control, kx3_placement *placement);
 
@@ -366,11 +406,13 @@ KX3_API kx3_status kx3_form_close(kx3_form *form, int32_t *done);
 
 /* Element 0 of the blocks that an editor depends on. */
 typedef struct kx3_device {
+    size_t struct_size;
     int32_t tlength;
     int16_t chippin;
     uint8_t prgmode;
     uint8_t figvol;
 } kx3_device;
+KX3_INITIALISER(kx3_device)
 
 /* How a wrong value can lock the user out of the device. */
 enum {
@@ -394,6 +436,7 @@ enum {
 };
 
 typedef struct kx3_field_info {
+    size_t struct_size;
     kx3_text frame;      /* caption of the frame around the field */
     kx3_text caption;    /* of the row */
     const char *control; /* name and index of the control in the form; index -1: no array element */
@@ -410,13 +453,24 @@ typedef struct kx3_field_info {
     int32_t read_only;
     int32_t items; /* entries of a list */
 } kx3_field_info;
+KX3_INITIALISER(kx3_field_info)
+
+/* What the offsets of an editor's bytes count from: `tlength`(0), twice that (an image counted in words), or
+ * the start of `ibuffer`. */
+enum { KX3_BASE_LENGTH = 0, KX3_BASE_TWICE_LENGTH = 1, KX3_BASE_BUFFER_START = 2 };
 
 typedef struct kx3_config_byte_info {
+    size_t struct_size;
     int32_t address;     /* in `ibuffer` */
     int32_t written;     /* 0: the editor only shows it */
     int32_t fixed_mask;  /* bits that OK forces, whatever the fields say */
     int32_t fixed_value; /* their values */
+    int32_t base;        /* what `offset` counts from: KX3_BASE_LENGTH ... KX3_BASE_BUFFER_START */
+    int32_t offset;      /* of the byte from there */
+    int32_t field_mask;  /* bits that fields hold, shown or hidden */
+    int32_t kept_mask;   /* bits that OK leaves as they are, whatever a person enters */
 } kx3_config_byte_info;
+KX3_INITIALISER(kx3_config_byte_info)
 
 typedef struct kx3_editor kx3_editor;
 
@@ -435,22 +489,6 @@ KX3_API kx3_status kx3_editor_byte(const kx3_editor *editor, int32_t byte, kx3_c
 /* Texts of the layout are good until here. NULL is ignored. */
 KX3_API void kx3_editor_free(kx3_editor *editor);
 
-/* What the offsets of an editor's bytes count from: `tlength`(0), twice that (an image counted in words), or
- * the start of `ibuffer`. */
-enum { KX3_BASE_LENGTH = 0, KX3_BASE_TWICE_LENGTH = 1, KX3_BASE_BUFFER_START = 2 };
-
-/* More about a configuration byte. */
-typedef struct kx3_config_byte_detail {
-    size_t struct_size;
-    int32_t base;       /* KX3_BASE_LENGTH ... KX3_BASE_BUFFER_START */
-    int32_t offset;     /* of the byte from there */
-    int32_t field_mask; /* bits that fields hold, shown or hidden */
-    int32_t kept_mask;  /* bits that OK leaves as they are, whatever a person enters */
-} kx3_config_byte_detail;
-
-/* KX3_INVALID_CALL when `struct_size` is not set. */
-KX3_API kx3_status kx3_editor_byte_detail(const kx3_editor *editor, int32_t byte, kx3_config_byte_detail *detail);
-
 /* The bytes that kx3_mpu_sinitmpu6 writes for `device`, by ascending address in `ibuffer`: put at most `capacity`
  * addresses and values into the two arrays (which may be NULL when capacity is 0) and set `count` to the number of
  * bytes, 0 for a mode without defaults. KX3_OVERFLOW for addresses that do not fit. */
@@ -464,6 +502,7 @@ typedef struct kx3_language_info {
     const char *name; /* "en", "zh-cn" ... */
     int32_t block;    /* the value of `Language`(0) */
 } kx3_language_info;
+KX3_INITIALISER(kx3_language_info)
 
 KX3_API int32_t kx3_language_count(void);
 /* Language `index` (0 to kx3_language_count() - 1). KX3_SUBSCRIPT outside, KX3_INVALID_CALL when `struct_size` is

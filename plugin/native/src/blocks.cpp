@@ -38,20 +38,31 @@ const BlockRow &rowAt(std::int32_t index) {
     return index == tableSize ? deviceBufferRow : deviceBuffer66Row;
 }
 
-void handOut(std::unique_ptr<kx3_block> block, ErrorNumber ifNone, const char *name, kx3_block *&out) {
-    if (block->mapping == 0) raise(ifNone, join(standardDescription(ifNone), u": shared block ", fromUtf8(name)));
+ErrorNumber numberOf(platform::MappingError error) {
+    switch (error) {
+    case platform::MappingError::notFound: return ErrorNumber::fileNotFound;
+    case platform::MappingError::exists: return ErrorNumber::alreadyExists;
+    case platform::MappingError::badSize: return ErrorNumber::invalidCall;
+    case platform::MappingError::badName: return ErrorNumber::badName;
+    case platform::MappingError::badNamespace: return ErrorNumber::badNamespace;
+    case platform::MappingError::tooManyFiles: return ErrorNumber::tooManyFiles;
+    case platform::MappingError::noSpace: return ErrorNumber::noSpace;
+    case platform::MappingError::noMemory: return ErrorNumber::outOfMemory;
+    case platform::MappingError::denied: return ErrorNumber::permissionDenied;
+    case platform::MappingError::other: break;
+    }
+    return ErrorNumber::deviceIo;
+}
+
+void handOut(std::unique_ptr<kx3_block> block, const char *name, kx3_block *&out) {
+    if (block->mapping == 0) {
+        const ErrorNumber number = numberOf(platform::lastMappingError());
+        raise(number, join(standardDescription(number), u": shared block ", fromUtf8(name)));
+    }
     block->view = platform::mapView(block->mapping);
     if (block->view == nullptr)
         raise(ErrorNumber::outOfMemory, join(u"Out of memory: shared block ", fromUtf8(name), u" cannot be mapped"));
     out = block.release();
-}
-
-/// Why an exclusive create failed.
-ErrorNumber reasonNotCreated(const char *name) {
-    const platform::MappingHandle existing = platform::openMapping(name);
-    if (existing == 0) return ErrorNumber::outOfMemory;
-    platform::closeMapping(existing);
-    return ErrorNumber::alreadyExists;
 }
 
 } // namespace
@@ -81,8 +92,15 @@ int32_t kx3_block_count(void) { return tableSize + 2; }
 kx3_status kx3_block_describe(int32_t index, kx3_block_info *info) {
     return guarded([&] {
         const BlockRow &row = rowAt(index);
-        required(info, u"info") = {row.root.data(), static_cast<int32_t>(row.type), row.count, row.bytes,
-                                   index < tableSize ? 1 : 0};
+        native::fill(info, u"info",
+                     kx3_block_info{
+                         .struct_size = {},
+                         .root = row.root.data(),
+                         .type = static_cast<int32_t>(row.type),
+                         .count = row.count,
+                         .bytes = row.bytes,
+                         .numbered = index < tableSize ? 1 : 0,
+                     });
     });
 }
 
@@ -93,8 +111,7 @@ kx3_status kx3_block_create(const char *name, int32_t bytes, kx3_block **block) 
         (void)required(name, u"name");
         auto made = std::make_unique<kx3_block>();
         made->mapping = platform::createMappingExclusively(name, bytes);
-        const ErrorNumber reason = made->mapping == 0 ? reasonNotCreated(name) : ErrorNumber::outOfMemory;
-        handOut(std::move(made), reason, name, out);
+        handOut(std::move(made), name, out);
     });
 }
 
@@ -104,7 +121,7 @@ kx3_status kx3_block_open(const char *name, kx3_block **block) {
         out = nullptr;
         auto opened = std::make_unique<kx3_block>();
         opened->mapping = platform::openMapping(&required(name, u"name"));
-        handOut(std::move(opened), ErrorNumber::fileNotFound, name, out);
+        handOut(std::move(opened), name, out);
     });
 }
 

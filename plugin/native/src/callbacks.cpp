@@ -105,21 +105,21 @@ class ObservedProgrammer final : public ProgrammerIo {
 
     Integer usbcomwrite(Byte *packet, Long count) override {
         const Integer status = libraries_.usbcomwrite(packet, count);
-        report({KX3_USBCOMWRITE, packet, count, status});
+        report({sizeof(kx3_io_call), KX3_USBCOMWRITE, packet, count, status});
         return status;
     }
     Integer usbbulkwrite(Byte *data, Long count) override {
         const Integer status = libraries_.usbbulkwrite(data, count);
-        report({KX3_USBBULKWRITE, data, count, status});
+        report({sizeof(kx3_io_call), KX3_USBBULKWRITE, data, count, status});
         return status;
     }
     void usbbulkread(Byte *destination, Long count, Byte *state) override {
         libraries_.usbbulkread(destination, count, state);
-        report({KX3_USBBULKREAD, destination, count, *state});
+        report({sizeof(kx3_io_call), KX3_USBBULKREAD, destination, count, *state});
     }
     std::u16string datstr(Long value, Long digits) override {
         std::u16string text = libraries_.datstr(value, digits);
-        report({KX3_DATSTR, nullptr, value, digits});
+        report({sizeof(kx3_io_call), KX3_DATSTR, nullptr, value, digits});
         return text;
     }
 

@@ -7,6 +7,7 @@
 #include "texts/string_table.h"
 
 using namespace kx3;
+using native::copyOf;
 using native::fill;
 using native::guarded;
 using native::required;
@@ -42,6 +43,7 @@ template <class Elements> const auto &elementAt(const Elements &elements, std::i
 
 kx3_field_info infoOf(const kx3_editor &editor, const Field &field, const std::string &control) {
     kx3_field_info info{
+        .struct_size = {},
         .frame = textOf(editor.layout.frames.at(field.frame).caption),
         .caption = textOf(field.caption),
         .control = control.c_str(),
@@ -72,7 +74,7 @@ kx3_status kx3_editor_describe(const kx3_device *device, int32_t language, kx3_e
     return guarded([&] {
         kx3_editor *&out = required(editor, u"editor");
         out = nullptr;
-        const kx3_device &given = required(device, u"device");
+        const kx3_device given = copyOf(device, u"device");
         const StateWords words{stringTableText(language, textEnable), stringTableText(language, textDisable)};
         std::optional<EditorLayout> layout =
             editorLayout({given.prgmode, given.tlength, given.chippin, given.figvol}, words);
@@ -94,8 +96,7 @@ int32_t kx3_editor_field_count(const kx3_editor *editor) {
 kx3_status kx3_editor_field(const kx3_editor *editor, int32_t field, kx3_field_info *info) {
     return guarded([&] {
         const kx3_editor &given = required(editor, u"editor");
-        required(info, u"info") =
-            infoOf(given, elementAt(given.layout.fields, field), elementAt(given.controls, field));
+        fill(info, u"info", infoOf(given, elementAt(given.layout.fields, field), elementAt(given.controls, field)));
     });
 }
 
@@ -115,21 +116,16 @@ kx3_status kx3_editor_byte(const kx3_editor *editor, int32_t byte, kx3_config_by
     return guarded([&] {
         const kx3_editor &given = required(editor, u"editor");
         const ConfigByte &found = elementAt(given.layout.bytes, byte);
-        required(info, u"info") = {given.address(found.offset), found.written ? 1 : 0, found.fixedMask,
-                                   found.fixedValue};
-    });
-}
-
-kx3_status kx3_editor_byte_detail(const kx3_editor *editor, int32_t byte, kx3_config_byte_detail *detail) {
-    return guarded([&] {
-        const EditorLayout &layout = required(editor, u"editor").layout;
-        const ConfigByte &found = elementAt(layout.bytes, byte);
-        fill(detail, u"detail",
-             {.struct_size = 0,
-              .base = static_cast<std::int32_t>(layout.base),
+        fill(info, u"info",
+             {.struct_size = {},
+              .address = given.address(found.offset),
+              .written = found.written ? 1 : 0,
+              .fixed_mask = found.fixedMask,
+              .fixed_value = found.fixedValue,
+              .base = static_cast<std::int32_t>(given.layout.base),
               .offset = found.offset,
-              .field_mask = layout.fieldBits(found),
-              .kept_mask = layout.keptBits(found)});
+              .field_mask = given.layout.fieldBits(found),
+              .kept_mask = given.layout.keptBits(found)});
     });
 }
 
@@ -138,7 +134,7 @@ void kx3_editor_free(kx3_editor *editor) { delete editor; }
 kx3_status kx3_default_bytes(const kx3_device *device, int32_t *addresses, uint8_t *values, size_t capacity,
                              size_t *count) {
     return guarded([&] {
-        const kx3_device &given = required(device, u"device");
+        const kx3_device given = copyOf(device, u"device");
         const std::map<Long, Byte> bytes = defaultBytes(given.prgmode, given.tlength);
         required(count, u"count") = bytes.size();
         if (capacity == 0) return;
@@ -156,7 +152,7 @@ int32_t kx3_language_count(void) { return languageCount; }
 kx3_status kx3_language_describe(int32_t index, kx3_language_info *info) {
     return guarded([&] {
         const std::string_view name = elementAt(languageNames, index);
-        fill(info, u"info", {.struct_size = 0, .name = name.data(), .block = index * languageStep});
+        fill(info, u"info", {.struct_size = {}, .name = name.data(), .block = index * languageStep});
     });
 }
 

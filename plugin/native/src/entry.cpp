@@ -8,6 +8,7 @@
 #include <cstring>
 
 using namespace kx3;
+using native::copyOf;
 using native::guarded;
 using native::required;
 using native::ThreadState;
@@ -16,6 +17,8 @@ using native::threadState;
 static_assert(KX3_OVERFLOW == static_cast<int>(ErrorNumber::overflow));
 static_assert(KX3_INTERNAL == static_cast<int>(ErrorNumber::internal));
 static_assert(KX3_ENTRY_POINT_NOT_FOUND == static_cast<int>(ErrorNumber::entryPointNotFound));
+
+static_assert(KX3_ENDED_BY_ERROR == static_cast<int>(SessionOutcome::error));
 
 namespace {
 
@@ -32,17 +35,6 @@ std::shared_ptr<clsMPU> objectOf(kx3_mpu *mpu) {
     if (found == state.objects.end())
         raise(ErrorNumber::objectNotSet, u"No entry object of this thread: released, or made on another thread");
     return {*found, &mpu->object};
-}
-
-/// Copy a structure of callbacks; members that an older host does not know become NULL.
-template <class T> T copyOf(const T &given) {
-    if (given.struct_size < offsetof(T, context) + sizeof(void *))
-        raise(ErrorNumber::invalidCall, u"struct_size is not set");
-    // All members are as wide as a pointer: a size inside one leaves that one out, too.
-    const std::size_t wholeMembers = given.struct_size / sizeof(void *) * sizeof(void *);
-    T copy{};
-    std::memcpy(&copy, &given, std::min(wholeMembers, sizeof(T)));
-    return copy;
 }
 
 } // namespace
@@ -63,24 +55,28 @@ void kx3_fail_with(const char *description) {
     (void)guarded([&] { threadState().callbacks.failure = description == nullptr ? "" : description; });
 }
 
-const char *kx3_session_failure(void) {
+int32_t kx3_session_outcome(const char **explanation) {
+    std::int32_t outcome = KX3_NEVER_RAN;
     const char *text = "";
     (void)guarded([&] {
         ThreadState &state = threadState();
-        state.sessionFailure = toUtf8(state.apartment.report().failure);
-        text = state.sessionFailure.c_str();
+        const SessionReport &report = state.apartment.report();
+        outcome = static_cast<std::int32_t>(report.outcome);
+        state.explanation = toUtf8(report.explanation);
+        text = state.explanation.c_str();
     });
-    return text;
+    if (explanation != nullptr) *explanation = text;
+    return outcome;
 }
 
 kx3_status kx3_set_ui(const kx3_ui *ui) {
-    return guarded([&] { threadState().callbacks.ui = ui == nullptr ? kx3_ui{} : copyOf(*ui); });
+    return guarded([&] { threadState().callbacks.ui = ui == nullptr ? kx3_ui{} : copyOf(ui, u"ui"); });
 }
 
 kx3_status kx3_set_session_host(const kx3_session_host *host) {
     return guarded([&] {
         native::Callbacks &callbacks = threadState().callbacks;
-        callbacks.sessionHost = host == nullptr ? kx3_session_host{} : copyOf(*host);
+        callbacks.sessionHost = host == nullptr ? kx3_session_host{} : copyOf(host, u"host");
         callbacks.hasSessionHost = host != nullptr;
     });
 }

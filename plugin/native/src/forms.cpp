@@ -41,6 +41,7 @@ kx3_placement placementOf(ShownForm &shown, const Control &control) {
     const Placement *place = shown.view.layout().find(control);
     if (place == nullptr) return {};
     return {
+        .struct_size = {},
         .shown = 1,
         .column = place->column,
         .block = place->block,
@@ -80,16 +81,19 @@ extern "C" {
 kx3_status kx3_form_describe(const kx3_form *form, kx3_form_info *info) {
     return guarded([&] {
         const Form &shown = formOf(form);
-        required(info, u"info") = {
-            .name = shown.name().c_str(),
-            .caption = textOf(shown.caption()),
-            .message = textOf(shown.message()),
-            .loaded = shown.loaded() ? 1 : 0,
-            .on_screen = shown.startPosition() == StartPosition::centerScreen ? 1 : 0,
-            .controls = static_cast<std::int32_t>(shown.controls().size()),
-            .focus = positionOf(shown.focus()),
-            .revision = shown.revision(),
-        };
+        native::fill(info, u"info",
+                     kx3_form_info{
+                         .struct_size = {},
+                         .name = shown.name().c_str(),
+                         .caption = textOf(shown.caption()),
+                         .message = textOf(shown.message()),
+                         .loaded = shown.loaded() ? 1 : 0,
+                         .on_screen = shown.startPosition() == StartPosition::centerScreen ? 1 : 0,
+                         .controls = static_cast<std::int32_t>(shown.controls().size()),
+                         .focus = positionOf(shown.focus()),
+                         .revision = shown.revision(),
+                         .structure_revision = shown.structureRevision(),
+                     });
     });
 }
 
@@ -103,42 +107,34 @@ int32_t kx3_form_accepted(const kx3_form *form) {
     return shown != nullptr && shown->form->accepted() ? 1 : 0;
 }
 
-kx3_status kx3_form_structure_revision(const kx3_form *form, uint64_t *revision) {
-    return guarded([&] { required(revision, u"revision") = formOf(form).structureRevision(); });
-}
-
-kx3_status kx3_form_control_revision(const kx3_form *form, int32_t control, uint64_t *revision) {
-    return guarded([&] {
-        const Form &shown = formOf(form);
-        required(revision, u"revision") = shown.revisionOf(controlAt(shown, control));
-    });
-}
-
 kx3_status kx3_form_control(const kx3_form *form, int32_t control, kx3_control_info *info) {
     return guarded([&] {
         const Form &shown = formOf(form);
         const Control &found = controlAt(shown, control);
-        required(info, u"info") = {
-            .name = found.name().c_str(),
-            .index = found.index(),
-            .kind = static_cast<std::int32_t>(found.kind()),
-            .parent = positionOf(found.parent()),
-            .label = positionOf(found.label()),
-            .columns = found.columns(),
-            .caption = textOf(found.caption()),
-            .text = textOf(found.text()),
-            .items = static_cast<std::int32_t>(found.items().size()),
-            .list_index = found.listIndex(),
-            .checked = found.checked() ? 1 : 0,
-            .enabled = shown.isEnabled(found) ? 1 : 0,
-            .visible = shown.isShown(found) ? 1 : 0,
-            .max_length = found.maxLength(),
-            .selection_start = found.selectionStart(),
-            .selection_length = found.selectionLength(),
-            .marked = found.marked() ? 1 : 0,
-            .is_default = found.isDefault() ? 1 : 0,
-            .is_cancel = found.isCancel() ? 1 : 0,
-        };
+        native::fill(info, u"info",
+                     kx3_control_info{
+                         .struct_size = {},
+                         .name = found.name().c_str(),
+                         .index = found.index(),
+                         .kind = static_cast<std::int32_t>(found.kind()),
+                         .parent = positionOf(found.parent()),
+                         .label = positionOf(found.label()),
+                         .columns = found.columns(),
+                         .caption = textOf(found.caption()),
+                         .text = textOf(found.text()),
+                         .items = static_cast<std::int32_t>(found.items().size()),
+                         .list_index = found.listIndex(),
+                         .checked = found.checked() ? 1 : 0,
+                         .enabled = shown.isEnabled(found) ? 1 : 0,
+                         .visible = shown.isShown(found) ? 1 : 0,
+                         .max_length = found.maxLength(),
+                         .selection_start = found.selectionStart(),
+                         .selection_length = found.selectionLength(),
+                         .marked = found.marked() ? 1 : 0,
+                         .is_default = found.isDefault() ? 1 : 0,
+                         .is_cancel = found.isCancel() ? 1 : 0,
+                         .revision = shown.revisionOf(found),
+                     });
     });
 }
 
@@ -153,7 +149,7 @@ kx3_status kx3_form_item(const kx3_form *form, int32_t control, int32_t item, kx
 kx3_status kx3_form_place(const kx3_form *form, int32_t control, kx3_placement *placement) {
     return guarded([&] {
         ShownForm &shown = shownForm(form);
-        required(placement, u"placement") = placementOf(shown, controlAt(*shown.form, control));
+        native::fill(placement, u"placement", placementOf(shown, controlAt(*shown.form, control)));
     });
 }
 

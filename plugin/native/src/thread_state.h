@@ -56,7 +56,7 @@ struct ThreadState {
     Apartment apartment;
     std::vector<std::shared_ptr<kx3_mpu>> objects; ///< end before the apartment
     std::string lastError;
-    std::string sessionFailure;
+    std::string explanation; ///< of the latest session's outcome
 };
 
 /// The calling thread's state, made on first use.
@@ -81,11 +81,26 @@ template <class T> T &required(T *pointer, const char16_t *name) {
     return *pointer;
 }
 
-/// Fill as much of a structure as its `struct_size` says that the host knows.
+/// As much of a structure as its user knows, by its `struct_size`; at least the size itself must be known.
+template <class Info> std::size_t knownSize(const Info *structure, const char16_t *name) {
+    const std::size_t size = required(structure, name).struct_size;
+    if (size < sizeof size) raise(ErrorNumber::invalidCall, u"struct_size is not set");
+    return std::min(size, sizeof *structure);
+}
+
+/// Fill a structure of the host's.
 template <class Info> void fill(Info *out, const char16_t *name, Info filled) {
-    filled.struct_size = required(out, name).struct_size;
-    if (filled.struct_size < sizeof filled.struct_size) raise(ErrorNumber::invalidCall, u"struct_size is not set");
-    std::memcpy(out, &filled, std::min(filled.struct_size, sizeof filled));
+    const std::size_t size = knownSize(out, name);
+    filled.struct_size = out->struct_size;
+    std::memcpy(out, &filled, size);
+}
+
+/// Copy a structure of the host's; members that it does not know become 0. A size inside a pointer leaves
+/// that one out, too.
+template <class Info> Info copyOf(const Info *given, const char16_t *name) {
+    Info copy{};
+    std::memcpy(&copy, given, knownSize(given, name) / sizeof(void *) * sizeof(void *));
+    return copy;
 }
 
 /// A text of the engine as the C interface hands it out.

@@ -61,11 +61,14 @@ bool isPlainName(std::string_view text) {
     return text.size() <= longestName && text.find_first_not_of(allowed) == std::string_view::npos;
 }
 
-/// Path of the block's file; empty when the name cannot be one.
-std::string pathOf(std::string_view name) {
+std::string_view namespaceOfHost() {
     const char *setting = std::getenv(namespaceVariable);
-    const std::string_view space = setting == nullptr ? "" : setting;
-    if (name.empty() || !isPlainName(name) || !isPlainName(space)) return {};
+    return setting == nullptr ? "" : setting;
+}
+
+/// Path of the block's file.
+std::string pathOf(std::string_view name) {
+    const std::string_view space = namespaceOfHost();
     std::string path = directory;
     path.append("/kx3mpu6-").append(std::to_string(::geteuid())).append("-").append(space);
     return path.append(space.empty() ? "" : "-").append(name);
@@ -144,6 +147,12 @@ void release(MappingHandle handle) noexcept {
     openBlocks().byPath.erase(openBlocks().byPath.find(mapping.path));
 }
 
+/// No handle, for a reason that the system has not given.
+MappingHandle failed(int reason) noexcept {
+    errno = reason;
+    return 0;
+}
+
 MappingHandle openPath(const std::string &path) {
     if (const MappingHandle held = holdAgain(path)) return held;
     for (int round = 0; round < mostRounds; ++round) {
@@ -155,7 +164,7 @@ MappingHandle openPath(const std::string &path) {
             ::usleep(retryMicroseconds);
             continue;
         }
-        if (!S_ISREG(status.st_mode) || status.st_uid != ::geteuid()) return 0;
+        if (!S_ISREG(status.st_mode) || status.st_uid != ::geteuid()) return failed(EACCES);
         if (holders == Holders::some) return keep(std::move(file), path, static_cast<std::size_t>(status.st_size));
         ::unlink(path.c_str()); // its last holder died without closing it
     }
@@ -167,8 +176,11 @@ Descriptor makeUnnamed(std::int32_t size) {
     Descriptor file(::open(directory, O_TMPFILE | O_RDWR | O_CLOEXEC, S_IRUSR | S_IWUSR));
     const auto bytes = static_cast<off_t>(wholePages(static_cast<std::size_t>(size)));
     // Reserving the pages now turns a full memory into a failed create instead of a fault later.
-    if (file.valid() && (::flock(file.get(), LOCK_SH) != 0 || ::posix_fallocate(file.get(), 0, bytes) != 0))
+    if (!file.valid() || ::flock(file.get(), LOCK_SH) != 0) return Descriptor(-1);
+    if (const int error = ::posix_fallocate(file.get(), 0, bytes); error != 0) {
+        errno = error;
         return Descriptor(-1);
+    }
     return file;
 }
 
@@ -180,8 +192,8 @@ bool giveName(const Descriptor &file, const std::string &path) {
 enum class IfExists { open, fail };
 
 MappingHandle createPath(const std::string &path, std::int32_t size, IfExists ifExists) {
-    if (size < 1) return 0;
-    if (openBlocks().byPath.contains(path)) return ifExists == IfExists::open ? holdAgain(path) : 0;
+    if (size < 1) return failed(EINVAL);
+    if (openBlocks().byPath.contains(path)) return ifExists == IfExists::open ? holdAgain(path) : failed(EEXIST);
     Descriptor file = makeUnnamed(size);
     for (int round = 0; file.valid() && round < mostRounds; ++round) {
         if (giveName(file, path)) return keep(std::move(file), path, static_cast<std::size_t>(size));
@@ -190,23 +202,55 @@ MappingHandle createPath(const std::string &path, std::int32_t size, IfExists if
         if (existing == 0) continue;
         if (ifExists == IfExists::open) return existing;
         release(existing);
-        return 0;
+        return failed(EEXIST);
     }
     return 0;
 }
 
+/// What the system's error number says about a block.
+MappingError errorOf(int number) {
+    switch (number) {
+    case ENOENT: return MappingError::notFound;
+    case EEXIST: return MappingError::exists;
+    case EINVAL: return MappingError::badSize;
+    case EMFILE:
+    case ENFILE: return MappingError::tooManyFiles;
+    case ENOSPC:
+    case EDQUOT: return MappingError::noSpace;
+    case ENOMEM: return MappingError::noMemory;
+    case EACCES:
+    case EPERM:
+    case EISDIR:
+    case ELOOP: return MappingError::denied;
+    default: return MappingError::other;
+    }
+}
+
+thread_local MappingError lastError = MappingError::other;
+
 /// No exception leaves: a name that cannot be built is a block that cannot be had.
 template <class Action> MappingHandle withPath(std::string_view name, Action action) noexcept {
+    lastError = MappingError::other;
+    if (!isPlainName(namespaceOfHost()))
+        lastError = MappingError::badNamespace;
+    else if (name.empty() || !isPlainName(name))
+        lastError = MappingError::badName;
+    if (lastError != MappingError::other) return 0;
     try {
         const std::string path = pathOf(name);
         const std::lock_guard lock(openBlocks().mutex);
-        return path.empty() ? 0 : action(path);
+        const MappingHandle handle = action(path);
+        if (handle == 0) lastError = errorOf(errno);
+        return handle;
     } catch (...) {
+        lastError = MappingError::noMemory;
         return 0;
     }
 }
 
 } // namespace
+
+MappingError lastMappingError() noexcept { return lastError; }
 
 MappingHandle openMapping(std::string_view name) noexcept {
     return withPath(name, [](const std::string &path) { return openPath(path); });

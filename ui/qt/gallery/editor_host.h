@@ -44,8 +44,7 @@ class EditorHost {
 
     /// Open the editor with `show` as the presenter.
     [[nodiscard]] kx3_status openEditor(kx3_status (*show)(void *, kx3_form *), void *context = nullptr) {
-        kx3_ui ui{};
-        ui.struct_size = sizeof ui;
+        kx3_ui ui = kx3_ui_init();
         ui.context = context;
         ui.show_form = show;
         require(kx3_set_ui(&ui), "handing over the presenter");
@@ -67,7 +66,7 @@ class EditorHost {
     };
 
     void createBlock(std::int32_t index) {
-        kx3_block_info info{};
+        kx3_block_info info = kx3_block_info_init();
         require(kx3_block_describe(index, &info), "describing a block");
         const std::string name = std::string("tamsel") + info.root + (info.numbered != 0 ? "1" : "");
         kx3_block *block = nullptr;
@@ -85,7 +84,9 @@ class EditorHost {
 /// Every mode that has an editor, with the editor's name.
 inline std::map<std::uint8_t, std::string> editorModes() {
     std::map<std::uint8_t, std::string> modes;
-    kx3_device device{.tlength = 4096, .chippin = 20, .prgmode = 0, .figvol = 0};
+    kx3_device device = kx3_device_init();
+    device.tlength = 4096;
+    device.chippin = 20;
     do {
         kx3_editor *editor = nullptr;
         if (kx3_editor_describe(&device, 0, &editor) == KX3_OK) modes[device.prgmode] = kx3_editor_name(editor);

@@ -109,11 +109,10 @@ void FormDialog::follow() {
 void FormDialog::refresh() {
     refreshing_ = true;
     const kx3_form_info form = model_.form();
-    const uint64_t structure = model_.structureRevision();
-    const bool anew = std::exchange(structure_, structure) != structure;
+    const bool anew = std::exchange(structure_, form.structure_revision) != form.structure_revision;
     if (anew) arrange(form);
     for (int32_t i = 0; i < form.controls; ++i)
-        if (anew || model_.revisionOf(i) > revision_) showState(i, drawnText(form.message));
+        if (anew || model_.control(i).revision > revision_) showState(i, drawnText(form.message));
     revision_ = form.revision;
     // The form moves the focus to an entry that it refuses.
     if (form.focus >= 0 && focusWidget() != widgetOf(form.focus)) widgetOf(form.focus)->setFocus();

@@ -15,7 +15,7 @@ QStringList FormModel::items(int32_t control) {
     QStringList items;
     const int32_t count = this->control(control).items;
     while (items.size() < count)
-        items.append(drawnText(ask<kx3_text>(kx3_form_item, control, static_cast<int32_t>(items.size()))));
+        items.append(drawnText(ask(kx3_text(), kx3_form_item, control, static_cast<int32_t>(items.size()))));
     return items;
 }
 

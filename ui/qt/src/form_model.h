@@ -22,11 +22,11 @@ class FormModel {
   public:
     explicit FormModel(kx3_form *form) : form_(form) {}
 
-    [[nodiscard]] kx3_form_info form() { return ask<kx3_form_info>(kx3_form_describe); }
-    [[nodiscard]] uint64_t structureRevision() { return ask<uint64_t>(kx3_form_structure_revision); }
-    [[nodiscard]] kx3_control_info control(int32_t control) { return ask<kx3_control_info>(kx3_form_control, control); }
-    [[nodiscard]] uint64_t revisionOf(int32_t control) { return ask<uint64_t>(kx3_form_control_revision, control); }
-    [[nodiscard]] kx3_placement place(int32_t control) { return ask<kx3_placement>(kx3_form_place, control); }
+    [[nodiscard]] kx3_form_info form() { return ask(kx3_form_info_init(), kx3_form_describe); }
+    [[nodiscard]] kx3_control_info control(int32_t control) {
+        return ask(kx3_control_info_init(), kx3_form_control, control);
+    }
+    [[nodiscard]] kx3_placement place(int32_t control) { return ask(kx3_placement_init(), kx3_form_place, control); }
     [[nodiscard]] QStringList items(int32_t control);
     [[nodiscard]] bool open() const { return failure_.empty() && kx3_form_loaded(form_) != 0; }
     /// Description of the first call that failed, UTF-8; empty when none did.
@@ -44,8 +44,8 @@ class FormModel {
     }
 
   private:
-    template <class Answer, class Function, class... Arguments> Answer ask(Function function, Arguments... arguments) {
-        Answer answer{};
+    template <class Answer, class Function, class... Arguments>
+    Answer ask(Answer answer, Function function, Arguments... arguments) {
         check(function(form_, arguments..., &answer));
         return answer;
     }
