@@ -20,15 +20,15 @@ class Apartment::Use {
     Apartment &apartment_;
 };
 
-class Apartment::Operation {
+class Apartment::Run {
   public:
-    explicit Operation(Apartment &apartment) : running_(apartment.running_), use_(apartment) {
+    explicit Run(Apartment &apartment) : running_(apartment.running_), use_(apartment) {
         if (running_) raise(ErrorNumber::invalidCall, u"Another operation is running");
         running_ = true;
     }
-    ~Operation() { running_ = false; }
-    Operation(const Operation &) = delete;
-    Operation &operator=(const Operation &) = delete;
+    ~Run() { running_ = false; }
+    Run(const Run &) = delete;
+    Run &operator=(const Run &) = delete;
 
   private:
     bool &running_;
@@ -52,14 +52,14 @@ void Apartment::beginReport() {
 }
 
 void Apartment::runArmSession(const ArmProfile &profile) {
-    const Operation operation(*this);
+    const Run run(*this);
     std::unique_ptr<ArmSession> &slot = armSessions_[&profile];
     if (!slot) slot = std::make_unique<ArmSession>(context_, profile);
     slot->run();
 }
 
 void Apartment::runSessionWindow() {
-    const Operation operation(*this);
+    const Run run(*this);
     sessionWindow().wmpu0();
 }
 

@@ -64,7 +64,7 @@ class Apartment {
     /// Marks the blocks as in use.
     class Use;
     /// Marks an operation as running; refuses a second one from inside the first.
-    class Operation;
+    class Run;
 
     Outside outside_;
     sharemap blocks_;

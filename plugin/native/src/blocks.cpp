@@ -13,8 +13,8 @@ using namespace kx3;
 using native::guarded;
 using native::required;
 
-/// A block that the host holds open. Its memory is had before the block is opened, so that an opened
-/// block is never lost.
+/// A block that the host holds open. Its memory is allocated before the block is opened, so that an
+/// opened block is never lost.
 struct kx3_block {
     platform::MappingHandle mapping = 0;
     void *view = nullptr;

@@ -23,7 +23,7 @@ struct kx3_mpu {
 
 namespace kx3::native {
 
-/// A form that a show_form callback has in hand.
+/// A form that a show_form callback is showing.
 struct ShownForm {
     Form *form;
     FormView view;
