@@ -21,7 +21,7 @@ struct Chunk {
 class BlockGeometry {
   public:
     /// Read the operation's range from the blocks. Raises the subscript error for an empty range or a
-    /// block size below 0, division by zero for a block size of 0, Overflow for what does not fit.
+    /// block size below 1, Overflow for what does not fit.
     BlockGeometry(BlockArrays &blocks, Long chunkBytes, EndRounding rounding);
 
     /// Index of the last block, N.
