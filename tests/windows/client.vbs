@@ -19,7 +19,7 @@ Check "exitpower of a new object", mpu.exitpower, False
 On Error Resume Next
 mpu.sinitmpu6
 Check "error before bufcommpu6", Err.Number, CLng(9)
-Check "its text", Err.Description, "Subscript out of range"
+Check "its text", Err.Description, "Subscript out of range: tamseltlength(0) of 0"
 Check "its source", Err.Source, "kx3mpu6.clsMPU"
 Err.Clear
 mpu.bufcommpu6 40000
