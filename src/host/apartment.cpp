@@ -37,8 +37,8 @@ class Apartment::Run {
 
 Apartment::Apartment(Outside outside)
     : outside_(std::move(outside)),
-      sessionHost_(outside_.sessionHost), context_{blocks_, *outside_.io, sessionHost_, *outside_.ui, *outside_.clock, report_} {
-}
+      sessionHost_(outside_.sessionHost), context_{blocks_,      *outside_.io,    sessionHost_,
+                                                   *outside_.ui, *outside_.clock, report_} {}
 
 Apartment::~Apartment() = default;
 
