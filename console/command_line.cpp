@@ -135,6 +135,7 @@ class Parser {
         case Verb::run: addRun(app, command); [[fallthrough]];
         case Verb::devices: addCommon(app); break;
         case Verb::notes: addNote(app); break;
+        case Verb::blocks: addBlocks(app); break;
         default: addConfig(app, command);
         }
     }
@@ -279,6 +280,11 @@ class Parser {
                      "show the note in a window, where there is a display and libkx3mpu6-qt.so");
         addAnyDevice(app);
         addLanguage(app, "language of the plug-in's words");
+        addJson(app);
+    }
+
+    void addBlocks(CLI::App &app) {
+        add(app, "name", "NAME", options_.names, "one block, with or without tamsel")->expected(0, 1);
         addJson(app);
     }
 

@@ -21,7 +21,7 @@ enum class Operation : std::uint8_t {
 };
 
 /// What a command does. From `set` to `edit` it changes configuration bytes.
-enum class Verb : std::uint8_t { devices, run, list, show, get, set, defaults, edit, notes };
+enum class Verb : std::uint8_t { devices, run, list, show, get, set, defaults, edit, notes, blocks };
 
 struct Command {
     std::string_view name; ///< "config show": command show of command config
@@ -89,6 +89,9 @@ inline constexpr std::array commandTable{
             "that can lock you out are confirmed on the terminal, or by --accept-danger.",
             "mpu6 config edit --mode 15 --size 0x4000 --input board.hex"},
     Command{"notes", Verb::notes, "show what is particular about a device", "", "mpu6 notes --device ARM80-256K 75"},
+    Command{"blocks", Verb::blocks, "list the shared blocks of host and plug-in, or explain one",
+            "For people who write hosts: each element that the plug-in reads or writes, its values and who writes it.",
+            "mpu6 blocks prgresult"},
 };
 
 } // namespace kx3console

@@ -1,5 +1,6 @@
 // mpu6: a host of the plug-in for the command line. It drives the simulated programmer.
 
+#include "block_reference.h"
 #include "command_line.h"
 #include "config.h"
 #include "device_run.h"
@@ -62,6 +63,7 @@ Exit run(int argc, const char *const *argv) {
         case Verb::devices: return listDevices(options);
         case Verb::run: return runOperations(options);
         case Verb::notes: return runNotes(options);
+        case Verb::blocks: return runBlocks(options);
         default: return runConfig(options);
         }
     } catch (const HelpShown &help) {

@@ -1,5 +1,5 @@
-// mpu6-docs: writes the reference pages of device profiles and configuration editors, or checks that they are
-// current.
+// mpu6-docs: writes the reference pages of shared blocks, device profiles and configuration editors, or checks that
+// they are current.
 
 #include "pages.h"
 

@@ -164,7 +164,7 @@ std::vector<Page> referencePages() {
         if (page == editors.end()) page = editors.emplace(editors.end(), editor->name);
         page->add(number);
     }
-    std::vector<Page> pages{profilesPage(), overview(editors)};
+    std::vector<Page> pages{blocksPage(), profilesPage(), overview(editors)};
     for (const EditorPage &editor : editors)
         pages.push_back(editor.page());
     return pages;

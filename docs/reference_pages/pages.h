@@ -1,4 +1,4 @@
-// Reference pages of the configuration editors, made from what the plug-in says about them.
+// Reference pages, made from tables and from what the plug-in says about its editors.
 #pragma once
 
 #include <string>
@@ -11,10 +11,12 @@ struct Page {
     std::string text; ///< Markdown
 };
 
+/// What the shared blocks hold.
+[[nodiscard]] Page blocksPage();
 /// What a device profile may say.
 [[nodiscard]] Page profilesPage();
 
-/// All pages: device profiles, and for the editors an overview and one page for each editor.
+/// All pages: shared blocks, device profiles, and for the editors an overview and one page for each editor.
 [[nodiscard]] std::vector<Page> referencePages();
 
 } // namespace kx3docs
