@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
 # Build for 32-bit Windows with mingw-w64 and run every suite under Wine: the engine's unit tests, the
-# plug-in's library from a host's side, a script client of the registered class, and its dialogs under
-# the keys of a display.
+# plug-in's library and its dialogs from a host's side, and a script client of the registered class.
 #
 #   scripts/test-windows.sh
 #
@@ -38,7 +37,7 @@ finish() {
 
 skip_all() {
     local suite
-    for suite in "unit tests under Wine" "library file" "script client" "real keys" "package"; do
+    for suite in "unit tests under Wine" "library file" "script client" "package"; do
         warn "SKIPPED: $suite ($1)"
         skipped=$((skipped + 1))
     done
@@ -125,35 +124,6 @@ run_script_client() {
     fi
 }
 
-# The registered plug-in's dialogs on a display of their own, worked by key events that come from
-# outside. A copy of the prefix draws its windows there.
-run_real_keys() {
-    announce "real keys"
-    local tool log=$logs/windows-keys.log prefix=$PWD/build/wine-prefix-display
-    for tool in xvfb-run xauth xdotool; do
-        command -v "$tool" >/dev/null || {
-            warn "SKIPPED: real keys (no $tool)"
-            skipped=$((skipped + 1))
-            return
-        }
-    done
-    rm -rf "$prefix"
-    cp -a "$WINEPREFIX" "$prefix"
-    (
-        export WINEPREFIX=$prefix
-        draw_windows_by x11
-        $wine regsvr32 /s $bin/kx3mpu6.dll
-        WINEARCH=win32 wineserver -w
-        timeout 300 xvfb-run -a -s '-screen 0 1024x768x24' tests/windows_ui/keys.sh $bin || true
-        wineserver -k || true
-    ) >"$log" 2>&1
-    rm -rf "$prefix"
-    grep -E '^(ok|FAILED): ' "$log" || true
-    passed=$((passed + $(grep -c '^ok: ' "$log" || true)))
-    failed=$((failed + $(grep -c '^FAILED: ' "$log" || true)))
-    grep -q '^all keys pressed' "$log" || fail "real keys: see $log"
-}
-
 check_package() {
     announce "package"
     local zip
@@ -175,7 +145,6 @@ if build; then
     run_unit_tests
     check_library
     run_script_client
-    run_real_keys
     check_package
 else
     fail "build"

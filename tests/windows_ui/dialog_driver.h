@@ -44,10 +44,10 @@ inline Step post(UINT message, WPARAM wide = 0, LPARAM parameter = 1) {
 inline Step key(WPARAM virtualKey) { return post(WM_KEYDOWN, virtualKey); }
 inline Step character(wchar_t typed) { return post(WM_CHAR, typed); }
 
-/// Show `form` modally and take a step whenever its message loop has nothing else to do, so that the
-/// messages of one step have arrived before the next. A dialog that closes before the last step, or is
-/// still open some time after it, is a failure.
-inline void showAndWork(Form &form, std::vector<Step> steps) {
+/// Call `open`, which shows a dialog modally, and take a step whenever its message loop has nothing else to
+/// do, so that the messages of one step have arrived before the next. A dialog that closes before the last
+/// step, or is still open some time after it, is a failure.
+inline void workWhile(const std::function<void()> &open, std::vector<Step> steps) {
     static std::vector<Step> script;
     static std::size_t turns;
     script = std::move(steps);
@@ -63,9 +63,12 @@ inline void showAndWork(Form &form, std::vector<Step> steps) {
         ::PostMessageW(dialog, WM_CLOSE, 0, 0);
     };
     const UINT_PTR timer = ::SetTimer(nullptr, 0, USER_TIMER_MINIMUM, tick);
-    win32::showModal(form);
+    open();
     ::KillTimer(nullptr, timer);
     EXPECT_GE(turns, script.size()) << "the dialog has closed before the last step";
+}
+inline void showAndWork(Form &form, std::vector<Step> steps) {
+    workWhile([&form] { win32::showModal(form); }, std::move(steps));
 }
 
 } // namespace kx3::test

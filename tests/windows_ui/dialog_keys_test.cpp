@@ -1,6 +1,7 @@
 // A person at the keyboard before the real dialogs: what the keys do to the model, and what the windows show.
 
 #include "editors/editor_driver.h"
+#include "windows/host.h"
 #include "windows_ui/dialog_driver.h"
 
 namespace kx3::test {
@@ -121,6 +122,55 @@ TEST_F(DialogKeys, ATextBoxShowsWhatTheModelMakesOfEachWayToEnterAndThatItIsRefu
         return steps;
     });
     EXPECT_EQ(peek(2048 - 40, 4), (std::vector<int>{0xEF, 0xCD, 0xAB, 0x76}));
+}
+
+TEST(DialogThroughTheClass, KeysChangeTheHostsBytes) {
+    const ComThread com;
+    const Library plugIn;
+    const auto mpu = plugIn.create();
+    const HostBlock mode("tamselprgmode41", 40), length("tamselbuflength41", 40), image("tamseltlength41", 40);
+    length.at<Long>(0) = 5000;
+    image.at<Long>(0) = 64;
+    mode.at<Byte>(0) = 12;
+    ASSERT_EQ(attach(*mpu, 41), S_OK);
+    const HostBlock buffer("tamselibuffer", 7200);
+    const auto alt = [](WPARAM letter) { return post(WM_SYSKEYDOWN, letter, 0x20000001); };
+    const struct {
+        const char *keys;
+        Byte mode;
+        std::size_t address;
+        std::vector<Byte> before, after;
+        std::vector<Step> steps;
+    } cases[] = {
+        {"first and third list",
+         12,
+         128,
+         {0xF8, 0xFC},
+         {0xFD, 0xFC},
+         {key(VK_DOWN), key(VK_TAB), key(VK_TAB), key(VK_DOWN), key(VK_RETURN)}},
+        {"access keys of a field and a button",
+         12,
+         128,
+         {0xF8, 0xFC},
+         {0xF8, 0xFD},
+         {alt('N'), key(VK_DOWN), alt('O')}},
+        {"Escape", 12, 128, {0xF8, 0xFC}, {0xF8, 0xFC}, {key(VK_DOWN), key(VK_ESCAPE)}},
+        {"hexadecimal box",
+         64,
+         24,
+         {0x78, 0x56, 0x34, 0x12},
+         {0x78, 0xB6, 0x34, 0xF2},
+         {key(VK_HOME), key('G'), key(VK_BACK), key(VK_DELETE), key('F'), key(VK_RIGHT), key(VK_RIGHT), key(VK_RIGHT),
+          key('B'), key(VK_RETURN)}},
+    };
+    for (const auto &c : cases) {
+        Byte *bytes = &buffer.at<Byte>(c.address);
+        std::ranges::copy(c.before, bytes);
+        mode.at<Byte>(0) = c.mode;
+        workWhile([&] { EXPECT_EQ(mpu->editfigmpu6(), S_OK); }, c.steps);
+        EXPECT_EQ(std::vector<Byte>(bytes, bytes + c.after.size()), c.after) << c.keys;
+    }
+    EXPECT_EQ(mpu->freesharebuffermpu6(), S_OK);
 }
 
 } // namespace
