@@ -15,13 +15,7 @@ namespace kx3::com {
 namespace {
 
 using test::failureOf;
-
-VARIANT valueOf(VARTYPE type, Long number) {
-    VARIANT made{};
-    V_VT(&made) = type;
-    V_I4(&made) = number;
-    return made;
-}
+using test::value;
 
 /// Stands for the session host, whose class is registered; answers as a test says.
 class ProxyTest : public ::testing::Test, public IDispatch {
@@ -116,12 +110,12 @@ TEST_F(ProxyTest, ResultsAreConverted) {
         Long asByte, asNumber;
         bool polled = true;
     } cases[] = {
-        {valueOf(VT_EMPTY, 0), 0, 0},
-        {valueOf(VT_I4, 2), 2, 2},
-        {valueOf(VT_UI1, 1), 1, 1},
-        {valueOf(VT_I2, 300), 300, 300},
-        {valueOf(VT_BOOL, VARIANT_TRUE), 255, -1},
-        {valueOf(VT_BOOL, VARIANT_FALSE), 0, 0, false},
+        {value(VT_EMPTY, 0), 0, 0},
+        {value(VT_I4, 2), 2, 2},
+        {value(VT_UI1, 1), 1, 1},
+        {value(VT_I2, 300), 300, 300},
+        {value(VT_BOOL, VARIANT_TRUE), 255, -1},
+        {value(VT_BOOL, VARIANT_FALSE), 0, 0, false},
     };
     for (const auto &c : cases) {
         answer = [&](auto &, auto &, VARIANT &result, auto &) { return result = c.result, S_OK; };

@@ -21,6 +21,13 @@ class ComThread {
     ComThread &operator=(const ComThread &) = delete;
 };
 
+[[nodiscard]] inline VARIANT value(VARTYPE type, LONG number) {
+    VARIANT made{};
+    V_VT(&made) = type;
+    V_I4(&made) = number;
+    return made;
+}
+
 /// An object of a registered class; null when there is none of that name.
 template <class Interface> com::ComPtr<Interface> createByName(const wchar_t *progId) {
     CLSID classId{};

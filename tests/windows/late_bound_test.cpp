@@ -10,12 +10,6 @@ namespace {
 constexpr DISPID idBuflg = 0x40030000, idRun = 0x60030000, idWarn = 0x60030001, idAttach = 0x60030004,
                  idDefaults = 0x60030007;
 
-VARIANTARG value(VARTYPE type, Long number) {
-    VARIANTARG made{};
-    V_VT(&made) = type;
-    V_I4(&made) = number;
-    return made;
-}
 VARIANTARG reference(VARTYPE type, void *variable) {
     VARIANTARG made{};
     V_VT(&made) = static_cast<VARTYPE>(VT_BYREF | type);

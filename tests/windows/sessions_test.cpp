@@ -31,8 +31,8 @@ class ComSession : public ::testing::Test, public Workplace {
         programmer = createByName<IDispatch>(L"kx3host.SessionHost");
         ASSERT_TRUE(mpu && programmer);
         EXPECT_EQ(test::attach(*mpu, 1), S_OK);
-        (void)callProgrammer(L"Insert", {number(maker), number(deviceCode)});
-        (void)callProgrammer(L"Open", {number(1), VARIANT{}, VARIANT{}});
+        (void)callProgrammer(L"Insert", {value(VT_I4, maker), value(VT_I4, deviceCode)});
+        (void)callProgrammer(L"Open", {value(VT_I4, 1), VARIANT{}, VARIANT{}});
     }
     /// A call that only the host itself makes: it returns a truth value or nothing.
     bool callProgrammer(const wchar_t *name, std::vector<VARIANT> arguments = {}) {
@@ -45,12 +45,6 @@ class ComSession : public ::testing::Test, public Workplace {
         EXPECT_EQ(programmer->Invoke(identifier, IID_NULL, 0, DISPATCH_METHOD, &parameters, &result, nullptr, nullptr),
                   S_OK);
         return V_BOOL(&result) == VARIANT_TRUE;
-    }
-    static VARIANT number(Long value) {
-        VARIANT made{};
-        V_VT(&made) = VT_I4;
-        V_I4(&made) = value;
-        return made;
     }
     HRESULT run(Byte operation) {
         blocks.prgresult(0) = 0;
@@ -109,7 +103,7 @@ TEST_F(ComSession, WindowAnnouncesItsSequenceToTheHost) {
         blocks.prgmode(1) = finished;
         const Byte asked = blocks.prgresult(1);
         announced.push_back(asked == automatic ? sequence.at(announced.size()) : asked);
-        (void)callProgrammer(L"CarryOut", {number(announced.back())});
+        (void)callProgrammer(L"CarryOut", {value(VT_I4, announced.back())});
     });
     const Bytes image = host.buffer(0x8000 + 8);
     EXPECT_TRUE(passes(automatic)) << host.log();
