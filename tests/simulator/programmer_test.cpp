@@ -87,6 +87,8 @@ TEST(Rules, ABrokenRuleNeverPasses) {
     Packets rig;
     EXPECT_TRUE(rig.run(program, pattern(0x400)).passed());
     EXPECT_FALSE(rig.run(program).passed()) << "data sent once, run twice";
+    Packets single(device(0x400));
+    EXPECT_FALSE(single.run(program, pattern(0x400)).passed()) << "the last block without its mark";
 }
 
 TEST(Rules, ReadsDeliverOnlyWhatWasAskedFor) {
@@ -101,6 +103,15 @@ TEST(Rules, ReadsDeliverOnlyWhatWasAskedFor) {
     EXPECT_EQ(rig.fetch(0, chunk), 2);
     EXPECT_EQ(rig.fetch(1, tooMuch), 4) << "more than the block has left";
     EXPECT_EQ(Packets::unfetched(), 0x200U);
+}
+
+TEST(Rules, AStopIsAnsweredAndLeavesTheChip) {
+    Packets rig(device(), "slow=1");
+    rig.sendData(pattern(0x400));
+    EXPECT_EQ(rig.send(rig.runPacket(program), 16), 0);
+    EXPECT_EQ(rig.send({0x34, 0x1E}, 8), 0);
+    EXPECT_EQ(Packets::lastReport().event(), 0x1E);
+    EXPECT_EQ(rig.chip(), Bytes(0x1000, 0xFF));
 }
 
 TEST(Rules, TheControlInterfaceRefusesWhatCannotBe) {
@@ -153,6 +164,16 @@ TEST(Faults, StrikeTheTransfersThatTheTextNames) {
     const Bytes first = corrupted(1);
     EXPECT_EQ(first, corrupted(1)) << "the seed says where";
     EXPECT_NE(first, corrupted(2));
+}
+
+TEST(Faults, StrikeTheReportsThatTheTextNames) {
+    Packets rig(device(), "slow=3,report@302+:stop");
+    EXPECT_EQ(rig.run(erase).number, 301) << "three reports a percent, and the last one";
+    for (int run = 0; run < 2; ++run) {
+        const Report stopped = rig.run(erase);
+        EXPECT_EQ(stopped.event(), 0x1E);
+        EXPECT_EQ(stopped.number, 1);
+    }
 }
 
 TEST(Faults, AMalformedItemIsNamedAndNothingOfTheListIsUsed) {

@@ -58,6 +58,7 @@ TEST(SessionHost, CarriesOutWhatTheWindowAnnounces) {
         EXPECT_EQ(plugIn.run(verify), Signal::fail);
         EXPECT_EQ(plugIn.sim->mismatches().firstAddress, place);
     }
+    plugIn.host.ibuffer(behind) ^= 1;
     EXPECT_EQ(plugIn.run(read), Signal::pass);
     EXPECT_EQ(plugIn.ApartmentOn::buffer(end), whole);
     plugIn.host.bvcc(0) = 0;
