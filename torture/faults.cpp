@@ -89,24 +89,21 @@ const Fault *Injector::strike(Point point) {
     if (!armed_) return nullptr;
     trace_.calls.push_back(point);
     trace(static_cast<int>(point));
+    return due(point, trace_.calls.size());
+}
+
+bool Injector::strikeAllocation() noexcept {
+    return insidePlugIn() && due(Point::allocation, ++trace_.allocations) != nullptr;
+}
+
+const Fault *Injector::due(Point point, std::uint64_t call) noexcept {
     for (Planned &planned : plan_) {
-        const bool due = trace_.calls.size() >= planned.call && (planned.fromThenOn || !planned.struck);
-        if (!due || !planned.fault->applies(point)) continue;
+        const bool strikes = call >= planned.call && (planned.fromThenOn || !planned.struck);
+        if (!strikes || !planned.fault->applies(point)) continue;
         planned.struck = trace_.struck = true;
         return planned.fault;
     }
     return nullptr;
-}
-
-bool Injector::strikeAllocation() noexcept {
-    if (!insidePlugIn()) return false;
-    ++trace_.allocations;
-    for (const Planned &planned : plan_) {
-        const bool due = planned.fromThenOn ? trace_.allocations >= planned.call : trace_.allocations == planned.call;
-        if (!due || !planned.fault->applies(Point::allocation)) continue;
-        return trace_.struck = true;
-    }
-    return false;
 }
 
 void Injector::traceBytes(std::span<const Byte> bytes) noexcept {

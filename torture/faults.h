@@ -117,6 +117,9 @@ class Injector {
     [[nodiscard]] bool insidePlugIn() const noexcept { return armed_ && !outside_; }
 
   private:
+    /// The fault that strikes the `call`-th call of its count, or null.
+    [[nodiscard]] const Fault *due(Point point, std::uint64_t call) noexcept;
+
     bool armed_ = false;
     bool outside_ = false;
     std::size_t budget_ = 0;
