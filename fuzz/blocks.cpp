@@ -1,8 +1,6 @@
 // Any contents of the shared blocks, against every entry of the class.
 #include "host.h"
 
-#include "forms/form.h"
-
 namespace kx3::fuzz {
 namespace {
 
@@ -13,9 +11,7 @@ void spoil(sharemap &blocks, Input &input) {
     static const std::vector<test::Block> all = test::allBlocks(blocks);
     const std::span<std::byte> bytes = all[input.below(all.size())].bytes;
     const std::size_t first = input.below(std::min<std::size_t>(bytes.size(), 64));
-    const auto values = std::as_bytes(input.take(1 + input.below(8)));
-    std::ranges::copy(values.first(std::min(values.size(), bytes.size() - first)),
-                      bytes.begin() + static_cast<std::ptrdiff_t>(first));
+    overwrite(bytes.subspan(first), input.take(1 + input.below(8)));
 }
 
 void connect(Host &t, Input &input) {
@@ -32,8 +28,7 @@ void connect(Host &t, Input &input) {
     };
     t.ui->onModal = [&](Form &form) {
         if (!input.empty()) spoil(t.host, input);
-        form.click(*form.defaultButton());
-        form.close();
+        Host::clickOk(form);
     };
     t.ui->answers.assign(4, MessageBoxResult::retry);
     t.ui->answers.push_back(MessageBoxResult::abort);
@@ -43,8 +38,7 @@ void connect(Host &t, Input &input) {
 
 void blocks(Input input) {
     Host &t = Host::fresh();
-    constexpr Integer models[] = {40, 50, 80};
-    t.host.modeltype(0) = models[input.below(std::size(models))];
+    t.host.modeltype(0) = Host::anyModel(input);
     connect(t, input);
     const std::size_t entry = input.below(6);
     for (std::size_t times = input.below(12); times > 0; --times)

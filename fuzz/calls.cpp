@@ -158,10 +158,8 @@ StandingBlocks &standingBlocks() {
 /// Fill a block's view, most often with the small values that choose devices and operations.
 void fill(Host &host) {
     const std::span<std::byte> block = standingBlocks().any(host.input);
-    const auto bytes = std::as_bytes(host.input.take(1 + host.input.below(16)));
-    const std::size_t first = host.input.below(std::min<std::size_t>(block.size(), 64));
-    std::ranges::copy(bytes.first(std::min(bytes.size(), block.size() - first)),
-                      block.begin() + static_cast<std::ptrdiff_t>(first));
+    const auto bytes = host.input.take(1 + host.input.below(16));
+    overwrite(block.subspan(host.input.below(std::min<std::size_t>(block.size(), 64))), bytes);
 }
 
 void createOrOpen(Host &host) {

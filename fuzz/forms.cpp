@@ -1,8 +1,6 @@
 // Any actions on the editors, in every mode.
 #include "host.h"
 
-#include "forms/form.h"
-
 namespace kx3::fuzz {
 namespace {
 
@@ -51,10 +49,7 @@ void forms(Input input) {
     };
     if (!Host::succeeds([&] { t.mpu.editfigmpu6(); }) || !accepted) return;
     const std::vector<Byte> once = t.buffer();
-    t.ui->onModal = [](Form &form) {
-        form.click(*form.defaultButton());
-        form.close();
-    };
+    t.ui->onModal = Host::clickOk;
     promise(Host::succeeds([&] { t.mpu.editfigmpu6(); }), "an editor opens again");
     promise(t.buffer() == once, "OK twice is OK once");
 }

@@ -1,6 +1,7 @@
 // The process's plug-in on fakes, whose blocks start each run alike.
 #pragma once
 
+#include "forms/form.h"
 #include "input.h"
 #include "rig/apartment.h"
 #include "rig/blocks.h"
@@ -34,6 +35,17 @@ class Host : private test::Workplace, public test::TestApartment {
             return false;
         }
     }
+
+    /// A model of each driver.
+    static Integer anyModel(Input &input) {
+        constexpr Integer models[] = {windowModel, test::modelArm, test::model32f};
+        return models[input.below(std::size(models))];
+    }
+    static void clickOk(Form &form) {
+        form.click(*form.defaultButton());
+        form.close();
+    }
+    static constexpr Integer windowModel = 40;
 
   private:
     std::optional<test::SavedBlocks> saved_;

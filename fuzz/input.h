@@ -36,6 +36,11 @@ class Input {
     std::span<const std::uint8_t> rest_;
 };
 
+/// As many of `bytes` as `place` has room for.
+inline void overwrite(std::span<std::byte> place, std::span<const std::uint8_t> bytes) {
+    std::ranges::copy(std::as_bytes(bytes.first(std::min(bytes.size(), place.size()))), place.begin());
+}
+
 // The targets: what a fuzzer does with an input.
 void reports(Input input);
 void blocks(Input input);

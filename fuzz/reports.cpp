@@ -32,10 +32,8 @@ void connect(Host &t, Input &input) {
 
 void reports(Input input) {
     Host &t = Host::fresh();
-    constexpr Integer models[] = {40, 50, 80};
-    const Integer model = models[input.below(std::size(models))];
-    t.host.modeltype(0) = model;
-    t.host.selmode(0) = model == models[0] ? 0 : 0x40;
+    const Integer model = t.host.modeltype(0) = Host::anyModel(input);
+    t.host.selmode(0) = model == Host::windowModel ? 0 : 0x40;
     t.host.prgresult(1) = static_cast<Byte>(input.below(12));
     t.host.wordmode(0) = static_cast<Byte>(1 + input.below(2));
     t.host.prgmode(0) = input.number();
@@ -50,7 +48,7 @@ void reports(Input input) {
     const std::vector<Byte> before = t.buffer();
     Boolean enabled;
     const bool ended = Host::succeeds([&] { t.mpu.runMpu6Prg(enabled); });
-    if (model != models[0]) {
+    if (model != Host::windowModel) {
         promise(ended, "a session ends in order");
         promise(t.host.prgmode(1) == 0, "progress is reset");
     }
