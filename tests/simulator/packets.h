@@ -84,9 +84,9 @@ struct Packets {
         packet.insert(packet.end(), configuration.begin(), configuration.end());
         return packet;
     }
-    Report run(Byte code) { return send(runPacket(code), 16) == 0 ? lastReport() : Report{}; }
-    Report run(Byte code, const Bytes &data, Byte block = 0, bool isLast = false) {
-        sendData(data);
+    /// Runs without data send none.
+    Report run(Byte code, const Bytes &data = {}, Byte block = 0, bool isLast = false) {
+        if (!data.empty()) sendData(data);
         return send(runPacket(code, block, isLast), 16) == 0 ? lastReport() : Report{};
     }
     [[nodiscard]] std::size_t chipBytes() const { return static_cast<std::size_t>(device.addresses); }
