@@ -128,26 +128,23 @@ TEST(ArmSession, ADamagedAlgorithmFileIsSentOrRejected) {
 TEST(ArmSession, ChipIdCheck) {
     using enum MessageBoxResult;
     struct Case {
-        const char *name;
         Integer maker, device;
         std::deque<Reports> reports;
         std::deque<MessageBoxResult> answers;
         std::string log;
         std::string traffic;
     };
-    const Reports match{{10}, {100, 0, 1, 0x1F, 0x95, 0x0B}}, other{{100, 0, 0, 0xFF, 0x00}};
-    const std::string ask = "34 1D 00 00 00/16; ", goesOn = "Delay 20; " + directRun + pass;
-    const std::string identified = ">>n9 1F   n10 950B\n" + passed;
+    const Reports match{{10}, {100, 0, 1, 0x1F, 0x95, 0x0B}}, other{{100, 0, 0, 0xFF, 0x00}},
+        tooManyBytes{{100, 0, 16}};
+    const std::string ask = "34 1D 00 00 00/16", goesOn = "; Delay 20; " + directRun + pass;
     const Case cases[] = {
-        {"retry, match", 0x1F, 0x95, {other, match}, {retry}, identified, ask + ask + goesOn},
-        {"another maker", 0x1E, 0x95, {match}, {ignore}, passed, ask + goesOn},
-        {"retry, then no report", 0x1F, 0x95, {other, {}}, {retry}, passed, ask + ask + goesOn},
-        {"too many code bytes", 0x1F, 0x95, {{{100, 0, 16}}}, {}, aborted, "34 1D 00 00 00/16"},
-        {"a device of any maker", 0, 0x95, {{}}, {}, passed, ask + goesOn},
-        {"nothing is expected, nothing asked", 0, 0, {}, {}, passed, goesOn},
+        {0x1F, 0x95, {other, match}, {retry}, ">>n9 1F   n10 950B\n" + passed, ask + "; " + ask + goesOn},
+        {0x1E, 0x95, {match}, {ignore}, passed, ask + goesOn},
+        {0x1F, 0x95, {tooManyBytes}, {}, aborted, ask},
+        {0, 0x95, {{}}, {}, passed, ask + goesOn}, // a device of any maker
     };
     for (const Case &c : cases) {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(c.traffic);
         ArmRig rig;
         rig.host.chipidtestmode(0) = Boolean(true);
         rig.host.compid(0) = c.maker;
@@ -196,21 +193,16 @@ TEST(BlockTransfer, BlocksAndChunks) {
     // Reading: one request a block, chunks of C000.
     expect(model32f, 2, {2, 0x100, 0x100, 16, 32, 1}, "34 02 81 00 00/16; " + ask + "ibuffer+32 <- 480; ");
     expect(model32f, 2, {1, 0x100, 0x100, 0.5, 2.5}, "34 02 80 00 00/16; " + ask + "ibuffer+2 <- 256; ");
-    expect(model32f, 2, {1, 1}, "34 02 80 00 00/16; " + ask + "ibuffer+0 <- 1; ");
     expect(model32f, 2, {1, 0x100, 0x100, 255}, "34 02 80 00 00/16; " + ask + "ibuffer+0 <- 1; ");
     expect(model32f, 2, {1, 0x18001, 0xC000},
            "34 02 00 00 00/16; " + ask + "ibuffer+0 <- 49152; 34 02 00 01 00/16; " + ask +
                "ibuffer+49152 <- 49152; 34 02 80 02 00/16; " + ask + "ibuffer+98304 <- 1; ");
-    expect(modelArm, 2, {2, 0x10000, 0x10000},
-           "34 02 80 00 00/16; 0A 00 40 01/8; ibuffer+0 <- 32768; 0A 01 40 01/8; ibuffer+32768 <- 32768; ");
     expect(modelArm, 5, {1, 0x8001, 0x10000, 0, 0, 1},
            "34 06 81 00 00/16; " + ask + "ibuf2 <- 32768; 0A 01 40 02/8; ibuf2 <- 1; ");
     // Programming: the last block is counted in bytes.
     expect(model32f, 3, {1, 0x30000, 0x18000},
            announce + "ibuffer+0 -> 49152; ibuffer+49152 -> 49152; 34 04 00 00 00/16; " + announce +
                "ibuffer+98304 -> 49152; ibuffer+147456 -> 49152; 34 04 80 01 00/16; ");
-    expect(model32f, 3, {2, 0x8040, 0x8080},
-           announce + "ibuffer+0 -> 49152; ibuffer+49152 -> 16512; 34 04 80 00 00/16; ");
     expect(modelArm, 3, {1, 0xFFFF, 0xFFFF, 0, 0, 1},
            announce + "ibuffer+0 -> 32768; ibuffer+32768 -> 32767; 34 04 81 00 00/16; ");
     // The automatic sequence never rounds; its last chunk takes 100 bytes more where they fit.
@@ -258,7 +250,7 @@ TEST(BlockTransfer, AFailedBulkReadIsTriedOnceMore) {
 
 TEST(BlockTransfer, ProgressGrowsWithBlocksAndChunks) {
     const std::pair<Byte, std::vector<int>> cases[] = {
-        {2, {0, 21, 42, 71, 92, 100}}, {5, {0, 21, 42, 71, 92, 100}}, {3, {0, 25, 50, 75, 100}}, {9, {0, 50, 100}}};
+        {2, {0, 21, 42, 71, 92, 100}}, {3, {0, 25, 50, 75, 100}}, {9, {0, 50, 100}}};
     for (const auto &[operation, progress] : cases) {
         ArmRig rig({1, 0x18000, 0xC000}, 0x18000);
         rig.runs = {{{50}, {100}}, {{50}, {100}}};

@@ -25,26 +25,16 @@ Bytes patched(Bytes bytes, const Json &source) {
     return bytes;
 }
 
-/// A sum over bytes that come piece by piece.
-struct Crc32 {
-    void add(std::span<const Byte> bytes) {
-        for (const Byte byte : bytes) {
-            state ^= byte;
-            for (int bit = 0; bit < 8; ++bit)
-                state = state >> 1 ^ ((state & 1) != 0 ? 0xEDB88320U : 0);
-        }
-    }
-    [[nodiscard]] std::string digits() const {
-        char text[9];
-        std::snprintf(text, sizeof text, "%08x", ~state);
-        return text;
-    }
-    std::uint32_t state = 0xFFFFFFFFU;
-};
 std::string crcOf(std::span<const Byte> bytes) {
-    Crc32 sum;
-    sum.add(bytes);
-    return sum.digits();
+    std::uint32_t state = 0xFFFFFFFFU;
+    for (const Byte byte : bytes) {
+        state ^= byte;
+        for (int bit = 0; bit < 8; ++bit)
+            state = state >> 1 ^ ((state & 1) != 0 ? 0xEDB88320U : 0);
+    }
+    char digits[9];
+    std::snprintf(digits, sizeof digits, "%08x", ~state);
+    return digits;
 }
 std::string hexText(std::span<const Byte> bytes) {
     std::string text;
@@ -105,11 +95,9 @@ class Tape {
         const Json &run = call.at("c");
         if (compared_ == 0) run_ = came;
         came.address -= compared_++;
-        sum_.add(data);
+        data_.insert(data_.end(), data.begin(), data.end());
         if (came == run_ && run.at(0) == "cmp" && compared_ < run.at(run.size() - 2)) return goOn_;
-        expect(run, came.asRun(compared_, sum_.digits()));
-        compared_ = 0;
-        sum_ = Crc32();
+        expect(run, came.asRun(std::exchange(compared_, 0), crcOf(std::exchange(data_, {}))));
         return finish(call);
     }
     /// Whether no call differed.
@@ -147,7 +135,7 @@ class Tape {
     std::size_t position_ = 0;
     Compare run_{};
     Long compared_ = 0;
-    Crc32 sum_;
+    Bytes data_; ///< of the compares that stand in one entry
     bool differs_ = false;
     const Json goOn_ = Json::object();
 };

