@@ -43,76 +43,61 @@ std::span<const NamedByte> namesOf(const Profile &profile) {
     return fuses ? fuseBytes : std::span<const NamedByte>();
 }
 
-std::uint8_t requireByte(std::string_view option, std::string_view text, int base) {
-    const auto value = numberIn(text.substr(base == 16 && hasHexPrefix(text) ? 2 : 0), base);
+std::string fuseAdvice(const Profile &profile) {
+    std::vector<std::string_view> names;
+    for (const NamedByte &each : namesOf(profile))
+        names.push_back(each.name);
+    const std::string offsets = fmt::format("an offset from 0 to {}", configurationBytesOf(profile) - 1);
+    if (names.empty()) return fmt::format("Give --fuse OFFSET=VALUE with {}.", offsets);
+    return fmt::format("Give --fuse NAME=VALUE with {} or {}.", fmt::join(names, ", "), offsets);
+}
+
+std::size_t fuseOffset(const Profile &profile, std::string_view name) {
+    for (const NamedByte &each : namesOf(profile))
+        if (each.name == name) return each.offset;
+    if (const auto offset = numberIn(name)) return *offset;
+    throw Failure(Exit::usage, fmt::format("--fuse: {} has no configuration byte \"{}\"", profile.name, name),
+                  fuseAdvice(profile));
+}
+
+/// `value` is what `text` was read as.
+std::uint8_t requireByte(std::string_view option, std::string_view text, std::optional<std::uint32_t> value) {
     if (value && *value <= UINT8_MAX) return static_cast<std::uint8_t>(*value);
     throw Failure(Exit::usage, fmt::format("{}: \"{}\" is no byte", option, text),
                   "A byte is 0 to FF in --config-bytes, and 0 to 255 or 0x00 to 0xFF in --fuse.");
 }
-
-int baseOf(std::string_view text) { return hasHexPrefix(text) ? 16 : 10; }
-
-/// Collects bytes, each of which may be given once.
-class Changes {
-  public:
-    explicit Changes(const Profile &profile) : profile_(profile), most_(configurationBytesOf(profile)) {}
-
-    void add(std::string_view option, std::size_t offset, std::uint8_t value) {
-        if (offset >= most_)
-            throw Failure(
-                Exit::usage,
-                fmt::format("{}: {} has no configuration byte {}; it has {}", option, profile_.name, offset, most_),
-                advice());
-        if (!bytes_.emplace(offset, value).second)
-            throw Failure(Exit::usage, fmt::format("{}: configuration byte {} is given more than once", option, offset),
-                          "Which value is meant?");
-    }
-
-    void addFuse(std::string_view text) {
-        const std::size_t sign = text.find('=');
-        if (sign == std::string_view::npos)
-            throw Failure(Exit::usage, fmt::format("--fuse: \"{}\" has no value", text), advice());
-        const std::string_view value = text.substr(sign + 1);
-        const std::uint8_t byte = requireByte("--fuse", value, baseOf(value));
-        add("--fuse", offsetOf(text.substr(0, sign)), byte);
-    }
-
-    [[nodiscard]] std::map<std::size_t, std::uint8_t> take() { return std::move(bytes_); }
-
-  private:
-    [[nodiscard]] std::size_t offsetOf(std::string_view name) const {
-        for (const NamedByte &each : namesOf(profile_))
-            if (each.name == name) return each.offset;
-        if (const auto offset = numberIn(name.substr(hasHexPrefix(name) ? 2 : 0), baseOf(name))) return *offset;
-        throw Failure(Exit::usage, fmt::format("--fuse: {} has no configuration byte \"{}\"", profile_.name, name),
-                      advice());
-    }
-
-    [[nodiscard]] std::string advice() const {
-        std::vector<std::string_view> names;
-        for (const NamedByte &each : namesOf(profile_))
-            names.push_back(each.name);
-        const std::string offsets = fmt::format("an offset from 0 to {}", most_ - 1);
-        if (names.empty()) return fmt::format("Give --fuse OFFSET=VALUE with {}.", offsets);
-        return fmt::format("Give --fuse NAME=VALUE with {} or {}.", fmt::join(names, ", "), offsets);
-    }
-
-    const Profile &profile_;
-    std::size_t most_;
-    std::map<std::size_t, std::uint8_t> bytes_;
-};
 
 } // namespace
 
 std::size_t configurationBytesOf(const Profile &profile) { return profile.isHostDriven() ? hostDrivenBytes : armBytes; }
 
 std::map<std::size_t, std::uint8_t> configurationChanges(const ConfigurationTexts &texts, const Profile &profile) {
-    Changes changes(profile);
-    for (std::size_t offset = 0; offset < texts.bytes.size(); ++offset)
-        changes.add("--config-bytes", offset, requireByte("--config-bytes", texts.bytes[offset], 16));
-    for (const std::string &fuse : texts.fuses)
-        changes.addFuse(fuse);
-    return changes.take();
+    std::map<std::size_t, std::uint8_t> bytes;
+    const auto add = [&](std::string_view option, std::size_t offset, std::uint8_t value) {
+        const std::size_t most = configurationBytesOf(profile);
+        if (offset >= most)
+            throw Failure(
+                Exit::usage,
+                fmt::format("{}: {} has no configuration byte {}; it has {}", option, profile.name, offset, most),
+                fuseAdvice(profile));
+        if (!bytes.emplace(offset, value).second)
+            throw Failure(Exit::usage, fmt::format("{}: configuration byte {} is given more than once", option, offset),
+                          "Which value is meant?");
+    };
+    for (std::size_t offset = 0; offset < texts.bytes.size(); ++offset) {
+        const std::string_view text = texts.bytes[offset];
+        const auto value = numberIn(text.substr(hasHexPrefix(text) ? 2 : 0), 16);
+        add("--config-bytes", offset, requireByte("--config-bytes", text, value));
+    }
+    for (const std::string_view fuse : texts.fuses) {
+        const std::size_t sign = fuse.find('=');
+        if (sign == std::string_view::npos)
+            throw Failure(Exit::usage, fmt::format("--fuse: \"{}\" has no value", fuse), fuseAdvice(profile));
+        const std::string_view text = fuse.substr(sign + 1);
+        const std::uint8_t value = requireByte("--fuse", text, numberIn(text));
+        add("--fuse", fuseOffset(profile, fuse.substr(0, sign)), value);
+    }
+    return bytes;
 }
 
 std::string configurationName(const Profile &profile, std::size_t offset) {

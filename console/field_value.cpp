@@ -19,7 +19,7 @@ std::string_view withoutBits(std::string_view item) {
     return end == std::string_view::npos ? item : item.substr(end + 2);
 }
 
-std::string choicesOf(const Field &field) {
+std::string numberedChoices(const Field &field) {
     std::vector<std::string> choices;
     for (std::size_t i = 0; i < field.choices.size(); ++i)
         choices.push_back(fmt::format("#{} {}", i, field.choices[i]));
@@ -42,7 +42,7 @@ std::vector<std::int32_t> itemsByText(const Field &field, const std::string &wan
 }
 
 [[noreturn]] void failItem(const Field &field, std::string_view value, std::string_view trouble) {
-    throw Failure(Exit::usage, fmt::format("{}: \"{}\" {}", field.fullName(), value, trouble), choicesOf(field));
+    throw Failure(Exit::usage, fmt::format("{}: \"{}\" {}", field.fullName(), value, trouble), numberedChoices(field));
 }
 
 std::optional<std::int32_t> itemByNumber(const Field &field, std::string_view digits) {

@@ -70,6 +70,10 @@ std::optional<std::uint32_t> numberIn(std::string_view text, int base) {
     return number;
 }
 
+std::optional<std::uint32_t> numberIn(std::string_view text) {
+    return hasHexPrefix(text) ? numberIn(text.substr(2), 16) : numberIn(text, 10);
+}
+
 bool hasHexPrefix(std::string_view text) { return text.starts_with("0x") || text.starts_with("0X"); }
 
 std::string nearIt(std::string_view wanted, std::vector<std::string> names) {

@@ -22,6 +22,8 @@ namespace kx3console {
 
 /// The whole text as a number of 32 bits; nothing when it is anything else.
 [[nodiscard]] std::optional<std::uint32_t> numberIn(std::string_view text, int base);
+/// The same of a decimal number, or of a hexadecimal one behind "0x".
+[[nodiscard]] std::optional<std::uint32_t> numberIn(std::string_view text);
 [[nodiscard]] bool hasHexPrefix(std::string_view text);
 
 /// "Near it are: A, B, C." with at most three of `names`, nearest first. Case does not count.
