@@ -1,8 +1,6 @@
 #include "load_file.h"
 
 #include "failure.h"
-#include "files.h"
-#include "record_file.h"
 
 #include <algorithm>
 #include <cstring>
@@ -13,7 +11,6 @@ namespace kx3console {
 
 namespace {
 
-constexpr std::string_view fileKind = "load file";
 /// Enough for the first line and, at the end, for the last one.
 constexpr std::size_t peekBytes = 1024;
 
@@ -23,32 +20,29 @@ class Placer {
     Placer(const LoadRequest &request, const std::string &name, std::span<std::uint8_t> image)
         : request_(request), name_(name), image_(image) {}
 
-    /// The part of `piece` that lies in the device, which may be empty. Fails when data for an address
-    /// came before.
-    [[nodiscard]] AddressRange place(const AddressRange &piece) {
+    /// Account for `size` bytes at load file address `first`, and have `read(offset, destination)` put
+    /// those that lie in the device where they belong. Fails when data for an address came before.
+    template <class Read> void place(std::uint64_t first, std::uint64_t size, Read read) {
+        const AddressRange piece{first, first + size};
         const AddressRange device{request_.loadBase, request_.loadBase + image_.size()};
         account(result_.outside, right_subtract(piece, device));
         account(result_.outside, left_subtract(piece, device));
         const AddressRange part = piece & device;
         account(result_.inside, part);
-        return part;
-    }
-
-    [[nodiscard]] std::span<std::uint8_t> target(const AddressRange &part) const {
-        return image_.subspan(static_cast<std::size_t>(part.lower() - request_.loadBase),
-                              static_cast<std::size_t>(part.upper() - part.lower()));
+        if (!is_empty(part))
+            read(part.lower() - first, image_.subspan(part.lower() - request_.loadBase, part.upper() - part.lower()));
     }
 
     [[nodiscard]] LoadResult finish(FileFormat format) {
         result_.format = format;
         if (!result_.outside.empty() && !request_.skipOutside)
             throw Failure(Exit::refused,
-                          fmt::format("{} {}: data lie outside the device: {}; the device has 0x{:X}-0x{:X}", fileKind,
-                                      name_, rangesText(result_.outside), request_.loadBase,
+                          fmt::format("{} {}: data lie outside the device: {}; the device has 0x{:X}-0x{:X}",
+                                      loadFileKind, name_, rangesText(result_.outside), request_.loadBase,
                                       request_.loadBase + image_.size() - 1),
                           "Choose the right device or load file, or leave those data out with --skip-outside.");
         if (result_.inside.empty())
-            throw Failure(Exit::badFile, fmt::format("{} {}: there are no data for this device", fileKind, name_),
+            throw Failure(Exit::badFile, fmt::format("{} {}: there are no data for this device", loadFileKind, name_),
                           "Choose the right device or load file.");
         return std::move(result_);
     }
@@ -58,7 +52,7 @@ class Placer {
         if (is_empty(part)) return;
         if (const auto twice = ranges.find(part); twice != ranges.end())
             throw Failure(Exit::badFile,
-                          fmt::format("{} {}: overlapping data: address 0x{:X} is given more than once", fileKind,
+                          fmt::format("{} {}: overlapping data: address 0x{:X} is given more than once", loadFileKind,
                                       name_, std::max(twice->lower(), part.lower())),
                           "Which data are meant? Build the load file anew.");
         ranges.add(part);
@@ -83,7 +77,7 @@ FileFormat chooseFormat(const LoadRequest &request, const InputFile &file) {
     const std::optional<FileFormat> promised = formatFromEnding(request.path);
     if (found == FileFormat::raw && promised && *promised != FileFormat::raw)
         throw Failure(Exit::badFile,
-                      fmt::format("{} {}: by its name this is {}, but it does not begin like that", fileKind,
+                      fmt::format("{} {}: by its name this is {}, but it does not begin like that", loadFileKind,
                                   file.name(), formatName(*promised)),
                       "If it is a raw image, say so with --format raw; else the file is damaged.");
     return found;
@@ -106,45 +100,16 @@ bool isEnd(FileFormat format, std::string_view line) {
 
 void requireEnd(FileFormat format, const InputFile &file) {
     if (isEnd(format, lastLine(file))) return;
-    throw Failure(Exit::badFile,
-                  fmt::format("{} {}: its last line is no {} end record", fileKind, file.name(), formatName(format)),
-                  "The file is cut off or damaged; get or build it anew.");
-}
-
-/// `message` begins with ": LINE: ".
-[[noreturn]] void failDamaged(const InputFile &file, const std::string &message) {
-    throw Failure(Exit::badFile, fmt::format("{} {}{}", fileKind, file.name(), message),
-                  "The load file is damaged; get or build it anew.");
-}
-
-void visitRecords(FileFormat format, const InputFile &file, const RecordVisitor &visit) {
-    requireEnd(format, file);
-    // The open file itself, so that what was checked is what is read.
-    const RecordMessages messages = readRecords(format, fmt::format("/dev/fd/{}", file.descriptor()), visit);
-    if (!messages.error.empty()) failDamaged(file, messages.error);
-    if (!messages.warning.empty()) failDamaged(file, messages.warning);
-}
-
-void loadRecords(FileFormat format, const InputFile &file, Placer &placer) {
-    visitRecords(format, file, [&placer](const Record &record) {
-        if (record.kind != RecordKind::data || record.bytes.empty()) return;
-        const AddressRange part = placer.place({record.address, record.address + record.bytes.size()});
-        if (is_empty(part)) return;
-        const auto target = placer.target(part);
-        std::memcpy(target.data(), &record.bytes[part.lower() - record.address], target.size());
-    });
-}
-
-void loadRaw(const LoadRequest &request, const InputFile &file, Placer &placer) {
-    const std::uint64_t first = request.base.value_or(request.loadBase);
-    const AddressRange part = placer.place({first, first + file.size()});
-    if (!is_empty(part)) file.readAt(part.lower() - first, placer.target(part));
+    throw Failure(
+        Exit::badFile,
+        fmt::format("{} {}: its last line is no {} end record", loadFileKind, file.name(), formatName(format)),
+        "The file is cut off or damaged; get or build it anew.");
 }
 
 } // namespace
 
 LoadResult loadFile(const LoadRequest &request, std::span<std::uint8_t> image) {
-    const InputFile file(request.path, fileKind);
+    const InputFile file(request.path, loadFileKind);
     const FileFormat format = chooseFormat(request, file);
     if (format != FileFormat::raw && request.base)
         throw Failure(
@@ -153,14 +118,26 @@ LoadResult loadFile(const LoadRequest &request, std::span<std::uint8_t> image) {
             "Leave --base out.");
     Placer placer(request, file.name(), image);
     if (format == FileFormat::raw)
-        loadRaw(request, file, placer);
+        placer.place(request.base.value_or(request.loadBase), file.size(),
+                     [&file](std::uint64_t at, std::span<std::uint8_t> to) { file.readAt(at, to); });
     else
-        loadRecords(format, file, placer);
+        visitRecords(file, format, [&placer](const Record &record) {
+            if (record.kind != RecordKind::data) return;
+            placer.place(record.address, record.bytes.size(), [&record](std::uint64_t at, std::span<std::uint8_t> to) {
+                std::memcpy(to.data(), &record.bytes[at], to.size());
+            });
+        });
     return placer.finish(format);
 }
 
-void visitRecords(const std::filesystem::path &path, FileFormat format, const RecordVisitor &visit) {
-    visitRecords(format, InputFile(path, fileKind), visit);
+void visitRecords(const InputFile &file, FileFormat format, const RecordVisitor &visit) {
+    requireEnd(format, file);
+    // The open file itself, so that what was checked is what is read.
+    const auto [error, warning] = readRecords(format, fmt::format("/dev/fd/{}", file.descriptor()), visit);
+    for (const std::string &message : {error, warning})
+        if (!message.empty())
+            throw Failure(Exit::badFile, fmt::format("{} {}{}", loadFileKind, file.name(), message),
+                          "The load file is damaged; get or build it anew.");
 }
 
 } // namespace kx3console

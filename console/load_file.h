@@ -3,6 +3,7 @@
 
 #include "address_ranges.h"
 #include "file_format.h"
+#include "files.h"
 #include "record_file.h"
 
 #include <cstdint>
@@ -14,6 +15,9 @@ namespace kx3console {
 
 /// What a device holds where a load file has no data.
 inline constexpr std::uint8_t erasedByte = 0xFF;
+
+/// What an InputFile is called in messages when it is a load file.
+inline constexpr std::string_view loadFileKind = "load file";
 
 /// What is read, and where its addresses lie in the device.
 struct LoadRequest {
@@ -37,6 +41,6 @@ struct LoadResult {
 
 /// Give every record of a text file to `visit`, in the order of the file. Fails with Exit::badFile for
 /// a file that is damaged, perhaps only after some records.
-void visitRecords(const std::filesystem::path &path, FileFormat format, const RecordVisitor &visit);
+void visitRecords(const InputFile &file, FileFormat format, const RecordVisitor &visit);
 
 } // namespace kx3console

@@ -71,7 +71,7 @@ void patchRecords(const LoadRequest &source, FileFormat format, Patch patch, Out
         }
         records.write({RecordKind::data, record.address, bytes});
     };
-    if (!source.path.empty()) visitRecords(source.path, format, copy);
+    if (!source.path.empty()) visitRecords(InputFile(source.path, loadFileKind), format, copy);
     while (!patch.empty()) { // a run of bytes that no record had room for
         const std::uint64_t first = patch.begin()->first;
         for (bytes.clear(); !patch.empty() && patch.begin()->first == first + bytes.size(); patch.erase(patch.begin()))
@@ -83,7 +83,7 @@ void patchRecords(const LoadRequest &source, FileFormat format, Patch patch, Out
 
 /// The bytes of a raw file as they are after the patch.
 void patchRaw(const LoadRequest &source, const Patch &patch, OutputFile &file) {
-    const InputFile input(source.path, "load file");
+    const InputFile input(source.path, loadFileKind);
     const std::uint64_t base = source.base.value_or(source.loadBase);
     if (!patch.empty() && patch.begin()->first < base)
         throw Failure(Exit::refused, "the raw file begins behind the device's configuration bytes",
