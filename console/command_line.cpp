@@ -26,7 +26,6 @@ std::int32_t indexIn(const std::vector<std::string> &names, const std::string &n
     return static_cast<std::int32_t>(std::find(names.begin(), names.end(), name) - names.begin());
 }
 
-constexpr const char *fieldHelp = "only these fields";
 constexpr const char *assignmentHelp =
     "FIELD=VALUE. VALUE of a list: the text of an item or its beginning, or its index (#2 where a\n"
     "number could be a text, too); of a check box: checked or unchecked; of a hex box: its digits, or\n"
@@ -142,6 +141,14 @@ class Parser {
 
     // What several commands have.
 
+    CLI::Option *addDevice(CLI::App &app) {
+        return add(app, "-d,--device", "NAME", options_.device, "the device, as `mpu6 devices` names it");
+    }
+
+    CLI::Option *addProfiles(CLI::App &app) {
+        return add(app, "--profiles", "FILE", options_.profiles, "file with more device profiles; may be repeated");
+    }
+
     void addFormat(CLI::App &app) {
         add(app, "--format", "NAME", format_,
             "ihex, srec or raw; told from the content or the file name when left out");
@@ -155,7 +162,7 @@ class Parser {
     // Commands on a device.
 
     void addRun(CLI::App &app, const Command &command) {
-        add(app, "-d,--device", "NAME", options_.device, "the device, as `mpu6 devices` names it")->required();
+        addDevice(app)->required();
         add(app, "--chip", "FILE", options_.chip, "file that keeps the simulated chip; created when missing");
         add(app, "--algorithm-dir", "DIR", options_.algorithmDirectory,
             "directory that holds the algorithm folders algo4 and algo; sample images when left out");
@@ -166,7 +173,7 @@ class Parser {
         if (command.operation == Operation::program)
             app.add_flag("--verify", options_.verify, "compare the device with the load file afterwards");
         addLanguage(app, "language of the log");
-        add(app, "--instance", "N", instance_, "instance number of this host; the first free one when left out")
+        add(app, "--instance", "N", options_.instance, "instance number of this host; the first free one when left out")
             ->check(CLI::Range(-32768, 32767));
         add(app, "--progress", "WHEN", progress_,
             "auto: a bar on a terminal; always: whole lines in a pipe, too; never")
@@ -215,7 +222,7 @@ class Parser {
     }
 
     void addCommon(CLI::App &app) {
-        add(app, "--profiles", "FILE", options_.profiles, "file with more device profiles; may be repeated");
+        addProfiles(app);
         addJson(app);
         auto *quiet = app.add_flag("-q,--quiet", options_.display.quiet, "errors only");
         app.add_flag("-v,--verbose", options_.display.verbose, "say what is done")->excludes(quiet);
@@ -228,10 +235,8 @@ class Parser {
     // Configuration and notes.
 
     void addAnyDevice(CLI::App &app) {
-        CLI::Option *device =
-            add(app, "-d,--device", "NAME", options_.device, "the device, as `mpu6 devices` names it");
-        add(app, "--profiles", "FILE", options_.profiles, "file with more device profiles; may be repeated")
-            ->allow_extra_args(false); // the words behind it are fields
+        CLI::Option *device = addDevice(app);
+        addProfiles(app)->allow_extra_args(false); // the words behind it are fields
         CLI::Option *mode = add(app, "--mode", "N", mode_, "without a profile: the family, 0 to 255")
                                 ->check(CLI::Range(0, 255))
                                 ->excludes(device);
@@ -249,7 +254,7 @@ class Parser {
         if (command.verb == Verb::set)
             add(app, "assignments", "FIELD=VALUE", options_.names, assignmentHelp)->required();
         else if (command.verb != Verb::defaults && command.verb != Verb::edit)
-            add(app, "fields", "FIELD", options_.names, fieldHelp)->required(command.verb == Verb::get);
+            add(app, "fields", "FIELD", options_.names, "only these fields")->required(command.verb == Verb::get);
         addAnyDevice(app);
         if (command.verb != Verb::list) addImage(app, command);
         if (command.changes()) {
@@ -301,7 +306,6 @@ class Parser {
         options_.display.progress = static_cast<ProgressMode>(indexIn(progressNames(), progress_));
         if (!onWrongId_.empty()) options_.answers.onWrongId = KX3_BUTTON_ABORT + indexIn(wrongIdNames(), onWrongId_);
         options_.answers.goOn = command.runs() && options_.yes;
-        if (instance_) options_.instance = static_cast<std::int16_t>(*instance_);
     }
 
     CLI::App app_;
@@ -315,7 +319,6 @@ class Parser {
     std::string language_ = "en";
     std::string progress_ = "auto";
     std::string onWrongId_;
-    std::optional<int> instance_;
     std::optional<int> mode_;
     std::optional<std::int64_t> size_;
     int pins_ = 0;

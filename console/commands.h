@@ -44,12 +44,10 @@ struct Command {
     [[nodiscard]] constexpr bool needsOutput() const { return runs() && operation == Operation::read; }
 };
 
-namespace details {
-inline constexpr std::string_view change =
+inline constexpr std::string_view changeDetails =
     "The changes are shown before anything is written, and a question asks for consent; --yes\n"
     "answers it. The image is changed in place unless --output names another file; all of its\n"
     "other data stay as they are, and it is replaced only when all is well.";
-} // namespace details
 
 inline constexpr std::array commandTable{
     Command{"devices", Verb::devices, "list the devices that the profiles describe", "", "mpu6 devices"},
@@ -79,9 +77,9 @@ inline constexpr std::array commandTable{
             "mpu6 config show --mode 15 --size 0x4000 --input uno.hex"},
     Command{"config get", Verb::get, "print the values of fields alone", "One value a line.",
             "mpu6 config get --mode 15 --size 0x4000 --input board.hex CKDIV8"},
-    Command{"config set", Verb::set, "change fields through the device's editor", details::change,
+    Command{"config set", Verb::set, "change fields through the device's editor", changeDetails,
             "mpu6 config set --mode 15 --size 0x4000 --input board.hex CKDIV8=enable \"Lock Bit Byte/LB1\"=1 --yes"},
-    Command{"config defaults", Verb::defaults, "write the device's default configuration bytes", details::change,
+    Command{"config defaults", Verb::defaults, "write the device's default configuration bytes", changeDetails,
             "mpu6 config defaults --mode 15 --size 0x4000 --output fuses.hex --yes"},
     Command{"config edit", Verb::edit, "change fields in the device's own dialog",
             "Needs a display and libkx3mpu6-qt.so. After OK the changes are shown before anything is written,\n"

@@ -213,10 +213,6 @@ void ProfileStore::add(std::string_view text, const std::string &file) {
     }
 }
 
-void ProfileStore::addFile(const std::filesystem::path &path) {
-    add(readWholeFile(path, "profile file", largestProfileFile), path.string());
-}
-
 const Profile &ProfileStore::find(std::string_view name) const {
     std::vector<std::string> names;
     for (const Profile &profile : profiles_) {
@@ -231,7 +227,7 @@ ProfileStore loadProfiles(const std::vector<std::filesystem::path> &files) {
     ProfileStore store;
     store.add(sampleProfiles(), "built-in profiles");
     for (const auto &path : files)
-        store.addFile(path);
+        store.add(readWholeFile(path, "profile file", largestProfileFile), path.string());
     return store;
 }
 

@@ -87,8 +87,6 @@ class ProfileStore {
     /// Read profiles from `text`; `file` is their name in messages. Fails with Exit::badFile, naming
     /// file, line and key.
     void add(std::string_view text, const std::string &file);
-    /// The same from a file.
-    void addFile(const std::filesystem::path &path);
 
     [[nodiscard]] const std::vector<Profile> &all() const { return profiles_; }
     /// Fails with Exit::usage and lists the nearest names when there is no such device.

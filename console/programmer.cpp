@@ -42,13 +42,6 @@ kx3sim::Options simulatorOptions(const Options &options, const Profile &profile)
     return simulator;
 }
 
-/// The plug-in would meet a missing library only in the middle of a session.
-void requireProgrammerFunctions() {
-#define KX3_PROGRAMMER_FUNCTION(name, library, ...)                                                                    \
-    static_cast<void>(kx3::platform::DynamicLibrary(#library).function<void()>(#name));
-#include "outside/programmer_functions.inc"
-}
-
 kx3sim::HostBlocks hostBlocks(SharedBlocks &blocks) {
     return {.ibuf1 = blocks.elements<std::uint8_t>("ibuf1"),
             .ibuffer = blocks.deviceBuffer(),
@@ -69,7 +62,8 @@ kx3sim::HostBlocks hostBlocks(SharedBlocks &blocks) {
 
 kx3sim::SessionHost sessionHostOf(const Options &options, const Profile &profile) {
     try {
-        requireProgrammerFunctions();
+        // The plug-in would miss this library only in the middle of a session; the other one is linked.
+        static_cast<void>(kx3::platform::DynamicLibrary("kx3io").function<void()>("datstr"));
         return kx3sim::SessionHost(simulatorOptions(options, profile));
     } catch (const kx3::Error &error) {
         const std::string reason = kx3::toUtf8(error.description());
