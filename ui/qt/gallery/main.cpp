@@ -26,11 +26,14 @@ struct Picture {
 
 /// Draw the form, save what stands on the screen, and close it.
 kx3_status showAndSave(void *context, kx3_form *form) {
-    QTimer::singleShot(0, [&picture = *static_cast<Picture *>(context)] {
+    QTimer shown;
+    shown.setSingleShot(true);
+    shown.callOnTimeout([&picture = *static_cast<Picture *>(context)] {
         QWidget *dialog = QApplication::activeModalWidget();
         picture.saved = dialog != nullptr && dialog->grab().save(picture.file);
         if (dialog != nullptr) dialog->close();
     });
+    shown.start();
     return kx3_qt_show_form(nullptr, form);
 }
 
