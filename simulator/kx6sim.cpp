@@ -97,6 +97,14 @@ extern "C" {
 #define KX3_PROGRAMMER_FUNCTION(name, library, result, parameters) KX6SIM_API result KX3_STDCALL name parameters;
 #include "outside/programmer_functions.inc"
 
+/// Without this library's whole share of the functions it does not link.
+[[gnu::used]] void (*const transferFunctions[])() = {
+#define KX3_OF_kx6io(name) reinterpret_cast<void (*)()>(&name),
+#define KX3_OF_kx3io(name)
+#define KX3_PROGRAMMER_FUNCTION(name, library, ...) KX3_OF_##library(name)
+#include "outside/programmer_functions.inc"
+};
+
 Integer KX3_STDCALL usbcomwrite(Byte *packet, Long count) {
     if (packet == nullptr || count < 0) return protocol::transferRejected;
     return ask(protocol::transferRejected, [&](SimulatedProgrammer &programmer) {

@@ -10,6 +10,13 @@ namespace kx3::native {
 
 namespace {
 
+constexpr int programmerFunctions = 0
+#define KX3_PROGRAMMER_FUNCTION(...) +1
+#include "outside/programmer_functions.inc"
+    ;
+static_assert(programmerFunctions == KX3_DATSTR,
+              "each function has its number in kx3_io_call, and ObservedProgrammer reports it");
+
 const std::uint16_t *units(std::u16string_view text) { return reinterpret_cast<const std::uint16_t *>(text.data()); }
 
 /// A form handle is good while its callback runs.
