@@ -4,8 +4,8 @@
 # Number of jobs that builds and tests run side by side.
 jobs() { printf '%s\n' "${KX3_JOBS:-$(nproc)}"; }
 
-# Headline of a step.
-announce() { printf '\n== %s\n' "$*"; }
+# Headline of a step, with the minutes and seconds since the script began.
+announce() { printf '\n== %s (%d:%02d)\n' "$*" $((SECONDS / 60)) $((SECONDS % 60)); }
 
 # Something that a reader must not miss.
 warn() { printf '!! %s\n' "$*" >&2; }
